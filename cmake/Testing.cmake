@@ -1,0 +1,28 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+include(CTest)
+
+# tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds])
+# A Qt Test executable that CTest runs without a display, in a home of its own.
+function(tarvoline_add_test name)
+    cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test)
+    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
+    if(CMAKE_CROSSCOMPILING)
+        add_test(NAME ${name} COMMAND ${name} -o -,txt)
+    else()
+        add_test(NAME ${name} COMMAND "${CMAKE_SOURCE_DIR}/tests/support/isolate.sh" $<TARGET_FILE:${name}> -o -,txt)
+    endif()
+    set(home "${CMAKE_BINARY_DIR}/tests/home/${name}")
+    file(MAKE_DIRECTORY "${home}/runtime")
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+    endif()
+    if(NOT arg_LABELS)
+        set(arg_LABELS unit)
+    endif()
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;HOME=${home};XDG_CONFIG_HOME=${home}/.config;XDG_RUNTIME_DIR=${home}/runtime")
+endfunction()
