@@ -17,6 +17,14 @@ rootSuite() {
     esac
 }
 
+# The architectures of a root: Wine's 32-bit half is a package of the 32-bit architecture.
+rootArchitectures() {
+    case $1 in
+    linux) echo amd64 ;;
+    windows) echo amd64,i386 ;;
+    esac
+}
+
 # The packages of a root, one a line, without the reasons beside them.
 rootPackages() { sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$project/tools/buildroot/packages-$1"; }
 
@@ -49,11 +57,12 @@ ensureRoot() { # NAME
             say "Making the $1 build root in $root (once; about five minutes, 3 GB) …"
             rm -rf "$root.new"
             mmdebstrap --quiet --variant=apt --aptopt='Acquire::Check-Valid-Until "false"' \
+                --architectures="$(rootArchitectures "$1")" \
                 --include="$(rootPackages "$1" | paste -sd,)" ${extraMmdebstrap[@]+"${extraMmdebstrap[@]}"} \
                 "$(rootSuite "$1")" "$root.new" >&2 || die "The build root could not be made (see above)."
             mv "$root.new" "$root"
         fi
-        missing=$(comm -23 <(rootPackages "$1" | sort -u) \
+        missing=$(comm -23 <(rootPackages "$1" | sed 's/:.*//' | sort -u) \
             <(sed -n 's/^Package: //p' "$root/var/lib/dpkg/status" | sort -u) | paste -sd' ')
         if [ -n "$missing" ]; then
             say "Adding to the $1 build root: $missing …"
