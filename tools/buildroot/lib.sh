@@ -56,8 +56,10 @@ ensureRoot() { # NAME
             needHostPackage mmdebstrap mmdebstrap
             say "Making the $1 build root in $root (once; about five minutes, 3 GB) …"
             rm -rf "$root.new"
+            # The suite alone: a mirror's indexes of the suites beside it may be out of step, and the root gains nothing.
             mmdebstrap --quiet --variant=apt --aptopt='Acquire::Check-Valid-Until "false"' \
                 --architectures="$(rootArchitectures "$1")" \
+                --setup-hook='sed -i -E "/ [a-z]+-(updates|security)/d" "$1/etc/apt/sources.list"' \
                 --include="$(rootPackages "$1" | paste -sd,)" ${extraMmdebstrap[@]+"${extraMmdebstrap[@]}"} \
                 "$(rootSuite "$1")" "$root.new" >&2 || die "The build root could not be made (see above)."
             mv "$root.new" "$root"
