@@ -1,0 +1,13 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+# What OBS Studio gives to a plug-in: OBS::libobs and OBS::obs-frontend-api to link with, and "obsheaders" for code that
+# sees the declarations only (the tests put a double behind them).
+
+find_package(libobs REQUIRED)
+find_package(obs-frontend-api REQUIRED)
+
+add_library(obsheaders INTERFACE)
+target_include_directories(obsheaders SYSTEM INTERFACE
+    $<TARGET_PROPERTY:OBS::libobs,INTERFACE_INCLUDE_DIRECTORIES>
+    $<TARGET_PROPERTY:OBS::obs-frontend-api,INTERFACE_INCLUDE_DIRECTORIES>)
+target_compile_definitions(obsheaders INTERFACE
+    $<TARGET_PROPERTY:OBS::libobs,INTERFACE_COMPILE_DEFINITIONS>)

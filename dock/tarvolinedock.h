@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "srtlaengine.h"
+
+#include <QJsonObject>
+#include <QPointer>
+#include <QSettings>
+#include <QString>
+#include <QWidget>
+
+#include <functional>
+
+class QCheckBox;
+class QFormLayout;
+class QGroupBox;
+class QLabel;
+class QLineEdit;
+class QNetworkAccessManager;
+class QNetworkReply;
+class QPushButton;
+class QTextEdit;
+class QVBoxLayout;
+
+/**
+ * Receives the answer to a JSON request: the reply object and the HTTP status (0 when there was no response). After a
+ * failure the object holds "ok" = false and a German "message".
+ */
+using JsonReplyCallback = std::function<void(const QJsonObject &reply, int httpStatus)>;
+
+/**
+ * The panel in the OBS main window: shows and controls the one receiver, keeps its settings and the OBS media source
+ * that plays the received stream.
+ *
+ * Lives on the OBS main thread. The widgets are the working copy of the settings. The dock may be destroyed at any time
+ * by OBS, also while one of its message boxes is open.
+ */
+class TarvolineDock : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /** Builds the panel, loads the settings and, where they say so, schedules source repair and receiver start. */
+    explicit TarvolineDock(QWidget *parent = nullptr);
+    ~TarvolineDock() override;
+
+    /** Ends all network work for good and cuts the engine off from the panel; for the module's unload. */
+    void shutdown();
+
+    /**
+     * Posts @a request as JSON to @a path (begins with "/") of the vendor's service and returns at once. @a callback
+     * runs later on the main thread, at most once, and not at all when the dock is gone by then.
+     */
+    void postJson(const QString &path, const QJsonObject &request, JsonReplyCallback callback);
+
+    // The order of the slots is their numbering in the meta-object.
+public Q_SLOTS:
+    /** Starts the receiver on the panel's ports; tells the user in a message box when that fails. */
+    void startReceiver();
+    void stopReceiver();
+    /** Creates or updates the OBS media source; tells the user in a message box when that fails. */
+    void createOrRepairSource();
+    /** Writes every value of the panel to the settings store. */
+    void saveSettings();
+    void copyMoblinAddress();
+    void copyPassword();
+    void togglePasswordVisibility();
+    /** Sets the OBS port to the SRTLA port + 2 while the ports are linked and the result is a valid port. */
+    void syncTargetPortFromListenPort();
+    /** Computes both connection addresses from the panel's values. */
+    void updateUrls();
+    /** Appends @a line to the log view, which keeps the last five lines. */
+    void appendLog(QString line);
+    /** Writes the signal file for other programs; the parameters are those of SrtlaEngine::statisticsChanged. */
+    void updateStatistics(int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes);
+    /** Asks the vendor's service for this connection's public address. */
+    void queryPublicIp();
+    void checkForUpdatesManually();
+    void downloadAndInstallUpdate();
+
+private:
+    friend class DockProbe;
+    struct PanelParts;
+
+    void buildUi();
+    void buildStatusGroup(QVBoxLayout *column);
+    void buildSettingsGroup(QVBoxLayout *column, PanelParts &parts);
+    void addPortRows(QFormLayout *form);
+    void addHostRows(QFormLayout *form);
+    void addPasswordRow(QFormLayout *form, PanelParts &parts);
+    void addStartUpRow(QFormLayout *form);
+    void buildConnectionGroup(QVBoxLayout *column, PanelParts &parts);
+    void buildButtonRow(QVBoxLayout *column, PanelParts &parts);
+    void buildVersionGroup(QVBoxLayout *column);
+    void buildLogGroup(QVBoxLayout *column, PanelParts &parts);
+    void connectUi(const PanelParts &parts);
+    void connectEdits();
+
+    void loadSettings();
+    void applyPortLink(bool linked);
+    /** The port in @a edit, or @a fallback when the text is no number between 1 and 65535. */
+    static quint16 parsePort(QLineEdit *edit, quint16 fallback);
+
+    void connectEngine();
+    void scheduleAutomaticStart();
+    void showRunning(bool running);
+    void showStartError(const QString &text);
+    void releaseOpenMessageBoxes();
+
+    /**
+     * Makes the OBS media source exist and carry the current address. Returns false when it could not be created or no
+     * scene could receive it; no source is left behind then.
+     */
+    bool ensureMediaSource();
+
+    void handlePublicIpReply(const QJsonObject &reply, int httpStatus);
+
+    void handleUpdateReply(QNetworkReply *reply, bool manual);
+    void evaluateUpdateInfo(const QString &latestVersion, const QString &downloadUrl, const QString &releaseNotes,
+                            const QString &sha256, const QString &installMode, bool manual);
+    void handleInstallerProgress(qint64 bytesReceived, qint64 bytesTotal);
+    void handleInstallerDownloaded(QNetworkReply *reply);
+
+    QSettings settings;
+    SrtlaEngine engine;
+
+    QLabel *statusLabel = nullptr;
+    QLineEdit *listenPortEdit = nullptr;
+    QLineEdit *targetPortEdit = nullptr;
+    QLineEdit *publicHostEdit = nullptr;
+    QLineEdit *streamIdEdit = nullptr;
+    QLineEdit *passwordEdit = nullptr;
+    QLineEdit *moblinAddressEdit = nullptr;
+    QLineEdit *obsAddressEdit = nullptr;
+    QCheckBox *autoStartCheck = nullptr;
+    QCheckBox *autoSourceCheck = nullptr;
+    QCheckBox *linkPortsCheck = nullptr;
+    QPushButton *startButton = nullptr;
+    QPushButton *stopButton = nullptr;
+    QPushButton *showPasswordButton = nullptr;
+    QPushButton *queryIpButton = nullptr;
+    QLabel *ipHintLabel = nullptr;
+    QLabel *versionLabel = nullptr;
+    QTextEdit *logView = nullptr;
+
+    // The update machinery is switched off as long as nobody gives the dock a network manager and the two buttons.
+    QPushButton *updateCheckButton = nullptr;
+    QPushButton *installUpdateButton = nullptr;
+    QNetworkAccessManager *networkManager = nullptr;
+
+    bool unloading = false;
+    quint64 lastPacketCount = 0;
+
+    QString pendingUpdateUrl;
+    QString pendingUpdateSha256;
+    QString pendingUpdateVersion;
+};

@@ -1,0 +1,305 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The panel: its widgets, and what they are connected to.
+#include "buildspec.h"
+#include "docksettings.h"
+#include "tarvolinedock.h"
+
+#include <QBoxLayout>
+#include <QCheckBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QTextEdit>
+
+namespace {
+
+// Sizes in pixels.
+constexpr QSize minimumPanelSize(340, 360);
+constexpr QSize initialPanelSize(410, 590);
+constexpr QMargins columnMargins(6, 6, 6, 6);
+constexpr int columnSpacing = 6;
+constexpr QMargins groupMargins(8, 7, 8, 8);
+constexpr int statusSpacing = 8;
+constexpr int settingsHorizontalSpacing = 8;
+constexpr int connectionHorizontalSpacing = 7;
+constexpr int formVerticalSpacing = 5;
+constexpr int rowSpacing = 5;
+constexpr int startUpSpacing = 2;
+constexpr int queryButtonWidth = 108;
+constexpr int showButtonWidth = 74;
+constexpr int copyButtonWidth = 78;
+constexpr int logHeight = 62;
+
+QHBoxLayout *rowLayout(QWidget *row)
+{
+    auto *layout = new QHBoxLayout(row);
+    layout->setContentsMargins(QMargins());
+    layout->setSpacing(rowSpacing);
+    return layout;
+}
+
+QPushButton *buttonOfWidth(const QString &text, int maximumWidth)
+{
+    auto *button = new QPushButton(text);
+    button->setMaximumWidth(maximumWidth);
+    return button;
+}
+
+QLineEdit *readOnlyEdit()
+{
+    auto *edit = new QLineEdit;
+    edit->setReadOnly(true);
+    return edit;
+}
+
+QGroupBox *collapsibleGroup(const QString &title)
+{
+    auto *group = new QGroupBox(title);
+    group->setCheckable(true);
+    group->setChecked(false);
+    return group;
+}
+
+void showChildren(QWidget *group, bool visible)
+{
+    const QList<QWidget *> children = group->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
+    for (QWidget *child : children) {
+        child->setVisible(visible);
+    }
+}
+
+} // namespace
+
+// Widgets that are needed only while the panel is connected.
+struct TarvolineDock::PanelParts
+{
+    QGroupBox *connectionGroup = nullptr;
+    QGroupBox *logGroup = nullptr;
+    QPushButton *copyAddressButton = nullptr;
+    QPushButton *copyPasswordButton = nullptr;
+    QPushButton *repairButton = nullptr;
+};
+
+void TarvolineDock::buildUi()
+{
+    auto *outer = new QVBoxLayout(this);
+    outer->setContentsMargins(QMargins());
+
+    auto *scrollArea = new QScrollArea(this);
+    scrollArea->setWidgetResizable(true);
+    scrollArea->setFrameShape(QFrame::NoFrame);
+    scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+
+    auto *content = new QWidget(scrollArea);
+    auto *column = new QVBoxLayout(content);
+    column->setContentsMargins(columnMargins);
+    column->setSpacing(columnSpacing);
+    column->setSizeConstraint(QLayout::SetMinAndMaxSize);
+
+    auto *title = new QLabel(tr("<b>Tarvoline SRTLA Receiver</b>"));
+    title->setTextFormat(Qt::RichText);
+    column->addWidget(title);
+
+    PanelParts parts;
+    buildStatusGroup(column);
+    buildSettingsGroup(column, parts);
+    buildConnectionGroup(column, parts);
+    buildButtonRow(column, parts);
+    buildVersionGroup(column);
+    buildLogGroup(column, parts);
+    column->addStretch(1);
+
+    connectUi(parts);
+
+    targetPortEdit->setReadOnly(linkPortsCheck->isChecked());
+    showChildren(parts.connectionGroup, false);
+    logView->hide();
+    scrollArea->setWidget(content);
+    outer->addWidget(scrollArea);
+    setMinimumSize(minimumPanelSize);
+    resize(initialPanelSize);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+}
+
+void TarvolineDock::buildStatusGroup(QVBoxLayout *column)
+{
+    auto *group = new QGroupBox(tr("Receiver-Status"));
+    column->addWidget(group);
+    auto *layout = new QHBoxLayout(group);
+    layout->setContentsMargins(groupMargins);
+    layout->setSpacing(statusSpacing);
+
+    layout->addWidget(new QLabel(tr("Status:")));
+    statusLabel = new QLabel(tr("Inaktiv"));
+    statusLabel->setTextInteractionFlags(Qt::NoTextInteraction);
+    layout->addWidget(statusLabel);
+    layout->addStretch(1);
+}
+
+void TarvolineDock::buildSettingsGroup(QVBoxLayout *column, PanelParts &parts)
+{
+    auto *group = new QGroupBox(tr("Einstellungen"));
+    column->addWidget(group);
+    auto *form = new QFormLayout(group);
+    form->setContentsMargins(groupMargins);
+    form->setHorizontalSpacing(settingsHorizontalSpacing);
+    form->setVerticalSpacing(formVerticalSpacing);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+
+    addPortRows(form);
+    addHostRows(form);
+    streamIdEdit = new QLineEdit(DockSettings::defaultStreamId);
+    form->addRow(tr("Stream-ID:"), streamIdEdit);
+    addPasswordRow(form, parts);
+    addStartUpRow(form);
+}
+
+void TarvolineDock::addPortRows(QFormLayout *form)
+{
+    auto *row = new QWidget;
+    QHBoxLayout *layout = rowLayout(row);
+    layout->addWidget(new QLabel(tr("SRTLA")));
+    listenPortEdit = new QLineEdit(QString::number(DockSettings::defaultListenPort));
+    layout->addWidget(listenPortEdit);
+    layout->addWidget(new QLabel(tr("OBS")));
+    targetPortEdit = new QLineEdit(QString::number(DockSettings::defaultTargetPort));
+    layout->addWidget(targetPortEdit);
+    form->addRow(tr("Ports:"), row);
+
+    linkPortsCheck = new QCheckBox(tr("OBS-Port = SRTLA + 2"));
+    linkPortsCheck->setChecked(true);
+    form->addRow(QString(), linkPortsCheck);
+}
+
+void TarvolineDock::addHostRows(QFormLayout *form)
+{
+    auto *row = new QWidget;
+    QHBoxLayout *layout = rowLayout(row);
+    publicHostEdit = new QLineEdit;
+    layout->addWidget(publicHostEdit, 1);
+    queryIpButton = buttonOfWidth(tr("IP ermitteln"), queryButtonWidth);
+    queryIpButton->setToolTip(tr("Öffentliche IP-Adresse dieses Internetanschlusses ermitteln"));
+    layout->addWidget(queryIpButton);
+    form->addRow(tr("IP / Domain:"), row);
+
+    ipHintLabel = new QLabel(tr("Öffentliche IP kann automatisch ermittelt oder manuell eingetragen werden."));
+    ipHintLabel->setWordWrap(true);
+    form->addRow(QString(), ipHintLabel);
+}
+
+void TarvolineDock::addPasswordRow(QFormLayout *form, PanelParts &parts)
+{
+    auto *row = new QWidget;
+    QHBoxLayout *layout = rowLayout(row);
+    passwordEdit = new QLineEdit;
+    passwordEdit->setEchoMode(QLineEdit::Password);
+    passwordEdit->setPlaceholderText(tr("Kein Passwort"));
+    layout->addWidget(passwordEdit);
+    showPasswordButton = buttonOfWidth(tr("Zeigen"), showButtonWidth);
+    layout->addWidget(showPasswordButton);
+    parts.copyPasswordButton = buttonOfWidth(tr("Kopieren"), copyButtonWidth);
+    layout->addWidget(parts.copyPasswordButton);
+    form->addRow(tr("Passwort:"), row);
+}
+
+void TarvolineDock::addStartUpRow(QFormLayout *form)
+{
+    auto *box = new QWidget;
+    auto *layout = new QVBoxLayout(box);
+    layout->setContentsMargins(QMargins());
+    layout->setSpacing(startUpSpacing);
+    autoStartCheck = new QCheckBox(tr("Receiver mit OBS starten"));
+    layout->addWidget(autoStartCheck);
+    autoSourceCheck = new QCheckBox(tr("Quelle bei OBS-Start reparieren"));
+    layout->addWidget(autoSourceCheck);
+    form->addRow(QString(), box);
+}
+
+void TarvolineDock::buildConnectionGroup(QVBoxLayout *column, PanelParts &parts)
+{
+    parts.connectionGroup = collapsibleGroup(tr("Verbindungsadressen"));
+    column->addWidget(parts.connectionGroup);
+    auto *form = new QFormLayout(parts.connectionGroup);
+    form->setContentsMargins(groupMargins);
+    form->setHorizontalSpacing(connectionHorizontalSpacing);
+    form->setVerticalSpacing(formVerticalSpacing);
+
+    auto *row = new QWidget;
+    QHBoxLayout *layout = rowLayout(row);
+    moblinAddressEdit = readOnlyEdit();
+    layout->addWidget(moblinAddressEdit);
+    parts.copyAddressButton = buttonOfWidth(tr("Kopieren"), copyButtonWidth);
+    layout->addWidget(parts.copyAddressButton);
+    form->addRow(tr("IRL-App:"), row);
+
+    obsAddressEdit = readOnlyEdit();
+    form->addRow(tr("OBS:"), obsAddressEdit);
+}
+
+void TarvolineDock::buildButtonRow(QVBoxLayout *column, PanelParts &parts)
+{
+    auto *layout = new QHBoxLayout;
+    layout->setSpacing(rowSpacing);
+    column->addLayout(layout);
+    startButton = new QPushButton(tr("Start"));
+    layout->addWidget(startButton);
+    stopButton = new QPushButton(tr("Stopp"));
+    stopButton->setEnabled(false);
+    layout->addWidget(stopButton);
+    parts.repairButton = new QPushButton(tr("Quelle reparieren"));
+    layout->addWidget(parts.repairButton);
+}
+
+void TarvolineDock::buildVersionGroup(QVBoxLayout *column)
+{
+    auto *group = new QGroupBox(tr("Plugin-Version"));
+    column->addWidget(group);
+    auto *layout = new QVBoxLayout(group);
+    layout->setContentsMargins(groupMargins);
+    versionLabel = new QLabel(tr("Installierte Version: %1").arg(QLatin1StringView(pluginVersion)));
+    versionLabel->setWordWrap(true);
+    layout->addWidget(versionLabel);
+}
+
+void TarvolineDock::buildLogGroup(QVBoxLayout *column, PanelParts &parts)
+{
+    parts.logGroup = collapsibleGroup(tr("Protokoll"));
+    column->addWidget(parts.logGroup);
+    auto *layout = new QVBoxLayout(parts.logGroup);
+    layout->setContentsMargins(groupMargins);
+    logView = new QTextEdit;
+    logView->setReadOnly(true);
+    logView->setMaximumHeight(logHeight);
+    layout->addWidget(logView);
+}
+
+void TarvolineDock::connectUi(const PanelParts &parts)
+{
+    connect(startButton, &QPushButton::clicked, this, &TarvolineDock::startReceiver);
+    connect(stopButton, &QPushButton::clicked, this, &TarvolineDock::stopReceiver);
+    connect(parts.repairButton, &QPushButton::clicked, this, &TarvolineDock::createOrRepairSource);
+    connect(parts.copyAddressButton, &QPushButton::clicked, this, &TarvolineDock::copyMoblinAddress);
+    connect(showPasswordButton, &QPushButton::clicked, this, &TarvolineDock::togglePasswordVisibility);
+    connect(parts.copyPasswordButton, &QPushButton::clicked, this, &TarvolineDock::copyPassword);
+    connect(queryIpButton, &QPushButton::clicked, this, &TarvolineDock::queryPublicIp);
+    connect(parts.connectionGroup, &QGroupBox::toggled, this,
+            [group = parts.connectionGroup](bool on) { showChildren(group, on); });
+    connect(parts.logGroup, &QGroupBox::toggled, this, [this](bool on) { logView->setVisible(on); });
+    connectEdits();
+    connect(autoStartCheck, &QCheckBox::toggled, this, &TarvolineDock::saveSettings);
+    connect(autoSourceCheck, &QCheckBox::toggled, this, &TarvolineDock::saveSettings);
+}
+
+void TarvolineDock::connectEdits()
+{
+    // The link comes before the addresses, so that they are computed from the linked port.
+    connect(listenPortEdit, &QLineEdit::textChanged, this, &TarvolineDock::syncTargetPortFromListenPort);
+    connect(linkPortsCheck, &QCheckBox::toggled, this, &TarvolineDock::applyPortLink);
+    for (QLineEdit *edit : {listenPortEdit, targetPortEdit, publicHostEdit, streamIdEdit, passwordEdit}) {
+        connect(edit, &QLineEdit::textChanged, this, &TarvolineDock::updateUrls);
+        connect(edit, &QLineEdit::editingFinished, this, &TarvolineDock::saveSettings);
+    }
+}
