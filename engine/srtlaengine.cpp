@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The engine's life: construction, start, stop and teardown.
+#include "srtlaengine.h"
+
+#include "srtlagroup.h"
+#include "srtlatexts.h"
+#include "udpport.h"
+
+namespace {
+
+constexpr int cleanupIntervalMs = 2000;
+constexpr int statisticsIntervalMs = 1000;
+
+} // namespace
+
+SrtlaEngine::SrtlaEngine(QObject *parent) : QObject(parent), targetAddress(QHostAddress::LocalHost)
+{
+    connect(&clientSocket, &QUdpSocket::readyRead, this, &SrtlaEngine::readClientDatagrams);
+    connect(&cleanupTimer, &QTimer::timeout, this, &SrtlaEngine::cleanupSessions);
+    connect(&statisticsTimer, &QTimer::timeout, this, &SrtlaEngine::publishStatistics);
+    cleanupTimer.setInterval(cleanupIntervalMs);
+    statisticsTimer.setInterval(statisticsIntervalMs);
+}
+
+SrtlaEngine::~SrtlaEngine()
+{
+    shutdown();
+}
+
+bool SrtlaEngine::start(quint16 newListenPort, const QHostAddress &newTargetAddress, quint16 newTargetPort)
+{
+    if (isRunning()) {
+        stop();
+    }
+    targetAddress = newTargetAddress;
+    listenPort = newListenPort;
+    targetPort = newTargetPort;
+
+    if (!bindExclusively(clientSocket, listenPort)) {
+        const QString error = clientSocket.errorString();
+        Q_EMIT statusChanged(SrtlaTexts::cannotOpen(newListenPort, error));
+        Q_EMIT logMessage(SrtlaTexts::portError(newListenPort, error));
+        listenPort = 0;
+        return false;
+    }
+    enlargeReceiveBuffer(clientSocket);
+    clock.start();
+    receivedPackets = 0;
+    receivedBytes = 0;
+    lastPublishedBytes = 0;
+    lastPublishedMs = 0;
+    cleanupTimer.start();
+    statisticsTimer.start();
+    Q_EMIT runningChanged(true);
+    Q_EMIT statusChanged(SrtlaTexts::running(newListenPort, newTargetAddress, newTargetPort));
+    Q_EMIT logMessage(SrtlaTexts::started(newListenPort, newTargetAddress, newTargetPort));
+    return true;
+}
+
+void SrtlaEngine::stop()
+{
+    if (shuttingDown) {
+        return;
+    }
+    cleanupTimer.stop();
+    statisticsTimer.stop();
+    const QList<QByteArray> groupIds = groups.keys();
+    for (const QByteArray &groupId : groupIds) {
+        removeGroup(groupId, SrtlaTexts::reasonStopped());
+    }
+    clientSocket.close();
+    listenPort = 0;
+    targetPort = 0;
+    Q_EMIT runningChanged(false);
+    Q_EMIT statusChanged(SrtlaTexts::stopped());
+    Q_EMIT statisticsChanged(0, 0, 0.0, receivedPackets, receivedBytes);
+}
+
+void SrtlaEngine::shutdown()
+{
+    if (shuttingDown) {
+        return;
+    }
+    shuttingDown = true;
+    for (QTimer *timer : {&cleanupTimer, &statisticsTimer}) {
+        timer->stop();
+        timer->blockSignals(true);
+        disconnect(timer, nullptr, this, nullptr);
+    }
+    clientSocket.blockSignals(true);
+    disconnect(&clientSocket, nullptr, this, nullptr);
+    clientSocket.abort();
+    clientSocket.close();
+    for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
+        if (group->srtSocket) {
+            group->srtSocket->blockSignals(true);
+            disconnect(group->srtSocket.get(), nullptr, this, nullptr);
+            group->srtSocket->abort();
+            group->srtSocket->close();
+        }
+    }
+    groups.clear();
+    pathIndex.clear();
+    senderIndex.clear();
+    listenPort = 0;
+    targetPort = 0;
+}
+
+bool SrtlaEngine::isRunning() const
+{
+    return clientSocket.state() == QAbstractSocket::BoundState;
+}
+
+qint64 SrtlaEngine::nowMs() const
+{
+    return clock.isValid() ? clock.elapsed() : 0;
+}

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "srtlaendpoint.h"
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QHash>
+#include <QHostAddress>
+#include <QObject>
+#include <QSharedPointer>
+#include <QTimer>
+#include <QUdpSocket>
+
+struct SrtlaGroup;
+struct SrtlaPath;
+
+/// Receives bonded SRTLA senders on one UDP port, joins each sender's links into a group, forwards the group's SRT
+/// packets to a local SRT listener and sends the listener's replies back over the links.
+///
+/// Everything runs in the thread that the engine lives in, driven by its event loop. A slot connected to a signal may
+/// call start, stop or shutdown, but must not destroy the engine.
+class SrtlaEngine : public QObject
+{
+    Q_OBJECT
+
+public:
+    class SrtSocket;
+
+    explicit SrtlaEngine(QObject *parent = nullptr);
+    /// Tears down silently, as shutdown does.
+    ~SrtlaEngine() override;
+
+    /// Listens for senders on \a newListenPort of every local IPv4 address, which nobody else may hold, and forwards to
+    /// the SRT listener at \a newTargetAddress and \a newTargetPort. A running session is stopped first. Returns
+    /// whether the engine runs; a failure is told through statusChanged and logMessage, with Qt's own error text.
+    bool start(quint16 newListenPort, const QHostAddress &newTargetAddress, quint16 newTargetPort);
+
+    /// Ends the session: removes every group, closes the port and tells so through the signals, also when nothing runs.
+    void stop();
+
+    /// Tears everything down without a signal, for good: the engine is not to be started again.
+    void shutdown();
+
+    /// Whether the listen port is bound.
+    [[nodiscard]] bool isRunning() const;
+
+Q_SIGNALS:
+    /// True after a successful start, false at the end of stop.
+    void runningChanged(bool running);
+    /// One short line about the present state, in the user's language.
+    void statusChanged(const QString &text);
+    /// Every second while running and once at stop. \a packets and \a bytes count every datagram received from senders
+    /// since the last start; \a megabitsPerSecond (10^6 bits) is their rate since the last time.
+    void statisticsChanged(int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes);
+    /// One line per event, without a time stamp.
+    void logMessage(const QString &line);
+
+protected:
+    /// Milliseconds since the last successful start, 0 before the first: the only time base. Virtual so that tests can
+    /// move time.
+    [[nodiscard]] virtual qint64 nowMs() const;
+
+private Q_SLOTS:
+    void readClientDatagrams();
+    void cleanupSessions();
+    void publishStatistics();
+
+private:
+    friend struct EngineProbe; // gives tests a view of the tables
+
+    // From senders: srtlaengine_clientdatagrams.cpp
+    void handleDatagram(const QByteArray &datagram, const SrtlaEndpoint &sender);
+    void handleReg1(const QByteArray &datagram, const SrtlaEndpoint &sender);
+    void handleReg2(const QByteArray &datagram, const SrtlaEndpoint &sender);
+    void handlePathPacket(const QSharedPointer<SrtlaGroup> &group, SrtlaPath &path, const QByteArray &datagram,
+                          const SrtlaEndpoint &sender);
+    [[nodiscard]] QSharedPointer<SrtlaGroup> groupForPath(const SrtlaEndpoint &endpoint) const;
+    [[nodiscard]] QByteArray makeGroupId(const QByteArray &senderId) const;
+    void sendToSender(const QByteArray &datagram, const SrtlaEndpoint &endpoint);
+
+    // To and from the SRT listener: srtlaengine_srtside.cpp
+    void ensureSrtSocket(SrtlaGroup &group);
+    void forwardToSrt(const QSharedPointer<SrtlaGroup> &group, const QByteArray &datagram);
+    void readSrtDatagrams(const QByteArray &groupId);
+    void reportSrtSocketError(const QByteArray &groupId);
+    void routeSrtReply(SrtlaGroup &group, const QByteArray &datagram);
+    void releaseAfterHandler(QSharedPointer<SrtlaGroup> group);
+
+    // The lives of groups and links: srtlaengine_sessions.cpp
+    void removeGroup(const QByteArray &groupId, const QString &reason);
+    void removeSilentPaths(SrtlaGroup &group, qint64 now);
+
+    QUdpSocket clientSocket;
+    QHostAddress targetAddress;
+    quint16 listenPort = 0;
+    quint16 targetPort = 0;
+    QHash<QByteArray, QSharedPointer<SrtlaGroup>> groups;
+    /// Registered links and the ids of their groups; ids rather than pointers, so that a stale entry only fails to
+    /// resolve.
+    QHash<SrtlaEndpoint, QByteArray> pathIndex;
+    /// Endpoints that sent a REG1 and the ids of the groups that it created.
+    QHash<SrtlaEndpoint, QByteArray> senderIndex;
+    QTimer cleanupTimer;
+    QTimer statisticsTimer;
+    QElapsedTimer clock;
+    quint64 receivedPackets = 0;
+    quint64 receivedBytes = 0;
+    quint64 lastPublishedBytes = 0;
+    qint64 lastPublishedMs = 0;
+    bool shuttingDown = false;
+};

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What arrives from senders: registrations, keepalives and the SRT packets of registered links.
+#include "srtlaengine.h"
+
+#include "srtlagroup.h"
+#include "srtlapackets.h"
+#include "srtlatexts.h"
+
+#include <QNetworkDatagram>
+#include <QRandomGenerator>
+
+void SrtlaEngine::readClientDatagrams()
+{
+    while (clientSocket.hasPendingDatagrams()) {
+        const QNetworkDatagram received = clientSocket.receiveDatagram();
+        const QByteArray datagram = received.data();
+        ++receivedPackets;
+        receivedBytes += static_cast<quint64>(datagram.size());
+        handleDatagram(datagram, {received.senderAddress(), static_cast<quint16>(received.senderPort())});
+    }
+}
+
+void SrtlaEngine::handleDatagram(const QByteArray &datagram, const SrtlaEndpoint &sender)
+{
+    switch (classifySenderDatagram(datagram)) {
+    case SenderDatagram::Unusable:
+        return;
+    case SenderDatagram::Reg1:
+        handleReg1(datagram, sender);
+        return;
+    case SenderDatagram::Reg2:
+        handleReg2(datagram, sender);
+        return;
+    case SenderDatagram::LinkPacket:
+        break;
+    }
+    const QSharedPointer<SrtlaGroup> group = groupForPath(sender);
+    if (!group) {
+        return;
+    }
+    const auto path = group->paths.find(sender);
+    if (path != group->paths.end()) {
+        handlePathPacket(group, *path, datagram, sender);
+    }
+}
+
+void SrtlaEngine::handleReg1(const QByteArray &datagram, const SrtlaEndpoint &sender)
+{
+    const QByteArray senderId = senderIdOfReg1(datagram);
+
+    QList<QByteArray> earlierSessions;
+    for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
+        if (group->senderId == senderId) {
+            earlierSessions.append(group->id);
+        }
+    }
+    for (const QByteArray &groupId : std::as_const(earlierSessions)) {
+        removeGroup(groupId, SrtlaTexts::reasonNewSession());
+    }
+    const auto registered = senderIndex.constFind(sender);
+    if (registered != senderIndex.constEnd()) {
+        removeGroup(*registered, SrtlaTexts::reasonReRegistration());
+    }
+    if (!isRunning()) {
+        return; // a slot that heard of a removal stopped the engine
+    }
+
+    const auto group = QSharedPointer<SrtlaGroup>::create();
+    group->id = makeGroupId(senderId);
+    group->senderId = senderId;
+    group->registeredAddress = sender.address;
+    group->registeredPort = sender.port;
+    group->replyAddress = sender.address;
+    group->replyPort = sender.port;
+    group->createdMs = nowMs();
+    group->lastActivityMs = group->createdMs;
+    senderIndex.insert(sender, group->id);
+    groups.insert(group->id, group);
+
+    sendToSender(makeReg2(group->id), sender);
+    Q_EMIT logMessage(SrtlaTexts::newGroup(group->id, sender.address, sender.port));
+}
+
+QByteArray SrtlaEngine::makeGroupId(const QByteArray &senderId) const
+{
+    QByteArray id;
+    do {
+        id = senderId;
+        id.resize(groupIdBytes);
+        for (qsizetype i = senderIdBytes; i < groupIdBytes; ++i) {
+            id[i] = static_cast<char>(QRandomGenerator::global()->generate());
+        }
+    } while (groups.contains(id));
+    return id;
+}
+
+void SrtlaEngine::handleReg2(const QByteArray &datagram, const SrtlaEndpoint &sender)
+{
+    // The local reference keeps the group while slots hear of the new link.
+    const QSharedPointer<SrtlaGroup> group = groups.value(groupIdOfReg2(datagram));
+    if (!group) {
+        sendToSender(makeTypeOnly(SRTLA_TYPE_REG_NGP), sender);
+        return;
+    }
+    const auto indexed = pathIndex.constFind(sender);
+    if (indexed != pathIndex.constEnd() && *indexed != group->id) {
+        sendToSender(makeTypeOnly(SRTLA_TYPE_REG_ERR), sender);
+        return;
+    }
+    if (!group->paths.contains(sender)) {
+        SrtlaPath path;
+        path.address = sender.address;
+        path.port = sender.port;
+        path.lastActivityMs = nowMs();
+        path.pendingAcks.reserve(sequencesPerAck);
+        group->paths.insert(sender, path);
+        pathIndex.insert(sender, group->id);
+        Q_EMIT logMessage(SrtlaTexts::pathConnected(sender.address, sender.port, group->id));
+    }
+    group->lastActivityMs = nowMs();
+    group->replyAddress = sender.address;
+    group->replyPort = sender.port;
+    sendToSender(makeTypeOnly(SRTLA_TYPE_REG3), sender);
+}
+
+QSharedPointer<SrtlaGroup> SrtlaEngine::groupForPath(const SrtlaEndpoint &endpoint) const
+{
+    const auto indexed = pathIndex.constFind(endpoint);
+    return indexed == pathIndex.constEnd() ? QSharedPointer<SrtlaGroup>() : groups.value(*indexed);
+}
+
+void SrtlaEngine::handlePathPacket(const QSharedPointer<SrtlaGroup> &group, SrtlaPath &path, const QByteArray &datagram,
+                                   const SrtlaEndpoint &sender)
+{
+    path.lastActivityMs = nowMs();
+    ++path.packets;
+    path.bytes += static_cast<quint64>(datagram.size());
+    group->lastActivityMs = path.lastActivityMs;
+
+    const LinkPacket kind = classifyLinkPacket(datagram);
+    if (kind == LinkPacket::Keepalive) {
+        sendToSender(datagram, sender);
+        return;
+    }
+    if (kind == LinkPacket::TooShort) {
+        return;
+    }
+    group->replyAddress = path.address; // the path's copy stays the same object from packet to packet
+    group->replyPort = path.port;
+    group->hasReplyEndpoint = true;
+
+    if (kind == LinkPacket::SrtData) {
+        path.pendingAcks.append(sequenceNumber(datagram));
+        while (path.pendingAcks.size() >= sequencesPerAck) {
+            const auto ack =
+                makeAck(std::span<const quint32, sequencesPerAck>(path.pendingAcks.constData(), sequencesPerAck));
+            path.pendingAcks.remove(0, sequencesPerAck);
+            sendToSender(QByteArray::fromRawData(ack.data(), ack.size()), sender);
+        }
+    }
+    // Last, because slots run in it: neither the path nor, without its counted reference, the group need outlive it.
+    forwardToSrt(group, datagram);
+}
+
+void SrtlaEngine::sendToSender(const QByteArray &datagram, const SrtlaEndpoint &endpoint)
+{
+    // A closed socket would open itself on a random port to send; that can come up when a slot stopped the engine.
+    if (isRunning()) {
+        clientSocket.writeDatagram(datagram, endpoint.address, endpoint.port);
+    }
+}

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The end of links and groups, and the statistics about those that live.
+#include "srtlaengine.h"
+
+#include "srtlagroup.h"
+#include "srtlatexts.h"
+
+namespace {
+
+/// A link, or a group without links, that has been silent for longer is gone.
+constexpr qint64 idleTimeoutMs = 8000;
+
+bool isStale(qint64 lastActivityMs, qint64 now)
+{
+    return now - lastActivityMs > idleTimeoutMs;
+}
+
+} // namespace
+
+void SrtlaEngine::removeGroup(const QByteArray &groupId, const QString &reason)
+{
+    // The reference keeps the group while slots hear of its end, and its id when the caller's lies in a table.
+    const QSharedPointer<SrtlaGroup> group = groups.value(groupId);
+    if (!group) {
+        return;
+    }
+    senderIndex.remove({group->registeredAddress, group->registeredPort});
+    for (auto path = group->paths.keyBegin(); path != group->paths.keyEnd(); ++path) {
+        pathIndex.remove(*path);
+    }
+    if (group->srtSocket) {
+        group->srtSocket->disconnectFromHost();
+        group->srtSocket->close();
+    }
+    Q_EMIT logMessage(SrtlaTexts::groupRemoved(group->id, reason));
+    groups.remove(group->id);
+}
+
+void SrtlaEngine::cleanupSessions()
+{
+    const qint64 now = nowMs();
+    QList<QByteArray> expiredGroups;
+    {
+        // A copy shares the table's contents; it costs something only if a slot changes the table during the walk.
+        const auto walked = groups;
+        for (const QSharedPointer<SrtlaGroup> &group : walked) {
+            if (!groups.contains(group->id)) {
+                continue;
+            }
+            removeSilentPaths(*group, now);
+            if (group->paths.isEmpty() && isStale(group->lastActivityMs, now)) {
+                expiredGroups.append(group->id);
+            }
+        }
+    }
+    for (const QByteArray &groupId : std::as_const(expiredGroups)) {
+        removeGroup(groupId, SrtlaTexts::reasonTimeout());
+    }
+}
+
+void SrtlaEngine::removeSilentPaths(SrtlaGroup &group, qint64 now)
+{
+    QList<SrtlaEndpoint> expiredPaths;
+    for (auto path = group.paths.cbegin(); path != group.paths.cend(); ++path) {
+        if (isStale(path->lastActivityMs, now)) {
+            expiredPaths.append(path.key());
+        }
+    }
+    for (const SrtlaEndpoint &endpoint : std::as_const(expiredPaths)) {
+        group.paths.remove(endpoint);
+        pathIndex.remove(endpoint);
+        Q_EMIT logMessage(SrtlaTexts::pathTimedOut(endpoint.address, endpoint.port));
+    }
+}
+
+void SrtlaEngine::publishStatistics()
+{
+    const qint64 now = nowMs();
+    const qint64 elapsedMs = qMax<qint64>(now - lastPublishedMs, 1);
+    const quint64 delta = receivedBytes - lastPublishedBytes;
+    // Bits per byte and milliseconds per second above, the decimal mega below the line.
+    const double megabitsPerSecond =
+        static_cast<double>(delta) * 8.0 * 1000.0 / (static_cast<double>(elapsedMs) * 1000000.0);
+    int paths = 0;
+    for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
+        paths += static_cast<int>(group->paths.size());
+    }
+    Q_EMIT statisticsChanged(static_cast<int>(groups.size()), paths, megabitsPerSecond, receivedPackets, receivedBytes);
+    lastPublishedBytes = receivedBytes;
+    lastPublishedMs = now;
+}

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// A group's traffic with the SRT listener, in both directions.
+#include "srtlaengine.h"
+
+#include "srtlagroup.h"
+#include "srtlapackets.h"
+#include "srtlatexts.h"
+#include "udpport.h"
+
+#include <QNetworkDatagram>
+
+SrtlaEngine::SrtSocket::SrtSocket() = default;
+SrtlaEngine::SrtSocket::~SrtSocket() = default;
+
+void SrtlaEngine::ensureSrtSocket(SrtlaGroup &group)
+{
+    if (group.srtSocket) {
+        return;
+    }
+    group.srtSocket = std::make_unique<SrtSocket>();
+    SrtSocket *const socket = group.srtSocket.get();
+    socket->groupId = group.id;
+    // The handlers know the id, not the group: one that is gone by then is simply not found.
+    connect(socket, &QIODevice::readyRead, this, [this, groupId = group.id] { readSrtDatagrams(groupId); });
+    connect(socket, &QAbstractSocket::errorOccurred, this,
+            [this, groupId = group.id] { reportSrtSocketError(groupId); });
+    socket->connectToHost(targetAddress, targetPort, QIODevice::ReadWrite);
+    enlargeReceiveBuffer(*socket);
+    Q_EMIT logMessage(SrtlaTexts::srtSocketCreated(group.id, targetAddress, targetPort));
+}
+
+void SrtlaEngine::forwardToSrt(const QSharedPointer<SrtlaGroup> &group, const QByteArray &datagram)
+{
+    ensureSrtSocket(*group);
+    // Closed when a slot that heard of the new socket stopped the engine.
+    if (group->srtSocket && group->srtSocket->isOpen()) {
+        group->srtSocket->write(datagram);
+    }
+}
+
+void SrtlaEngine::readSrtDatagrams(const QByteArray &groupId)
+{
+    // The reference keeps the socket whose signal this is, should a slot have the group removed.
+    QSharedPointer<SrtlaGroup> group = groups.value(groupId);
+    if (!group || !group->srtSocket) {
+        return;
+    }
+    while (group->srtSocket->hasPendingDatagrams()) {
+        routeSrtReply(*group, group->srtSocket->receiveDatagram().data());
+    }
+    releaseAfterHandler(std::move(group));
+}
+
+void SrtlaEngine::reportSrtSocketError(const QByteArray &groupId)
+{
+    QSharedPointer<SrtlaGroup> group = groups.value(groupId);
+    if (!group || !group->srtSocket) {
+        return;
+    }
+    Q_EMIT logMessage(SrtlaTexts::srtSocketError(groupId, group->srtSocket->errorString()));
+    releaseAfterHandler(std::move(group));
+}
+
+void SrtlaEngine::routeSrtReply(SrtlaGroup &group, const QByteArray &datagram)
+{
+    if (group.paths.isEmpty()) {
+        return;
+    }
+    if (isSrtAck(datagram)) {
+        for (auto path = group.paths.keyBegin(); path != group.paths.keyEnd(); ++path) {
+            sendToSender(datagram, *path);
+        }
+        return;
+    }
+    if (group.hasReplyEndpoint) {
+        sendToSender(datagram, {group.replyAddress, group.replyPort});
+    }
+}
+
+void SrtlaEngine::releaseAfterHandler(QSharedPointer<SrtlaGroup> group)
+{
+    if (groups.contains(group->id)) {
+        return; // the table still holds it
+    }
+    // A socket must not be destroyed below its own signal: the event loop lets go of the group once that has returned.
+    QMetaObject::invokeMethod(this, [group = std::move(group)] {}, Qt::QueuedConnection);
+}
