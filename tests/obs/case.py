@@ -1,0 +1,83 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""What the tests with the real OBS share: a desk, homes of their own, and evidence when one fails."""
+
+import atexit
+import os
+import pathlib
+import shutil
+import sys
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+
+import obs  # noqa: E402
+from obs.docklayout import dock_at_the_right  # noqa: E402
+
+SOURCE = "Tarvoline SRTLA"
+LISTEN_PORT = 5000
+TARGET_PORT = 5002
+
+_PROJECT = pathlib.Path(__file__).resolve().parents[2]
+BUILD = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build" / "linux"))
+
+_desk = None
+
+
+def scratch(name: str) -> pathlib.Path:
+    """An empty folder for one test."""
+    folder = BUILD / "tests" / "obs" / name
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    return folder
+
+
+def desk() -> obs.Desk:
+    """The desk of this test process."""
+    global _desk
+    if _desk is None:
+        _desk = obs.Desk(scratch(pathlib.Path(sys.argv[0]).stem + ".desk"))
+        atexit.register(_desk.close)
+    return _desk
+
+
+class ObsCase(unittest.TestCase):
+    """A test that starts OBS sessions; what it leaves is killed."""
+
+    maxDiff = None
+
+    def setUp(self):
+        self.folder = scratch(self.id().removeprefix("__main__."))
+        self._sessions = []
+        self.addCleanup(self._clear)
+
+    def home(self, name="home", *, dock_open=True, with_module=True) -> obs.ObsHome:
+        """A home with the plug-in in it, in which OBS has never run."""
+        home = obs.ObsHome(self.folder / name, dock_state=dock_at_the_right() if dock_open else None)
+        if with_module:
+            home.install_module(BUILD / "plugin" / f"{obs.MODULE}.so", _PROJECT / "locale")
+        return home
+
+    def session(self, home: obs.ObsHome | None = None, **start) -> obs.ObsSession:
+        """A running OBS."""
+        session = obs.ObsSession(desk(), home or self.home())
+        self._sessions.append(session)
+        return session.start(**start)
+
+    def panel(self, session: obs.ObsSession) -> obs.Panel:
+        """The dock of a session, on the screen."""
+        return obs.Panel(session.screen).open()
+
+    def _clear(self):
+        failed = any(error for _, error in getattr(self._outcome.result, "failures", []) +
+                     getattr(self._outcome.result, "errors", []) if _ is self)
+        for number, session in enumerate(self._sessions):
+            if failed and session.running():
+                session.screen.screenshot(self.folder / f"failed-{number}.png")
+            session.kill()
+            if failed:
+                print(f"evidence in {self.folder}\nend of the OBS log:\n{session.log()[-1500:]}", file=sys.stderr)
+
+
+def main():
+    """Runs the tests of the calling file."""
+    unittest.main(verbosity=2)

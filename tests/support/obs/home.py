@@ -1,0 +1,87 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""An OBS configuration of its own for one session: nothing of the user's is read or written."""
+
+import json
+import pathlib
+import shutil
+
+MODULE = "tarvoline-srtla"
+
+_PROFILE = "Test"
+_COLLECTION = "Test"
+
+# The canvas is small because the picture is drawn by the processor.
+CANVAS = (640, 360)
+
+
+class ObsHome:
+    """A home folder in which OBS has been set up once, without its first-run wizard."""
+
+    def __init__(self, folder: pathlib.Path, *, canvas=CANVAS, dock_state: str | None = None):
+        self.folder = folder
+        self.config = folder / ".config" / "obs-studio"
+        self.recordings = folder / "recordings"
+        self.canvas = canvas
+        self.dock_state = dock_state
+
+    def create(self, websocket_port: int):
+        """Writes the configuration files. An existing home is kept; only the port of obs-websocket changes in it."""
+        profile = self.config / "basic" / "profiles" / _PROFILE
+        self.recordings.mkdir(parents=True, exist_ok=True)
+        if not profile.exists():
+            profile.mkdir(parents=True)
+            (self.config / "basic" / "scenes").mkdir(parents=True)
+            # A version of 0 would make OBS convert the settings of its early days and ask about updates.
+            write_ini(self.config / "global.ini", {"General": {"FirstRun": "true", "LastVersion": 0x20020000}})
+            write_ini(self.config / "user.ini", self._user_settings())
+            write_ini(profile / "basic.ini", self._profile_settings())
+        websocket = self.config / "plugin_config" / "obs-websocket"
+        websocket.mkdir(parents=True, exist_ok=True)
+        (websocket / "config.json").write_text(json.dumps({
+            "server_enabled": True, "server_port": websocket_port, "auth_required": False, "first_load": False,
+            "alerts_enabled": False}))
+
+    def install_module(self, library: pathlib.Path, locale: pathlib.Path):
+        """Lays the module where OBS looks for a user's own plug-ins."""
+        plugin = self.config / "plugins" / MODULE
+        binaries = plugin / "bin" / "64bit"
+        binaries.mkdir(parents=True, exist_ok=True)
+        shutil.copy2(library, binaries / f"{MODULE}.so")
+        shutil.copytree(locale, plugin / "data" / "locale", dirs_exist_ok=True)
+
+    def latest_log(self) -> pathlib.Path | None:
+        """The log file of the newest session."""
+        logs = sorted((self.config / "logs").glob("*.txt"), key=lambda path: path.stat().st_mtime_ns)
+        return logs[-1] if logs else None
+
+    def _user_settings(self) -> dict:
+        settings = {
+            "General": {"FirstRun": "true", "LastVersion": 0x20020000, "Language": "en-US", "ConfirmOnExit": "false"},
+            "Basic": {"Profile": _PROFILE, "ProfileDir": _PROFILE,
+                      "SceneCollection": _COLLECTION, "SceneCollectionFile": _COLLECTION},
+            # A tray icon would make OBS hide instead of end.
+            "BasicWindow": {"SysTrayEnabled": "false"},
+        }
+        if self.dock_state:
+            settings["BasicWindow"]["DockState"] = self.dock_state
+        return settings
+
+    def _profile_settings(self) -> dict:
+        width, height = self.canvas
+        return {
+            "General": {"Name": _PROFILE},
+            "Output": {"Mode": "Simple"},
+            "SimpleOutput": {"FilePath": self.recordings, "RecFormat2": "mkv", "RecQuality": "Stream",
+                             "StreamEncoder": "x264", "RecEncoder": "x264", "VBitrate": 1000, "Preset": "ultrafast"},
+            "Video": {"BaseCX": width, "BaseCY": height, "OutputCX": width, "OutputCY": height,
+                      "FPSType": 0, "FPSCommon": 30},
+        }
+
+
+def write_ini(path: pathlib.Path, sections: dict):
+    """Writes `{section: {key: value}}` in the form that OBS and QSettings read."""
+    lines = []
+    for section, values in sections.items():
+        lines += [f"[{section}]", *(f"{key}={value}" for key, value in values.items()), ""]
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text("\n".join(lines))

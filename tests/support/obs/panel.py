@@ -1,0 +1,110 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The plug-in's dock in OBS's window, read and driven as a user does."""
+
+import subprocess
+
+from .screen import Element, Screen
+from .wait import PATIENCE_S, wait_until
+
+TITLE = "Tarvoline SRTLA Receiver"
+
+# The edits of the group "Einstellungen" as they stand on the screen: from the top, then from the left.
+_EDITS = ("listenPort", "targetPort", "publicHost", "streamId", "passphrase")
+
+# Widgets of one row may differ by a few pixels in height.
+_ROW_HEIGHT = 12
+
+
+class Panel:
+    """The dock of one OBS process."""
+
+    def __init__(self, screen: Screen):
+        self.screen = screen
+
+    def dock(self) -> Element | None:
+        """The dock while it is on the screen, in the main window or floating."""
+        main = self.screen.main_window()
+        for candidate in [*self.screen.windows(), *main.children()]:
+            if candidate.name == TITLE and candidate.has_state("showing"):
+                return candidate
+        return None
+
+    def open(self) -> "Panel":
+        """Opens the dock from the Docks menu, if it is not open."""
+        if self.dock() is None:
+            self.screen.menu_entry("Docks", TITLE).press()
+        wait_until(self.dock, "the dock is on the screen")
+        return self
+
+    def group(self, title: str) -> Element:
+        """One of the dock's group boxes."""
+        return self.dock().find(name=title)
+
+    def status(self) -> str:
+        """The text behind "Status:"."""
+        texts = [label.name for label in self.group("Receiver-Status").find_all("label")]
+        return texts[texts.index("Status:") + 1]
+
+    def wait_for_status(self, text: str, timeout_s=PATIENCE_S):
+        """Waits until the status says `text`."""
+        wait_until(lambda: self.status() == text, lambda: f'status "{text}", it is "{self.status()}"', timeout_s)
+
+    def edits(self) -> dict:
+        """The edits of the settings by their names."""
+        found = [e for e in self.group("Einstellungen").walk() if e.role in ("text", "password text")]
+        found.sort(key=lambda e: (e.box[1] // _ROW_HEIGHT, e.box[0]))
+        assert len(found) == len(_EDITS), [e.box for e in found]
+        return dict(zip(_EDITS, found))
+
+    def values(self) -> dict:
+        """What stands in the edits; a masked passphrase reads as its mask."""
+        return {name: edit.text for name, edit in self.edits().items()}
+
+    def checks(self) -> dict:
+        """Which of the settings' boxes are checked, by their words."""
+        return {box.name: box.has_state("checked") for box in self.group("Einstellungen").find_all("check box")}
+
+    def button(self, words: str) -> Element:
+        """The button with these words."""
+        return self.dock().find("button", words)
+
+    def press(self, words: str):
+        """Presses the button with these words, once it can be pressed."""
+        wait_until(lambda: self.button(words).has_state("enabled"), f'"{words}" can be pressed')
+        self.button(words).press()
+
+    def type(self, edit: str, text: str):
+        """Replaces what stands in an edit, with mouse and keyboard, and presses Return."""
+        x, y, width, height = self.edits()[edit].box
+        # Nobody manages the windows of this display, so the one under the mouse has to be given the keyboard.
+        self._do("mousemove", x + width // 2, y + height // 2, "click", 1)
+        window = subprocess.run(["xdotool", "getmouselocation", "--shell"], env=self._environment(), check=True,
+                                capture_output=True, text=True).stdout
+        self._do("windowfocus", "--sync", dict(line.split("=") for line in window.split())["WINDOW"])
+        self._do("key", "--clearmodifiers", "ctrl+a", "key", "Delete")
+        if text:
+            self._do("type", "--clearmodifiers", text)
+        self._do("key", "Return")
+
+    def opened(self, title: str) -> Element:
+        """A collapsible group, opened."""
+        group = self.group(title)
+        if not group.has_state("checked"):
+            group.toggle()
+            wait_until(lambda: self.group(title).has_state("checked"), f'"{title}" opens')
+        return self.group(title)
+
+    def log(self) -> list:
+        """The lines of the dock's log."""
+        return self.opened("Protokoll").find("text").text.split("\n")
+
+    def wait_for_log(self, line: str, timeout_s=PATIENCE_S):
+        """Waits until one line of the dock's log holds `line`."""
+        wait_until(lambda: any(line in entry for entry in self.log()),
+                   lambda: f"{line!r} in the dock's log: {self.log()}", timeout_s)
+
+    def _do(self, *arguments):
+        subprocess.run(["xdotool", *map(str, arguments)], env=self._environment(), check=True)
+
+    def _environment(self) -> dict:
+        return {"DISPLAY": self.screen.desk.display, "PATH": "/usr/bin:/bin"}

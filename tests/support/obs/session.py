@@ -1,0 +1,138 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""One run of the real OBS on a desk of its own."""
+
+import os
+import pathlib
+import signal
+import socket
+import subprocess
+import time
+
+from .desk import Desk
+from .home import ObsHome
+from .remote import Remote
+from .screen import Screen
+from .wait import PATIENCE_S, TimedOut, wait_until
+
+_ARGUMENTS = ["--multi", "--disable-shutdown-check", "--disable-updater", "--verbose"]
+
+
+class ObsSession:
+    """A running OBS: its process, its log, its windows (`screen`) and its remote control (`remote`)."""
+
+    def __init__(self, desk: Desk, home: ObsHome, *, arguments=(), environment=None):
+        self.desk = desk
+        self.home = home
+        self._arguments = list(arguments)
+        self._environment = environment or {}
+        self._process = None
+        self.remote = None
+        self.screen = None
+
+    @property
+    def pid(self) -> int:
+        """OBS's process id."""
+        return self._process.pid
+
+    def start(self, shutdown_check=False):
+        """Starts OBS and waits until its window stands and its remote control answers. With `shutdown_check` OBS looks
+        whether the run before crashed, as it does for a user."""
+        port = free_port()
+        self.home.create(port)
+        arguments = [a for a in _ARGUMENTS if not (shutdown_check and a == "--disable-shutdown-check")]
+        environment = {name: os.environ[name] for name in ("PATH", "LANG") if name in os.environ}
+        environment |= self.desk.environment() | {
+            "HOME": str(self.home.folder),
+            "QT_QPA_PLATFORM": "xcb",
+            "LIBGL_ALWAYS_SOFTWARE": "1",
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+        } | self._environment
+        # A leftover of the session before must not pass for this one's log.
+        self._logs_before = set((self.home.config / "logs").glob("*.txt"))
+        with open(self.home.folder / "console.log", "ab") as console:
+            self._process = subprocess.Popen(
+                ["obs", *arguments, *self._arguments], env=environment, cwd=self.home.folder,
+                stdin=subprocess.DEVNULL, stdout=console, stderr=console)
+        self.started_at = time.monotonic()
+        self.screen = Screen(self.desk, self._process.pid)
+        self.remote = wait_until(lambda: self._try_remote(port), "OBS answers on its remote control")
+        self.screen.main_window()
+        return self
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.kill()
+
+    def running(self) -> bool:
+        """Whether the process still lives."""
+        return self._process is not None and self._process.poll() is None
+
+    def log(self) -> str:
+        """OBS's own log file so far."""
+        fresh = set((self.home.config / "logs").glob("*.txt")) - self._logs_before
+        return "".join(path.read_text(errors="replace") for path in sorted(fresh))
+
+    def wait_for_log(self, text: str, timeout_s=PATIENCE_S):
+        """Waits until the log holds `text`."""
+        wait_until(lambda: text in self.log(), f"the OBS log holds {text!r}", timeout_s)
+
+    def quit(self, timeout_s=PATIENCE_S) -> float:
+        """Ends OBS as a user does, with File > Exit, and returns the seconds it took. Raises TimedOut when it hangs, after
+        it was killed."""
+        self._close_remote()
+        asked = time.monotonic()
+        self.screen.exit()
+        return self._wait_for_end(asked, timeout_s)
+
+    def interrupt(self, timeout_s=PATIENCE_S) -> float:
+        """Ends OBS by a signal, as when the user's session closes; returns the seconds it took."""
+        self._close_remote()
+        asked = time.monotonic()
+        self._process.send_signal(signal.SIGINT)
+        return self._wait_for_end(asked, timeout_s)
+
+    def kill(self):
+        """Ends OBS at once, if it still runs."""
+        self._close_remote()
+        if self.running():
+            self._process.kill()
+            self._process.wait()
+
+    def exit_code(self) -> int | None:
+        """The exit code; None while it runs."""
+        return self._process.poll()
+
+    def _wait_for_end(self, asked, timeout_s) -> float:
+        try:
+            self._process.wait(timeout_s)
+        except subprocess.TimeoutExpired:
+            self.kill()
+            raise TimedOut(f"OBS did not end within {timeout_s:g} s; the end of its log:\n{self.log()[-2000:]}") from None
+        return time.monotonic() - asked
+
+    def _try_remote(self, port):
+        if not self.running():
+            raise RuntimeError(f"OBS ended with {self._process.returncode}:\n{self._console_end()}")
+        try:
+            remote = Remote(port)
+        except (OSError, ValueError):
+            return None
+        self.remote = remote
+        return remote
+
+    def _close_remote(self):
+        if self.remote is not None:
+            self.remote.close()
+            self.remote = None
+
+    def _console_end(self) -> str:
+        return (self.home.folder / "console.log").read_text(errors="replace")[-3000:]
+
+
+def free_port(kind=socket.SOCK_STREAM) -> int:
+    """A port of the loopback interface that nobody holds at the moment."""
+    with socket.socket(socket.AF_INET, kind) as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
