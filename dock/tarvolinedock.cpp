@@ -34,6 +34,7 @@ TarvolineDock::~TarvolineDock()
 {
     engine.shutdown();
     releaseOpenMessageBoxes();
+    releasePanel();
 }
 
 void TarvolineDock::shutdown()
@@ -69,5 +70,14 @@ void TarvolineDock::releaseOpenMessageBoxes()
     for (QMessageBox *box : boxes) {
         box->setParent(nullptr);
         box->done(QMessageBox::NoButton);
+    }
+}
+
+void TarvolineDock::releasePanel()
+{
+    // The widgets outlive the dock's members by a moment, and an edit that loses the focus in it would still save.
+    const QList<QWidget *> widgets = findChildren<QWidget *>();
+    for (QWidget *widget : widgets) {
+        QObject::disconnect(widget, nullptr, this, nullptr);
     }
 }

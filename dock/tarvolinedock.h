@@ -70,7 +70,7 @@ public Q_SLOTS:
     /** Computes both connection addresses from the panel's values. */
     void updateUrls();
     /** Appends @a line to the log view, which keeps the last five lines. */
-    void appendLog(QString line);
+    void appendLog(const QString &line);
     /** Writes the signal file for other programs; the parameters are those of SrtlaEngine::statisticsChanged. */
     void updateStatistics(int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes);
     /** Asks the vendor's service for this connection's public address. */
@@ -106,6 +106,7 @@ private:
     void showRunning(bool running);
     void showStartError(const QString &text);
     void releaseOpenMessageBoxes();
+    void releasePanel();
 
     /**
      * Makes the OBS media source exist and carry the current address. Returns false when it could not be created or no

@@ -19,7 +19,7 @@ constexpr qsizetype keptLogLines = 5;
 
 } // namespace
 
-void TarvolineDock::appendLog(QString line)
+void TarvolineDock::appendLog(const QString &line)
 {
     QStringList lines = logView->toPlainText().split(u'\n', Qt::SkipEmptyParts);
     lines.append(line);

@@ -8,26 +8,30 @@
 #include <obs-frontend-api.h>
 #include <obs.hpp>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 // The source is known by its name alone; a renamed one belongs to the user.
 constexpr char sourceName[] = "Tarvoline SRTLA";
 constexpr char sourceType[] = "ffmpeg_source";
 
-void updateSource(obs_source_t *source, const QByteArray &url)
+// False when there is no source of that name. Its type and its scenes are the user's business.
+bool updateExistingSource(const QByteArray &url)
 {
+    const OBSSourceAutoRelease source = obs_get_source_by_name(sourceName);
+    if (!source) {
+        return false;
+    }
     const OBSDataAutoRelease data = obs_source_get_settings(source);
     obs_data_set_string(data, "input", url.constData());
     obs_data_set_bool(data, "is_local_file", false);
     obs_data_set_bool(data, "restart_on_activate", true);
     obs_data_set_bool(data, "close_when_inactive", false);
     obs_source_update(source, data);
+    return true;
 }
 
-// Null when OBS has no such source type or refuses.
-OBSSourceAutoRelease createSource(const QByteArray &url)
+// Null when OBS has no such source type.
+obs_source_t *createSource(const QByteArray &url)
 {
     const OBSDataAutoRelease data = obs_data_create();
     obs_data_set_bool(data, "is_local_file", false);
@@ -37,14 +41,16 @@ OBSSourceAutoRelease createSource(const QByteArray &url)
     return obs_source_create(sourceType, sourceName, data, nullptr);
 }
 
-// False when there is no current scene to receive the source.
-bool addToCurrentScene(obs_source_t *source)
+// False when the source could not be created or there is no current scene to receive it; it is gone again then, as the
+// reference held here was its only one.
+bool createInCurrentScene(const QByteArray &url)
 {
-    const OBSSourceAutoRelease sceneSource = obs_frontend_get_current_scene();
-    if (!sceneSource) {
+    const OBSSourceAutoRelease source = createSource(url);
+    if (!source) {
         return false;
     }
-    obs_scene_t *scene = obs_scene_from_source(sceneSource);
+    const OBSSourceAutoRelease sceneSource = obs_frontend_get_current_scene();
+    obs_scene_t *scene = sceneSource ? obs_scene_from_source(sceneSource) : nullptr;
     if (!scene) {
         return false;
     }
@@ -57,21 +63,15 @@ bool addToCurrentScene(obs_source_t *source)
 bool TarvolineDock::ensureMediaSource()
 {
     const QByteArray url = obsAddressEdit->text().toUtf8();
-
-    if (const OBSSourceAutoRelease existing = obs_get_source_by_name(sourceName)) {
-        updateSource(existing, url);
+    if (updateExistingSource(url)) {
         appendLog(tr("OBS | Vorhandene SRT-Quelle aktualisiert"));
         return true;
     }
-    {
-        // Released before the log line: without a scene that took it the source is gone at the end of this block.
-        const OBSSourceAutoRelease created = createSource(url);
-        if (!created || !addToCurrentScene(created)) {
-            return false;
-        }
+    if (createInCurrentScene(url)) {
+        appendLog(tr("OBS | Neue SRT-Quelle angelegt"));
+        return true;
     }
-    appendLog(tr("OBS | Neue SRT-Quelle angelegt"));
-    return true;
+    return false;
 }
 
 void TarvolineDock::createOrRepairSource()
