@@ -75,7 +75,9 @@ public Q_SLOTS:
     void updateStatistics(int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes);
     /** Asks the vendor's service for this connection's public address. */
     void queryPublicIp();
+    /** Asks the vendor's service for a newer version; the outcome is shown beside the installed one. */
     void checkForUpdatesManually();
+    /** Asks the user, then downloads, checks and starts the installer of the offered version and closes OBS. */
     void downloadAndInstallUpdate();
 
 private:
@@ -116,9 +118,13 @@ private:
 
     void handlePublicIpReply(const QJsonObject &reply, int httpStatus);
 
+    static QString installedVersionText();
     void handleUpdateReply(QNetworkReply *reply, bool manual);
     void evaluateUpdateInfo(const QString &latestVersion, const QString &downloadUrl, const QString &releaseNotes,
                             const QString &sha256, const QString &installMode, bool manual);
+    /** Remembers an installable offer, or none when all texts are empty; the install button is visible with an offer.
+     */
+    void setPendingUpdate(const QString &url, const QString &sha256, const QString &version);
     void handleInstallerProgress(qint64 bytesReceived, qint64 bytesTotal);
     void handleInstallerDownloaded(QNetworkReply *reply);
 

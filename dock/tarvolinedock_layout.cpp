@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The panel: its widgets, and what they are connected to.
-#include "buildspec.h"
 #include "docksettings.h"
 #include "tarvolinedock.h"
 
@@ -259,7 +258,7 @@ void TarvolineDock::buildVersionGroup(QVBoxLayout *column)
     column->addWidget(group);
     auto *layout = new QVBoxLayout(group);
     layout->setContentsMargins(groupMargins);
-    versionLabel = new QLabel(tr("Installierte Version: %1").arg(QLatin1StringView(pluginVersion)));
+    versionLabel = new QLabel(installedVersionText());
     versionLabel->setWordWrap(true);
     layout->addWidget(versionLabel);
 }

@@ -19,3 +19,6 @@ bool isInstallerSize(qint64 bytes);
 
 /** Checks a downloaded installer: its size first, then its SHA-256 digest against @p sha256 (hexadecimal, any case). */
 InstallerVerdict checkInstaller(const QByteArray &data, const QString &sha256);
+
+/** The name under which the installer of @p version (as the manifest gave it) is saved. */
+QString installerFileName(const QString &version);
