@@ -1,0 +1,54 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""What the Windows module shows to OBS and what it asks of others, as objdump reads it off the file.
+
+Usage: test_imports.py OBJDUMP MODULE.dll
+"""
+
+import re
+import subprocess
+import sys
+import unittest
+
+ENTRY_POINTS = {
+    "obs_current_module", "obs_module_description", "obs_module_free_locale", "obs_module_get_string", "obs_module_load",
+    "obs_module_set_locale", "obs_module_set_pointer", "obs_module_unload", "obs_module_ver",
+}
+LIBRARIES = {
+    "obs.dll", "obs-frontend-api.dll", "qt6core.dll", "qt6gui.dll", "qt6network.dll", "qt6widgets.dll", "winhttp.dll",
+    "kernel32.dll", "msvcrt.dll",  # MinGW's C runtime
+}
+LIBOBS_FUNCTIONS = {
+    "blog", "obs_data_create", "obs_data_release", "obs_data_set_bool", "obs_data_set_string", "obs_get_source_by_name",
+    "obs_module_load_locale", "obs_scene_add", "obs_scene_from_source", "obs_source_create", "obs_source_get_settings",
+    "obs_source_release", "obs_source_update", "text_lookup_destroy", "text_lookup_getstr",
+}
+FRONTEND_FUNCTIONS = {"obs_frontend_add_dock_by_id", "obs_frontend_get_current_scene", "obs_frontend_remove_dock"}
+
+
+class Module(unittest.TestCase):
+    objdump = path = None
+
+    @classmethod
+    def setUpClass(cls):
+        headers = subprocess.run([cls.objdump, "-p", cls.path], check=True, capture_output=True, text=True).stdout
+        exportTable = headers.partition("[Ordinal/Name Pointer] Table")[2].partition("\n\n")[0]
+        cls.exports = re.findall(r"^\s*\[\s*\d+\].*\s(\S+)$", exportTable, re.MULTILINE)
+        cls.imports = {}
+        for table in headers.split("DLL Name: ")[1:]:
+            library, _, rows = table.partition("\n\n")[0].partition("\n")
+            cls.imports[library.strip().lower()] = set(re.findall(r"^\s+[0-9a-f]+\s+\S+\s+\S+\s+(\S+)$", rows, re.MULTILINE))
+
+    def testExportsAreTheEntryPoints(self):
+        self.assertEqual(sorted(self.exports), sorted(ENTRY_POINTS))
+
+    def testNoOtherLibraryIsAskedFor(self):
+        self.assertEqual(set(self.imports) - LIBRARIES, set())
+
+    def testFunctionsOfObs(self):
+        self.assertEqual(self.imports["obs.dll"], LIBOBS_FUNCTIONS)
+        self.assertEqual(self.imports["obs-frontend-api.dll"], FRONTEND_FUNCTIONS)
+
+
+if __name__ == "__main__":
+    Module.objdump, Module.path = sys.argv[1:3]
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
