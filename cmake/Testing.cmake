@@ -1,16 +1,24 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 include(CTest)
 
-# tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds])
-# A Qt Test executable that CTest runs without a display, in a home of its own.
+# tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds] [SERVERS])
+# A Qt Test executable that CTest runs without a display, in a home of its own; with SERVERS beside the HTTPS servers of
+# tests/support/withservers.py.
 function(tarvoline_add_test name)
-    cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    cmake_parse_arguments(arg "SERVERS" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test)
     target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
-    add_test(NAME ${name} COMMAND "${CMAKE_SOURCE_DIR}/tests/support/isolate.sh" ${CMAKE_CROSSCOMPILING_EMULATOR}
-        $<TARGET_FILE:${name}> -o -,txt)
+    set(launcher "")
+    if(arg_SERVERS)
+        set(launcher "${CMAKE_SOURCE_DIR}/tests/support/withservers.py" --vendor "${TARVOLINE_VENDOR_HOST}")
+        if(NOT CMAKE_CROSSCOMPILING)
+            list(APPEND launcher --service "${CMAKE_BINARY_DIR}/packaging/service/tarvoline-service.conf")
+        endif()
+    endif()
+    add_test(NAME ${name} COMMAND "${CMAKE_SOURCE_DIR}/tests/support/isolate.sh" ${launcher}
+        ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}> -o -,txt)
     set(home "${CMAKE_BINARY_DIR}/tests/home/${name}")
     file(MAKE_DIRECTORY "${home}/runtime")
     if(NOT arg_TIMEOUT)

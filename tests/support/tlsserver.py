@@ -1,0 +1,205 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""A TLS server that answers as a test tells it, also badly, and remembers what it was asked.
+
+One server has several doors (TCP ports): TLS doors that show one certificate each, and proxy doors that take a CONNECT
+to any host and then are that host, so that a client meets any name without a name service. A test in another process
+talks to the control door: one JSON object a line each way.
+
+    {"command": "answer", "target": "/update.json", "status": 200, "headers": [["Location", "…"]],
+     "body": "<base64>", "fill": 0, "framing": "length", "announced": 12, "then": "end"}
+
+`fill` sends that many bytes "x" behind the body. `framing` is "length" (Content-Length: `announced`, or the true one),
+"chunked" or "close". `then` says what follows the last byte: "end", "break" (the connection is cut), or "stall" (nothing
+more, until the test resets the server). A target without an answer gets 404; the status 0 stands for no answer at all.
+
+    {"command": "requests"}     -> {"requests": [{"door": "proxy", "head": "<base64>", "body": "<base64>"}, …]}
+    {"command": "connections"}  -> {"connections": 3}
+    {"command": "reset"}        -> {} forgets answers and requests and lets everything that stalls end
+"""
+
+import base64
+import json
+import socket
+import ssl
+import threading
+
+ANY_PORT = ("127.0.0.1", 0)
+BLOCK = b"x" * 65536
+HEAD_END = b"\r\n\r\n"
+
+
+class TlsServer:
+    """Serves until the process ends; `doors` maps the name of each door to its port."""
+
+    def __init__(self):
+        self.doors = {}
+        self._lock = threading.Lock()
+        self._answers = {}
+        self._requests = []
+        self._connections = 0
+        self._resumed = threading.Event()
+
+    def openTlsDoor(self, name, certificate):
+        """A door that speaks TLS with `certificate` (a PEM file with its key) from the first byte on."""
+        context = _context(certificate)
+        self._open(name, lambda connection: self._serveTls(name, connection, context))
+
+    def openProxyDoor(self, name, certificate):
+        """A door that is an HTTP proxy first and, after a CONNECT, a TLS server with `certificate`."""
+        context = _context(certificate)
+        self._open(name, lambda connection: self._serveProxy(name, connection, context))
+
+    def openPlainDoor(self, name):
+        """A door that speaks HTTP without TLS."""
+        self._open(name, lambda connection: self._serveRequests(name, connection))
+
+    def openControlDoor(self, name="control"):
+        """The door for the test itself; its connections don't count."""
+        self._open(name, self._serveControl, counted=False)
+
+    def _open(self, name, serve, counted=True):
+        listener = socket.create_server(ANY_PORT)
+        self.doors[name] = listener.getsockname()[1]
+        threading.Thread(target=self._accept, args=(listener, serve, counted), daemon=True).start()
+
+    def _accept(self, listener, serve, counted):
+        while True:
+            connection, _ = listener.accept()
+            with self._lock:
+                self._connections += counted
+            threading.Thread(target=_quietly, args=(serve, connection), daemon=True).start()
+
+    def _serveProxy(self, name, connection, context):
+        head, rest = _readHead(connection, b"")
+        if not head.startswith(b"CONNECT "):
+            self._remember(name + " without tunnel", head, b"")
+            connection.sendall(b"HTTP/1.1 502 Bad Gateway\r\nContent-Length: 0\r\n\r\n")
+            return
+        assert not rest
+        connection.sendall(b"HTTP/1.1 200 Connection established\r\n\r\n")
+        self._serveTls(name, connection, context)
+
+    def _serveTls(self, name, connection, context):
+        with context.wrap_socket(connection, server_side=True) as secured:
+            self._serveRequests(name, secured)
+
+    def _serveRequests(self, name, connection):
+        rest = b""
+        while True:
+            head, rest = _readHead(connection, rest)
+            if not head:
+                return
+            length = next((int(line.split(b":")[1]) for line in head.lower().split(b"\r\n")
+                           if line.startswith(b"content-length:")), 0)
+            while len(rest) < length:
+                rest += connection.recv(65536)
+            body, rest = rest[:length], rest[length:]
+            self._remember(name, head, body)
+            target = head.split(b" ", 2)[1].decode()
+            with self._lock:
+                answer = self._answers.get(target, {"status": 404})
+                resumed = self._resumed
+            if not _answer(connection, answer, resumed):
+                return
+
+    def _remember(self, door, head, body):
+        with self._lock:
+            self._requests.append({"door": door, "head": _text(head), "body": _text(body)})
+
+    def _serveControl(self, connection):
+        with connection.makefile("rw", encoding="utf-8") as lines:
+            for line in lines:
+                json.dump(self._control(json.loads(line)), lines)
+                lines.write("\n")
+                lines.flush()
+
+    def _control(self, command):
+        with self._lock:
+            match command["command"]:
+                case "answer":
+                    self._answers[command["target"]] = command
+                    return {}
+                case "requests":
+                    return {"requests": self._requests}
+                case "connections":
+                    return {"connections": self._connections}
+                case "reset":
+                    self._resumed.set()
+                    self._resumed = threading.Event()
+                    self._answers, self._requests, self._connections = {}, [], 0
+                    return {}
+                case other:
+                    return {"error": f"unknown command {other}"}
+
+
+def _context(certificate):
+    context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+    context.load_cert_chain(certificate)
+    return context
+
+
+def _quietly(serve, connection):
+    # A client that goes away or refuses the certificate is what many tests are about.
+    try:
+        with connection:
+            serve(connection)
+    except (OSError, ssl.SSLError):
+        pass
+
+
+def _readHead(connection, rest):
+    while HEAD_END not in rest:
+        block = connection.recv(65536)
+        if not block:
+            return b"", b""
+        rest += block
+    head, rest = rest.split(HEAD_END, 1)
+    return head + HEAD_END, rest
+
+
+def _answer(connection, answer, resumed):
+    """Sends the answer; true when the connection may serve another request."""
+    if answer["status"] == 0:
+        resumed.wait()
+        return False
+    body = base64.b64decode(answer.get("body", ""))
+    fill = answer.get("fill", 0)
+    framing = answer.get("framing", "length")
+    head = [f"HTTP/1.1 {answer['status']} {answer.get('reason', 'Test')}"]
+    head += [f"{name}: {value}" for name, value in answer.get("headers", [])]
+    match framing:
+        case "length":
+            head.append(f"Content-Length: {answer.get('announced', len(body) + fill)}")
+        case "chunked":
+            head.append("Transfer-Encoding: chunked")
+        case "close":
+            head.append("Connection: close")
+    connection.sendall("\r\n".join(head).encode() + HEAD_END)
+
+    for block in _blocks(body, fill):
+        connection.sendall(b"%x\r\n%b\r\n" % (len(block), block) if framing == "chunked" else block)
+    match answer.get("then", "end"):
+        case "break":
+            # The caller closes the socket without a word of TLS: the client sees the connection cut.
+            return False
+        case "stall":
+            resumed.wait()
+            return False
+    if framing == "chunked":
+        connection.sendall(b"0\r\n\r\n")
+    if framing == "close" and isinstance(connection, ssl.SSLSocket):
+        connection.unwrap()
+    return framing != "close"
+
+
+def _blocks(body, fill):
+    if body:
+        yield body
+    for _ in range(fill // len(BLOCK)):
+        yield BLOCK
+    if fill % len(BLOCK):
+        yield BLOCK[:fill % len(BLOCK)]
+
+
+def _text(data):
+    return base64.b64encode(data).decode()

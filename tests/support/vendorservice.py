@@ -1,0 +1,77 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The vendor's service as it is deployed: a private nginx on loopback with the configuration that users get."""
+
+import os
+import re
+import socket
+import subprocess
+import time
+from pathlib import Path
+
+MODULES = Path("/usr/lib/nginx/modules")
+STARTED_WITHIN_SECONDS = 60
+
+MAIN = """
+load_module {modules}/ngx_http_echo_module.so;
+{user}
+worker_processes 1;
+daemon off;
+pid {folder}/nginx.pid;
+error_log {folder}/error.log info;
+events {{ worker_connections 64; }}
+http {{
+    access_log off;
+    client_body_temp_path {folder}/body;
+    proxy_temp_path {folder}/proxy;
+    fastcgi_temp_path {folder}/fastcgi;
+    uwsgi_temp_path {folder}/uwsgi;
+    scgi_temp_path {folder}/scgi;
+    include {folder}/service.conf;
+}}
+"""
+
+
+class VendorService:
+    """Runs `configuration` with `certificate` on a free port of 127.0.0.1; serves the files below `root`."""
+
+    def __init__(self, folder, configuration, certificate):
+        self.folder = Path(folder)
+        self.root = self.folder / "root"
+        self.root.mkdir(parents=True)
+        self.port = _freePort()
+        (self.folder / "service.conf").write_text(self._moved(Path(configuration).read_text(), certificate))
+        # Workers of a root's nginx would be nobody, who may not look into the test's folder.
+        user = "user root;" if os.getuid() == 0 else ""
+        (self.folder / "nginx.conf").write_text(MAIN.format(modules=MODULES, user=user, folder=self.folder))
+        self._process = subprocess.Popen(["nginx", "-e", self.folder / "error.log", "-c", self.folder / "nginx.conf"])
+        self._waitUntilItListens()
+
+    def stop(self):
+        self._process.terminate()
+        self._process.wait()
+
+    def _moved(self, text, certificate):
+        """The configuration with the test's port, certificate and folder in place of the machine's."""
+        for pattern, replacement in ((r"listen 443 ssl;", f"listen 127.0.0.1:{self.port} ssl;"),
+                                     (r"ssl_certificate .*;", f"ssl_certificate {certificate};"),
+                                     (r"ssl_certificate_key .*;", f"ssl_certificate_key {certificate};"),
+                                     (r"root .*;", f"root {self.root};")):
+            text, count = re.subn(rf"(?m)^(\s*){pattern}$", rf"\g<1>{replacement}", text)
+            assert count == 1, pattern
+        return text
+
+    def _waitUntilItListens(self):
+        deadline = time.monotonic() + STARTED_WITHIN_SECONDS
+        while self._process.poll() is None and time.monotonic() < deadline:
+            try:
+                socket.create_connection(("127.0.0.1", self.port)).close()
+                return
+            except ConnectionRefusedError:
+                time.sleep(0.05)
+        self.stop()
+        raise RuntimeError("nginx did not start: " + (self.folder / "error.log").read_text())
+
+
+def _freePort():
+    with socket.create_server(("127.0.0.1", 0)) as listener:
+        return listener.getsockname()[1]
