@@ -54,7 +54,7 @@ class ObsCase(unittest.TestCase):
         """A home with the plug-in in it, in which OBS has never run."""
         home = obs.ObsHome(self.folder / name, dock_state=dock_at_the_right() if dock_open else None)
         if with_module:
-            home.install_module(BUILD / "plugin" / f"{obs.MODULE}.so", _PROJECT / "locale")
+            home.install_module(BUILD / "plugins" / obs.MODULE / "bin" / "64bit" / f"{obs.MODULE}.so", _PROJECT / "locale")
         return home
 
     def session(self, home: obs.ObsHome | None = None, **start) -> obs.ObsSession:

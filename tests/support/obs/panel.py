@@ -90,7 +90,7 @@ class Panel:
         """A collapsible group, opened."""
         group = self.group(title)
         if not group.has_state("checked"):
-            group.toggle()
+            group.press()
             wait_until(lambda: self.group(title).has_state("checked"), f'"{title}" opens')
         return self.group(title)
 

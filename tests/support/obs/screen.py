@@ -58,14 +58,8 @@ class Element:
         return extents.x, extents.y, extents.width, extents.height
 
     def press(self):
-        """Presses the button, triggers the menu entry, toggles the box."""
+        """Presses the button, triggers the menu entry, checks or unchecks the box."""
         self.screen.atspi.Action.do_action(self._accessible, 0)
-
-    def toggle(self):
-        """Checks or unchecks a box or the title of a checkable group."""
-        actions = self._accessible.get_action_iface()
-        names = [actions.get_action_name(i).lower() for i in range(actions.get_n_actions())]
-        actions.do_action(next(names.index(n) for n in ("toggle", "press") if n in names))
 
     def children(self) -> list:
         """What stands directly in it."""
