@@ -40,6 +40,12 @@ def desk() -> obs.Desk:
     return _desk
 
 
+def listens(port: int) -> bool:
+    """Whether some program holds a UDP port of the loopback interface or of all interfaces."""
+    rows = pathlib.Path("/proc/net/udp").read_text().splitlines()[1:]
+    return any(int(row.split()[1].split(":")[1], 16) == port for row in rows)
+
+
 class ObsCase(unittest.TestCase):
     """A test that starts OBS sessions; what it leaves is killed."""
 

@@ -14,7 +14,10 @@ from .remote import Remote
 from .screen import Screen
 from .wait import PATIENCE_S, TimedOut, wait_until
 
-_ARGUMENTS = ["--multi", "--disable-shutdown-check", "--disable-updater", "--verbose"]
+_ARGUMENTS = ["--disable-updater", "--verbose"]
+
+# Several at once on one machine; OBS then keeps no note of whether it ended well either.
+_SIDE_BY_SIDE = ["--multi"]
 
 
 class ObsSession:
@@ -35,11 +38,18 @@ class ObsSession:
         return self._process.pid
 
     def start(self, shutdown_check=False):
-        """Starts OBS and waits until its window stands and its remote control answers. With `shutdown_check` OBS looks
-        whether the run before crashed, as it does for a user."""
-        port = free_port()
-        self.home.create(port)
-        arguments = [a for a in _ARGUMENTS if not (shutdown_check and a == "--disable-shutdown-check")]
+        """Starts OBS and waits until its window stands and its remote control answers. With `shutdown_check` OBS takes
+        note of how it ends, and looks how the run before ended, as it does for a user."""
+        self.launch(shutdown_check)
+        self.remote = wait_until(self._try_remote, "OBS answers on its remote control")
+        self.screen.main_window()
+        return self
+
+    def launch(self, shutdown_check=False):
+        """Starts OBS and waits for nothing."""
+        self._port = free_port()
+        self.home.create(self._port)
+        arguments = _ARGUMENTS + ([] if shutdown_check else _SIDE_BY_SIDE)
         environment = {name: os.environ[name] for name in ("PATH", "LANG") if name in os.environ}
         environment |= self.desk.environment() | {
             "HOME": str(self.home.folder),
@@ -53,10 +63,7 @@ class ObsSession:
             self._process = subprocess.Popen(
                 ["obs", *arguments, *self._arguments], env=environment, cwd=self.home.folder,
                 stdin=subprocess.DEVNULL, stdout=console, stderr=console)
-        self.started_at = time.monotonic()
         self.screen = Screen(self.desk, self._process.pid)
-        self.remote = wait_until(lambda: self._try_remote(port), "OBS answers on its remote control")
-        self.screen.main_window()
         return self
 
     def __enter__(self):
@@ -112,14 +119,13 @@ class ObsSession:
             raise TimedOut(f"OBS did not end within {timeout_s:g} s; the end of its log:\n{self.log()[-2000:]}") from None
         return time.monotonic() - asked
 
-    def _try_remote(self, port):
+    def _try_remote(self):
         if not self.running():
             raise RuntimeError(f"OBS ended with {self._process.returncode}:\n{self._console_end()}")
         try:
-            remote = Remote(port)
+            remote = Remote(self._port)
         except (OSError, ValueError):
             return None
-        self.remote = remote
         return remote
 
     def _close_remote(self):
