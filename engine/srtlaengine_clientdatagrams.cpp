@@ -5,19 +5,18 @@
 #include "srtlagroup.h"
 #include "srtlapackets.h"
 #include "srtlatexts.h"
+#include "udpreading.h"
 
-#include <QNetworkDatagram>
 #include <QRandomGenerator>
 
 void SrtlaEngine::readClientDatagrams()
 {
-    while (clientSocket.hasPendingDatagrams()) {
-        const QNetworkDatagram received = clientSocket.receiveDatagram();
+    drainDatagrams(clientSocket, [this](const QNetworkDatagram &received) {
         const QByteArray datagram = received.data();
         ++receivedPackets;
         receivedBytes += static_cast<quint64>(datagram.size());
         handleDatagram(datagram, {received.senderAddress(), static_cast<quint16>(received.senderPort())});
-    }
+    });
 }
 
 void SrtlaEngine::handleDatagram(const QByteArray &datagram, const SrtlaEndpoint &sender)

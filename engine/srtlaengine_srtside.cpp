@@ -6,8 +6,7 @@
 #include "srtlapackets.h"
 #include "srtlatexts.h"
 #include "udpport.h"
-
-#include <QNetworkDatagram>
+#include "udpreading.h"
 
 SrtlaEngine::SrtSocket::SrtSocket() = default;
 SrtlaEngine::SrtSocket::~SrtSocket() = default;
@@ -45,9 +44,8 @@ void SrtlaEngine::readSrtDatagrams(const QByteArray &groupId)
     if (!group || !group->srtSocket) {
         return;
     }
-    while (group->srtSocket->hasPendingDatagrams()) {
-        routeSrtReply(*group, group->srtSocket->receiveDatagram().data());
-    }
+    drainDatagrams(*group->srtSocket,
+                   [this, &group](const QNetworkDatagram &received) { routeSrtReply(*group, received.data()); });
     releaseAfterHandler(std::move(group));
 }
 
