@@ -8,6 +8,11 @@ endforeach()
 
 set(TARVOLINE_VENDOR_HOST "${spec_vendorHost}" CACHE STRING
     "Host of the vendor's HTTPS service (public address, updates)")
+# The plug-in compares it with host names as Qt gives them: in lower case. A whole top-level domain is no vendor.
+if(NOT TARVOLINE_VENDOR_HOST MATCHES "^[a-z0-9]([a-z0-9-]*[a-z0-9])?(\\.[a-z0-9]([a-z0-9-]*[a-z0-9])?)+$")
+    message(FATAL_ERROR "TARVOLINE_VENDOR_HOST must be a host name with its domain, in lower-case letters, "
+        "without scheme, port or path. It is \"${TARVOLINE_VENDOR_HOST}\".")
+endif()
 
 configure_file("${CMAKE_SOURCE_DIR}/cmake/buildspec.h.in" "${CMAKE_BINARY_DIR}/generated/buildspec.h" @ONLY)
 
