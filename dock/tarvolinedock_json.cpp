@@ -2,9 +2,66 @@
 // Requests to the vendor's JSON service.
 #include "tarvolinedock.h"
 
+#include "buildspec.h"
+#include "httpsjson.h"
+
+#include <QCoreApplication>
+#include <QJsonDocument>
+#include <QMetaObject>
+#include <QRunnable>
+#include <QThreadPool>
+
+namespace {
+
+/** One request; belongs to the task that runs it. */
+struct JsonPostJob
+{
+    QPointer<TarvolineDock> receiver;
+    QString url;
+    QByteArray body;
+    JsonReplyCallback callback;
+};
+
+/** What the task hands back to the main thread. */
+struct JsonPostResult
+{
+    QPointer<TarvolineDock> receiver;
+    QJsonObject reply;
+    int httpStatus = 0;
+    JsonReplyCallback callback;
+};
+
+/** Last step on the worker: has the callback run on the main thread, if there still is a dock. */
+void deliver(const JsonPostJob &job, const HttpsJsonReply &reply)
+{
+    // Queued to the application, which lives in the dock's thread and waits for this pool before it goes: the dock
+    // itself could be destroyed between a look at the guarded pointer and the posting.
+    QCoreApplication *const application = QCoreApplication::instance();
+    if (!job.receiver || !application) {
+        return;
+    }
+    const JsonPostResult result{job.receiver, reply.object, reply.httpStatus, job.callback};
+    QMetaObject::invokeMethod(
+        application,
+        [result] {
+            if (result.receiver) {
+                result.callback(result.reply, result.httpStatus);
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+} // namespace
+
 void TarvolineDock::postJson(const QString &path, const QJsonObject &request, JsonReplyCallback callback)
 {
-    Q_UNUSED(path)
-    Q_UNUSED(request)
-    Q_UNUSED(callback)
+    JsonPostJob job;
+    job.receiver = this;
+    job.url = QString::fromUtf8(serviceBaseUrl) + path;
+    job.body = QJsonDocument(request).toJson(QJsonDocument::Compact);
+    job.callback = std::move(callback);
+
+    constexpr int priority = 0;
+    QThreadPool::globalInstance()->start(
+        QRunnable::create([job = std::move(job)] { deliver(job, exchangeJson(job.url, job.body)); }), priority);
 }

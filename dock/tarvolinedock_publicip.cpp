@@ -2,4 +2,36 @@
 // The query for this connection's public address.
 #include "tarvolinedock.h"
 
-void TarvolineDock::queryPublicIp() {}
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+
+using namespace Qt::StringLiterals;
+
+void TarvolineDock::queryPublicIp()
+{
+    if (unloading) {
+        return;
+    }
+    queryIpButton->setEnabled(false);
+    ipHintLabel->setText(tr("Öffentliche IP wird ermittelt …"));
+    postJson(u"/api/network_probe.php"_s, {{u"action"_s, u"ip"_s}},
+             [this](const QJsonObject &reply, int httpStatus) { handlePublicIpReply(reply, httpStatus); });
+}
+
+void TarvolineDock::handlePublicIpReply(const QJsonObject &reply, int httpStatus)
+{
+    queryIpButton->setEnabled(true);
+    const bool ok = reply["ok"_L1].toBool();
+    const QString ip = reply["ip"_L1].toString().trimmed();
+    if (!ok || ip.isEmpty()) {
+        const QString message = reply["message"_L1].toString();
+        ipHintLabel->setText(message.isEmpty() ? tr("IP-Abfrage fehlgeschlagen (HTTP %1)").arg(httpStatus) : message);
+        return;
+    }
+    publicHostEdit->setText(ip);
+    saveSettings();
+    updateUrls();
+    ipHintLabel->setText(tr("Öffentliche IP erkannt: %1").arg(ip));
+    appendLog(tr("NETZWERK | Öffentliche IP: %1").arg(ip));
+}
