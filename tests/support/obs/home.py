@@ -5,6 +5,8 @@ import json
 import pathlib
 import shutil
 
+from .scenes import collection_with_source
+
 MODULE = "tarvoline-srtla"
 
 _PROFILE = "Test"
@@ -17,12 +19,16 @@ CANVAS = (640, 360)
 class ObsHome:
     """A home folder in which OBS has been set up once, without its first-run wizard."""
 
-    def __init__(self, folder: pathlib.Path, *, canvas=CANVAS, dock_state: str | None = None):
+    def __init__(self, folder: pathlib.Path, *, canvas=CANVAS, dock_state: str | None = None,
+                 source_on_port: int | None = None):
+        """`dock_state` is the arrangement of the window; with `source_on_port` the first scene holds the plug-in's source,
+        listening there."""
         self.folder = folder
         self.config = folder / ".config" / "obs-studio"
         self.recordings = folder / "recordings"
         self.canvas = canvas
         self.dock_state = dock_state
+        self.source_on_port = source_on_port
 
     def create(self, websocket_port: int):
         """Writes the configuration files. An existing home is kept; only the port of obs-websocket changes in it."""
@@ -35,6 +41,9 @@ class ObsHome:
             write_ini(self.config / "global.ini", {"General": {"FirstRun": "true", "LastVersion": 0x20020000}})
             write_ini(self.config / "user.ini", self._user_settings())
             write_ini(profile / "basic.ini", self._profile_settings())
+            if self.source_on_port is not None:
+                collection = collection_with_source(_COLLECTION, self.source_on_port, self.canvas)
+                (self.config / "basic" / "scenes" / f"{_COLLECTION}.json").write_text(json.dumps(collection))
         websocket = self.config / "plugin_config" / "obs-websocket"
         websocket.mkdir(parents=True, exist_ok=True)
         (websocket / "config.json").write_text(json.dumps({
