@@ -83,7 +83,8 @@ SignalRecord::SignalRecord(SrtlaEngine &engine)
 {
     connect(&engine, &SrtlaEngine::runningChanged, this,
             [this](bool running) { all.append(running ? u"running true"_s : u"running false"_s); });
-    connect(&engine, &SrtlaEngine::statusChanged, this, [this](const QString &text) { all.append(u"status "_s + text); });
+    connect(&engine, &SrtlaEngine::statusChanged, this,
+            [this](const QString &text) { all.append(u"status "_s + text); });
     connect(&engine, &SrtlaEngine::statisticsChanged, this,
             [this](int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes) {
                 all.append(u"statistics %1 %2 %3 %4 %5"_s.arg(QString::number(groups), QString::number(paths),

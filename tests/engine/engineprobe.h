@@ -5,7 +5,8 @@
 #include "srtlagroup.h"
 
 /// A test's view of an engine's tables and of the slots that its timers call.
-struct EngineProbe {
+struct EngineProbe
+{
     SrtlaEngine &engine;
 
     QUdpSocket &clientSocket() const { return engine.clientSocket; }

@@ -151,10 +151,17 @@ void TestSrtlaPackets::builtPackets()
 
     const std::array<quint32, 10> sequences{0x7fffffff, 0, 1, 0x01020304, 5, 6, 7, 8, 9, 10};
     const auto ack = makeAck(sequences);
-    QCOMPARE(QByteArray(ack.data(), ack.size()).toHex(),
-             QByteArray("91000000"
-                        "7fffffff" "00000000" "00000001" "01020304" "00000005"
-                        "00000006" "00000007" "00000008" "00000009" "0000000a"));
+    QCOMPARE(QByteArray(ack.data(), ack.size()).toHex(), QByteArray("91000000"
+                                                                    "7fffffff"
+                                                                    "00000000"
+                                                                    "00000001"
+                                                                    "01020304"
+                                                                    "00000005"
+                                                                    "00000006"
+                                                                    "00000007"
+                                                                    "00000008"
+                                                                    "00000009"
+                                                                    "0000000a"));
 }
 
 void TestSrtlaPackets::registrationsAreTakenApart()

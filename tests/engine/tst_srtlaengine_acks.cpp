@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Which SRT packets are acknowledged to the link that delivered them, and when.
+#include "enginefixture.h"
+
+#include <QTest>
+
+class TestSrtlaEngineAcks : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void tenDataPacketsMakeOneAckInArrivalOrder();
+    void nineDataPacketsMakeNone();
+    void batchesArePerLink();
+    void theExtremesOfTheSequenceNumbersAreAcknowledged();
+    void duplicatesAreAcknowledgedTwice();
+    void controlPacketsAreForwardedAndNotAcknowledged();
+    void anSrtPacketMovesTheReplyEndpoint();
+
+private:
+    static void deliver(EngineFixture &fixture, Peer &link, const QList<quint32> &sequences);
+};
+
+/// Sends data packets and waits until the listener has the last of them.
+void TestSrtlaEngineAcks::deliver(EngineFixture &fixture, Peer &link, const QList<quint32> &sequences)
+{
+    for (const quint32 sequence : sequences) {
+        fixture.send(link, srtData(sequence));
+        QCOMPARE(fixture.listener.receive(), srtData(sequence));
+    }
+}
+
+void TestSrtlaEngineAcks::tenDataPacketsMakeOneAckInArrivalOrder()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    const QList<quint32> sequences{10, 3, 5, 4, 9, 1, 200, 7, 8, 2};
+    deliver(fixture, link, sequences);
+    QCOMPARE(link.receive(), srtlaAck(sequences));
+    QCOMPARE(link.lastSenderPort, fixture.port());
+    QVERIFY(fixture.nothingAnswered(link)); // exactly one
+    QVERIFY(fixture.probe.path(id, link.endpoint())->pendingAcks.isEmpty());
+
+    // The list starts anew.
+    const QList<quint32> more{11, 12, 13, 14, 15, 16, 17, 18, 19, 20};
+    deliver(fixture, link, more);
+    QCOMPARE(link.receive(), srtlaAck(more));
+}
+
+void TestSrtlaEngineAcks::nineDataPacketsMakeNone()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    const QList<quint32> sequences{1, 2, 3, 4, 5, 6, 7, 8, 9};
+    deliver(fixture, link, sequences);
+    QVERIFY(fixture.nothingAnswered(link));
+    QCOMPARE(fixture.probe.path(id, link.endpoint())->pendingAcks, sequences);
+}
+
+void TestSrtlaEngineAcks::batchesArePerLink()
+{
+    EngineFixture fixture;
+    Peer first;
+    Peer second;
+    const QByteArray id = fixture.openGroup(first);
+    QVERIFY(fixture.join(first, id));
+    QVERIFY(fixture.join(second, id));
+    for (quint32 sequence = 0; sequence < 10; sequence += 2) {
+        deliver(fixture, first, {sequence});
+        deliver(fixture, second, {sequence + 1});
+    }
+    QVERIFY(fixture.nothingAnswered(first));
+    QVERIFY(fixture.nothingAnswered(second));
+    // Each link's batch is full when it has delivered ten itself.
+    deliver(fixture, first, {20, 21, 22, 23, 24});
+    QCOMPARE(first.receive(), srtlaAck({0, 2, 4, 6, 8, 20, 21, 22, 23, 24}));
+    QVERIFY(fixture.nothingAnswered(second));
+}
+
+void TestSrtlaEngineAcks::theExtremesOfTheSequenceNumbersAreAcknowledged()
+{
+    EngineFixture fixture;
+    Peer link;
+    QVERIFY(fixture.join(link, fixture.openGroup(link)));
+    const QList<quint32> sequences{0x7ffffffe, 0x7fffffff, 0, 1, 2, 3, 4, 5, 6, 7};
+    deliver(fixture, link, sequences);
+    QCOMPARE(link.receive(), srtlaAck(sequences));
+}
+
+void TestSrtlaEngineAcks::duplicatesAreAcknowledgedTwice()
+{
+    EngineFixture fixture;
+    Peer link;
+    QVERIFY(fixture.join(link, fixture.openGroup(link)));
+    const QList<quint32> sequences{1, 1, 2, 2, 3, 3, 4, 4, 5, 5};
+    deliver(fixture, link, sequences);
+    QCOMPARE(link.receive(), srtlaAck(sequences));
+}
+
+void TestSrtlaEngineAcks::controlPacketsAreForwardedAndNotAcknowledged()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    for (int i = 0; i < 20; ++i) {
+        fixture.send(link, srtHandshake());
+        QCOMPARE(fixture.listener.receive(), srtHandshake());
+    }
+    QVERIFY(fixture.nothingAnswered(link));
+    QVERIFY(fixture.probe.path(id, link.endpoint())->pendingAcks.isEmpty());
+    QCOMPARE(fixture.probe.path(id, link.endpoint())->packets, 20U);
+}
+
+void TestSrtlaEngineAcks::anSrtPacketMovesTheReplyEndpoint()
+{
+    EngineFixture fixture;
+    Peer first;
+    Peer second;
+    const QByteArray id = fixture.openGroup(first);
+    QVERIFY(fixture.join(first, id));
+    QVERIFY(fixture.join(second, id));
+    const SrtlaGroup *const group = fixture.probe.group(id);
+    fixture.send(first, srtHandshake());
+    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    QVERIFY(group->hasReplyEndpoint);
+    QCOMPARE(group->replyAddress, first.endpoint().address);
+    QCOMPARE(group->replyPort, first.endpoint().port);
+    deliver(fixture, second, {1});
+    QCOMPARE(group->replyPort, second.endpoint().port);
+}
+
+QTEST_GUILESS_MAIN(TestSrtlaEngineAcks)
+#include "tst_srtlaengine_acks.moc"

@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Start, stop, teardown and the creation of a group's socket.
+#include "enginefixture.h"
+
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+class TestSrtlaEngineCore : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aNewEngineIsIdle();
+    void startTellsInOrderAndBinds();
+    void startOnAPortHeldExclusivelyFails();
+    void aFailedStartCanBeRepeated();
+    void aPercentSignInAnErrorTextStaysWhatItIs();
+    void startWhileRunningStopsTheOldSessionFirst();
+    void stopTellsTheTotalsOfTheSession();
+    void stopWhenIdleEmitsTheSameThreeSignals();
+    void stopDropsGroupsAndIndexes();
+    void ipv6SendersAreNotServed();
+    void shutdownIsSilentAndFinal();
+    void theDestructorIsSilent();
+    void aGroupThatForwardedNothingHasNoSocket();
+    void theFirstForwardedPacketCreatesTheSocket();
+    void eachGroupIsAPeerOfItsOwn();
+    void theClockIsZeroBeforeTheFirstStart();
+    void theSystemsErrorIsReportedWhenTheListenerCannotBeReached();
+};
+
+void TestSrtlaEngineCore::aNewEngineIsIdle()
+{
+    SrtlaEngine engine;
+    const EngineProbe probe{engine};
+    QVERIFY(!engine.isRunning());
+    QCOMPARE(probe.targetAddress(), QHostAddress(u"127.0.0.1"_s));
+    QCOMPARE(probe.listenPort(), 0);
+    QCOMPARE(probe.targetPort(), 0);
+    QCOMPARE(probe.cleanupTimer().interval(), 2000);
+    QCOMPARE(probe.statisticsTimer().interval(), 1000);
+    QVERIFY(!probe.cleanupTimer().isActive());
+    QVERIFY(!probe.statisticsTimer().isActive());
+    QVERIFY(!probe.clock().isValid());
+    QCOMPARE(engine.parent(), nullptr);
+
+    QObject parent;
+    QCOMPARE((new SrtlaEngine(&parent))->parent(), &parent);
+}
+
+void TestSrtlaEngineCore::startTellsInOrderAndBinds()
+{
+    const quint16 port = Peer().socket.localPort(); // free again at the end of this line
+    SrtlaEngine engine;
+    const EngineProbe probe{engine};
+    const SignalRecord record(engine);
+    QVERIFY2(engine.start(port, QHostAddress(u"127.0.0.2"_s), 5002), qPrintable(record.all.join(u'\n')));
+
+    QVERIFY(engine.isRunning());
+    QCOMPARE(record.all, (QStringList{u"running true"_s, u"status Läuft auf UDP %1 → 127.0.0.2:5002"_s.arg(port),
+                                      u"log START | SRTLA UDP %1 → SRT 127.0.0.2:5002"_s.arg(port)}));
+    QCOMPARE(probe.listenPort(), port);
+    QCOMPARE(probe.targetPort(), 5002);
+    QCOMPARE(probe.clientSocket().localPort(), port);
+    QCOMPARE(probe.clientSocket().localAddress(), QHostAddress(QHostAddress::AnyIPv4));
+    QVERIFY(probe.cleanupTimer().isActive());
+    QVERIFY(probe.statisticsTimer().isActive());
+    QVERIFY(probe.clock().isValid());
+}
+
+void TestSrtlaEngineCore::startOnAPortHeldExclusivelyFails()
+{
+    QUdpSocket holder;
+    QVERIFY2(holder.bind(QHostAddress::AnyIPv4, 0, QUdpSocket::DontShareAddress), qPrintable(holder.errorString()));
+    const quint16 port = holder.localPort();
+    QUdpSocket rival;
+    QVERIFY(!rival.bind(QHostAddress::AnyIPv4, port, QUdpSocket::DontShareAddress));
+
+    SrtlaEngine engine;
+    const EngineProbe probe{engine};
+    const SignalRecord record(engine);
+    QVERIFY(!engine.start(port, QHostAddress(u"127.0.0.2"_s), 5002));
+
+    const QString error = rival.errorString(); // Qt's own text
+    QCOMPARE(record.all,
+             (QStringList{u"status UDP %1 konnte nicht geöffnet werden: %2"_s.arg(QString::number(port), error),
+                          u"log FEHLER | SRTLA-Port %1: %2"_s.arg(QString::number(port), error)}));
+    QVERIFY(!engine.isRunning());
+    QCOMPARE(probe.listenPort(), 0);
+    QCOMPARE(probe.targetAddress(), QHostAddress(u"127.0.0.2"_s));
+    QCOMPARE(probe.targetPort(), 5002);
+    QVERIFY(!probe.cleanupTimer().isActive());
+    QVERIFY(!probe.statisticsTimer().isActive());
+}
+
+void TestSrtlaEngineCore::aFailedStartCanBeRepeated()
+{
+    auto holder = std::make_unique<QUdpSocket>();
+    QVERIFY(holder->bind(QHostAddress::AnyIPv4, 0, QUdpSocket::DontShareAddress));
+    const quint16 port = holder->localPort();
+    SrtlaEngine engine;
+    QVERIFY(!engine.start(port, QHostAddress(QHostAddress::LocalHost), 5002));
+    QVERIFY(!engine.start(port, QHostAddress(QHostAddress::LocalHost), 5002));
+    holder.reset();
+    QVERIFY(engine.start(port, QHostAddress(QHostAddress::LocalHost), 5002));
+}
+
+void TestSrtlaEngineCore::aPercentSignInAnErrorTextStaysWhatItIs()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    fixture.probe.removeGroup(id, u"%1 %2"_s);
+    QCOMPARE(fixture.record.logLines.last(), u"GRUPPE | 616263646566 entfernt: %1 %2"_s);
+}
+
+void TestSrtlaEngineCore::startWhileRunningStopsTheOldSessionFirst()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    fixture.record.all.clear();
+
+    const quint16 port = fixture.port();
+    QVERIFY(fixture.engine.start(port, QHostAddress(QHostAddress::LocalHost), 5002));
+
+    QCOMPARE(fixture.record.all,
+             (QStringList{u"log GRUPPE | 616263646566 entfernt: Receiver gestoppt"_s, u"running false"_s,
+                          u"status Gestoppt"_s, u"statistics 0 0 0 2 516"_s, u"running true"_s,
+                          u"status Läuft auf UDP %1 → 127.0.0.1:5002"_s.arg(port),
+                          u"log START | SRTLA UDP %1 → SRT 127.0.0.1:5002"_s.arg(port)}));
+    QCOMPARE(fixture.probe.receivedPackets(), 0U);
+    QCOMPARE(fixture.probe.receivedBytes(), 0U);
+    QVERIFY(fixture.probe.groups().isEmpty());
+    // The new session serves senders.
+    QVERIFY(!fixture.openGroup(link).isEmpty());
+    QCOMPARE(fixture.probe.receivedPackets(), 1U);
+}
+
+void TestSrtlaEngineCore::stopTellsTheTotalsOfTheSession()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    fixture.send(link, QByteArray(100, 'x'));
+    QVERIFY(fixture.nothingAnswered(link));
+    fixture.record.all.clear();
+
+    fixture.engine.stop();
+
+    QCOMPARE(fixture.record.all, (QStringList{u"log GRUPPE | 616263646566 entfernt: Receiver gestoppt"_s,
+                                              u"running false"_s, u"status Gestoppt"_s, u"statistics 0 0 0 4 874"_s}));
+    QVERIFY(!fixture.engine.isRunning());
+    QCOMPARE(fixture.probe.listenPort(), 0);
+    QCOMPARE(fixture.probe.targetPort(), 0);
+    QVERIFY(!fixture.probe.cleanupTimer().isActive());
+    QVERIFY(!fixture.probe.statisticsTimer().isActive());
+}
+
+void TestSrtlaEngineCore::stopWhenIdleEmitsTheSameThreeSignals()
+{
+    SrtlaEngine engine;
+    const SignalRecord record(engine);
+    engine.stop();
+    QCOMPARE(record.all, (QStringList{u"running false"_s, u"status Gestoppt"_s, u"statistics 0 0 0 0 0"_s}));
+}
+
+void TestSrtlaEngineCore::stopDropsGroupsAndIndexes()
+{
+    EngineFixture fixture;
+    Peer first;
+    Peer second;
+    QVERIFY(fixture.join(first, fixture.openGroup(first, 'a')));
+    QVERIFY(fixture.join(second, fixture.openGroup(second, 'b')));
+    fixture.record.logLines.clear();
+    fixture.engine.stop();
+    fixture.record.logLines.sort(); // the order of the groups is the table's
+    QCOMPARE(fixture.record.logLines, (QStringList{u"GRUPPE | 616263646566 entfernt: Receiver gestoppt"_s,
+                                                   u"GRUPPE | 626364656667 entfernt: Receiver gestoppt"_s}));
+    QVERIFY(fixture.probe.groups().isEmpty());
+    QVERIFY(fixture.probe.pathIndex().isEmpty());
+    QVERIFY(fixture.probe.senderIndex().isEmpty());
+}
+
+void TestSrtlaEngineCore::ipv6SendersAreNotServed()
+{
+    EngineFixture fixture;
+    QUdpSocket sender;
+    if (!sender.bind(QHostAddress::LocalHostIPv6)) {
+        QSKIP("no IPv6 here");
+    }
+    sender.writeDatagram(reg1(idProposal('a')), QHostAddress(QHostAddress::LocalHostIPv6), fixture.port());
+    Peer link;
+    QVERIFY(fixture.nothingAnswered(link));
+    QCOMPARE(fixture.probe.receivedPackets(), 1U); // the IPv4 one
+    QVERIFY(fixture.probe.groups().isEmpty());
+}
+
+void TestSrtlaEngineCore::shutdownIsSilentAndFinal()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    fixture.send(link, srtHandshake());
+    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    fixture.record.all.clear();
+
+    fixture.engine.shutdown();
+    QVERIFY(!fixture.engine.isRunning());
+    QCOMPARE(fixture.probe.listenPort(), 0);
+    QCOMPARE(fixture.probe.targetPort(), 0);
+    QVERIFY(!fixture.probe.cleanupTimer().isActive());
+    QVERIFY(!fixture.probe.statisticsTimer().isActive());
+    QVERIFY(fixture.probe.groups().isEmpty());
+    QVERIFY(fixture.probe.pathIndex().isEmpty());
+    QVERIFY(fixture.probe.senderIndex().isEmpty());
+
+    fixture.engine.stop();
+    fixture.engine.shutdown();
+    QCOMPARE(fixture.record.all, QStringList());
+}
+
+void TestSrtlaEngineCore::theDestructorIsSilent()
+{
+    auto engine = std::make_unique<SrtlaEngine>();
+    QVERIFY(engine->start(0, QHostAddress(QHostAddress::LocalHost), 5002));
+    const quint16 port = EngineProbe{*engine}.clientSocket().localPort();
+    SignalRecord record(*engine);
+    engine.reset();
+    QCOMPARE(record.all, QStringList());
+    QUdpSocket next;
+    QVERIFY2(next.bind(QHostAddress::AnyIPv4, port, QUdpSocket::DontShareAddress), qPrintable(next.errorString()));
+}
+
+void TestSrtlaEngineCore::aGroupThatForwardedNothingHasNoSocket()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    QCOMPARE(fixture.ask(link, typed(0x9000, 10)), typed(0x9000, 10));
+    fixture.send(link, srtData(1, 15));
+    QVERIFY(fixture.nothingAnswered(link));
+    QVERIFY(!fixture.probe.group(id)->srtSocket);
+    QVERIFY(!fixture.record.logLines.join(u'\n').contains(u"SRT | Gruppe"));
+}
+
+void TestSrtlaEngineCore::theFirstForwardedPacketCreatesTheSocket()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    fixture.record.logLines.clear();
+    fixture.send(link, srtHandshake());
+    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    QCOMPARE(fixture.listener.lastSenderPort, fixture.srtPort(id));
+    const QString line = u"SRT | Gruppe 616263646566 → 127.0.0.1:%1"_s.arg(fixture.listener.socket.localPort());
+    QCOMPARE(fixture.record.logLines, QStringList{line});
+
+    const SrtlaEngine::SrtSocket *const socket = fixture.probe.group(id)->srtSocket.get();
+    QCOMPARE(socket->groupId, id);
+    QCOMPARE(socket->parent(), nullptr);
+    QCOMPARE(socket->state(), QAbstractSocket::ConnectedState);
+    QCOMPARE(socket->peerPort(), fixture.listener.socket.localPort());
+
+    fixture.send(link, srtData(7));
+    QCOMPARE(fixture.listener.receive(), srtData(7));
+    QCOMPARE(fixture.probe.group(id)->srtSocket.get(), socket);
+    QCOMPARE(fixture.record.logLines, QStringList{line});
+}
+
+void TestSrtlaEngineCore::eachGroupIsAPeerOfItsOwn()
+{
+    EngineFixture fixture;
+    Peer first;
+    Peer second;
+    QVERIFY(fixture.join(first, fixture.openGroup(first, 'a')));
+    QVERIFY(fixture.join(second, fixture.openGroup(second, 'b')));
+    fixture.send(first, srtData(1));
+    QCOMPARE(fixture.listener.receive(), srtData(1));
+    const quint16 firstPort = fixture.listener.lastSenderPort;
+    fixture.send(second, srtData(2));
+    QCOMPARE(fixture.listener.receive(), srtData(2));
+    QVERIFY(fixture.listener.lastSenderPort != firstPort);
+}
+
+void TestSrtlaEngineCore::theClockIsZeroBeforeTheFirstStart()
+{
+    ClockedEngine engine;
+    const EngineProbe probe{engine};
+    SignalRecord record(engine);
+    probe.handleDatagram(reg2(QByteArray(256, 'x')), {}); // nobody there: no answer, no harm
+    probe.publishStatistics();
+    QCOMPARE(probe.lastPublishedMs(), 0);
+    QVERIFY(engine.start(0, QHostAddress(QHostAddress::LocalHost), 5002));
+    QCOMPARE(probe.lastPublishedMs(), 0);
+}
+
+void TestSrtlaEngineCore::theSystemsErrorIsReportedWhenTheListenerCannotBeReached()
+{
+    // An IPv4 limited broadcast address cannot be connected to without asking for broadcasts first, on any system.
+    QUdpSocket same;
+    same.connectToHost(QHostAddress(QHostAddress::Broadcast), 5002);
+    if (same.state() == QAbstractSocket::ConnectedState) {
+        QSKIP("this system connects to anything");
+    }
+    ClockedEngine engine;
+    const EngineProbe probe{engine};
+    QVERIFY(engine.start(0, QHostAddress(QHostAddress::Broadcast), 5002));
+    SignalRecord record(engine);
+    const SrtlaEndpoint link{QHostAddress(u"192.0.2.7"_s), 40000};
+    probe.handleDatagram(reg1(idProposal('a')), link);
+    const QByteArray id = probe.groups().keys().constFirst();
+    probe.handleDatagram(reg2(id), link);
+    record.logLines.clear();
+    probe.handleDatagram(srtHandshake(), link);
+    QCOMPARE(record.logLines, (QStringList{u"SRT | Gruppe 616263646566: %1"_s.arg(same.errorString()),
+                                           u"SRT | Gruppe 616263646566 → 255.255.255.255:5002"_s}));
+    QVERIFY(probe.group(id));
+}
+
+QTEST_GUILESS_MAIN(TestSrtlaEngineCore)
+#include "tst_srtlaengine_core.moc"
