@@ -9,8 +9,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int ampleMs = 30000;
-
 QString number(double value)
 {
     return QString::number(value, 'g', 17);

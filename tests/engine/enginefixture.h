@@ -10,6 +10,9 @@
 
 #include <optional>
 
+/// How long a test waits for what has to come: ample even on a busy machine.
+inline constexpr int ampleMs = 30000;
+
 // The tests' own packets, sharing nothing with the engine's, so that a mistake there cannot cancel itself out.
 
 QByteArray bigEndian16(quint16 value);
@@ -58,7 +61,7 @@ public:
 
     SrtlaEndpoint endpoint() const { return {socket.localAddress(), socket.localPort()}; }
     void send(const QByteArray &datagram, quint16 port);
-    /// The next datagram; null when none comes within a time that is ample even on a busy machine.
+    /// The next datagram; null when none comes within ampleMs.
     QByteArray receive();
 
     QUdpSocket socket;

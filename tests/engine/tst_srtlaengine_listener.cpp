@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The SRT listener isn't there, comes, goes away and comes back.
+#include "enginefixture.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+class TestSrtlaEngineListener : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void theListenerAppearsLate();
+    void theListenerGoesAndComesBack();
+    void repliesBehindAnErrorAreRead();
+
+private:
+    void arrive();
+    void leave() { listener.reset(); }
+    bool streamFlows();
+    QByteArray nextReply();
+    void sendIntoTheVoid();
+
+    std::unique_ptr<SrtlaEngine> engine;
+    std::unique_ptr<Peer> link;
+    std::unique_ptr<Peer> listener;
+    quint16 enginePort = 0;
+    quint16 listenerPort = 0;
+    quint32 sequence = 0;
+    int errors = 0; ///< emitted by the group's socket
+    QStringList errorLines;
+    SrtlaEngine::SrtSocket *socket = nullptr;
+    qintptr descriptor = -1;
+};
+
+void TestSrtlaEngineListener::init()
+{
+    errors = 0;
+    errorLines.clear();
+    listenerPort = Peer().socket.localPort(); // free again, and nobody answers there
+    engine = std::make_unique<SrtlaEngine>();
+    link = std::make_unique<Peer>();
+    QVERIFY(engine->start(0, QHostAddress(QHostAddress::LocalHost), listenerPort));
+    const EngineProbe probe{*engine};
+    enginePort = probe.clientSocket().localPort();
+    link->send(reg1(idProposal('a')), enginePort);
+    const QByteArray id = link->receive().sliced(2);
+    link->send(reg2(id), enginePort);
+    QCOMPARE(link->receive(), reg3);
+    const SrtlaGroup *const group = probe.group(id);
+
+    link->send(srtData(sequence), enginePort); // the first one goes nowhere
+    QTRY_VERIFY(group->srtSocket);
+    socket = group->srtSocket.get();
+    descriptor = socket->socketDescriptor();
+    connect(socket, &QAbstractSocket::errorOccurred, this, [this] { ++errors; });
+    connect(engine.get(), &SrtlaEngine::logMessage, this, [this](const QString &line) {
+        if (line.startsWith(u"SRT | Gruppe 616263646566: ")) {
+            errorLines.append(line);
+        }
+    });
+}
+
+void TestSrtlaEngineListener::cleanup()
+{
+    engine.reset();
+    link.reset();
+    listener.reset();
+}
+
+void TestSrtlaEngineListener::arrive()
+{
+    listener = std::make_unique<Peer>(listenerPort);
+}
+
+/// Sends packets, each answered by an ICMP port unreachable, with and without the event loop in between.
+void TestSrtlaEngineListener::sendIntoTheVoid()
+{
+    for (int burst = 1; burst <= 20; ++burst) {
+        for (int i = 0; i < burst; ++i) {
+            link->send(srtData(++sequence), enginePort);
+        }
+        QCoreApplication::processEvents();
+    }
+}
+
+/// The next datagram from the listener, past the acknowledgements of the data.
+QByteArray TestSrtlaEngineListener::nextReply()
+{
+    QByteArray received;
+    do {
+        received = link->receive();
+    } while (received.startsWith(QByteArray::fromHex("9100")));
+    return received;
+}
+
+/// Whether packets and replies pass, after the packets that pending errors may cost.
+bool TestSrtlaEngineListener::streamFlows()
+{
+    const bool reached = QTest::qWaitFor(
+        [this] {
+            link->send(srtData(++sequence), enginePort);
+            return listener->socket.hasPendingDatagrams();
+        },
+        ampleMs);
+    if (!reached) {
+        return false;
+    }
+    QByteArray received;
+    do {
+        received = listener->receive();
+    } while (!received.isNull() && received != srtData(sequence));
+    for (int round = 0; round < 50; ++round) {
+        const QByteArray packet = srtData(++sequence);
+        link->send(packet, enginePort);
+        if (listener->receive() != packet) {
+            return false;
+        }
+        const QByteArray reply = typed(0x8003, 20 + round); // told apart by their lengths
+        listener->send(reply, socket->localPort());
+        if (nextReply() != reply) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void TestSrtlaEngineListener::theListenerAppearsLate()
+{
+    sendIntoTheVoid();
+    arrive();
+    QVERIFY(streamFlows());
+    QCOMPARE(socket->socketDescriptor(), descriptor);
+    QCOMPARE(errorLines.size(), errors);
+}
+
+void TestSrtlaEngineListener::theListenerGoesAndComesBack()
+{
+    for (int round = 0; round < 5; ++round) {
+        arrive();
+        QVERIFY(streamFlows());
+        leave();
+        sendIntoTheVoid();
+    }
+    arrive();
+    QVERIFY(streamFlows());
+    QCOMPARE(socket->socketDescriptor(), descriptor);
+    QCOMPARE(errorLines.size(), errors);
+}
+
+void TestSrtlaEngineListener::repliesBehindAnErrorAreRead()
+{
+    for (int round = 0; round < 20; ++round) {
+        // While the thread doesn't return to its event loop, a reply and an error pile up on the group's socket.
+        arrive();
+        listener->send(typed(0x8003, 20), socket->localPort());
+        leave();
+        socket->write(srtData(++sequence));
+        QCOMPARE(nextReply(), typed(0x8003, 20));
+    }
+    arrive();
+    QVERIFY(streamFlows());
+    QCOMPARE(errorLines.size(), errors);
+}
+
+QTEST_GUILESS_MAIN(TestSrtlaEngineListener)
+#include "tst_srtlaengine_listener.moc"

@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Slots that stop, restart or shut down the engine while it is in the middle of something. What they must not cause is
+// a use after free, so this says most under AddressSanitizer.
+#include "enginefixture.h"
+
+#include <QEventLoop>
+#include <QTest>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+using Action = std::function<void(EngineFixture &)>;
+
+class TestSrtlaEngineReentrancy : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void actingOnALogLine_data();
+    void actingOnALogLine();
+    void stoppingWhileAReplyIsSent();
+    void aNewSessionInsideAnErrorLine();
+    void stoppingOnASignalOfTheSocketItself();
+
+private:
+    static void runThroughALife(EngineFixture &fixture);
+};
+
+namespace {
+
+struct NamedAction
+{
+    const char *name;
+    Action action;
+};
+
+const NamedAction actions[] = {
+    {"stop", [](EngineFixture &fixture) { fixture.engine.stop(); }},
+    {"restart",
+     [](EngineFixture &fixture) {
+         fixture.engine.stop();
+         fixture.engine.start(0, QHostAddress(QHostAddress::LocalHost), fixture.listener.socket.localPort());
+     }},
+    {"shut down", [](EngineFixture &fixture) { fixture.engine.shutdown(); }},
+    {"clean up",
+     [](EngineFixture &fixture) {
+         fixture.engine.setMs = 100000;
+         fixture.probe.cleanupSessions();
+     }},
+    {"run an event loop",
+     [](EngineFixture &) {
+         QEventLoop loop;
+         loop.processEvents();
+     }},
+};
+
+} // namespace
+
+void TestSrtlaEngineReentrancy::actingOnALogLine_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<Action>("action");
+    for (const auto &[name, action] : actions) {
+        for (const char *line :
+             {"REG1 | Neue Gruppe", "REG3 | Weg", "SRT | Gruppe 616263646566 →", "SRT | Gruppe 616263646566: ",
+              "GRUPPE | 616263646566 entfernt: Neue Sitzung", "GRUPPE | 616263646566 entfernt: Neu-Registrierung",
+              "TIMEOUT | Weg", "GRUPPE | 636465666768 entfernt: Timeout", "GRUPPE | 626364656667 entfernt: Timeout"}) {
+            QTest::addRow("%s at \"%s\"", name, line) << QString::fromUtf8(line) << action;
+        }
+    }
+}
+
+/// Goes through everything that makes a log line, whatever a slot does to the engine in between.
+void TestSrtlaEngineReentrancy::runThroughALife(EngineFixture &fixture)
+{
+    const EngineProbe &probe = fixture.probe;
+    const SrtlaEndpoint a{QHostAddress(QHostAddress::LocalHost), 40001};
+    const SrtlaEndpoint b{QHostAddress(QHostAddress::LocalHost), 40002};
+    const auto open = [&probe](char seed, const SrtlaEndpoint &endpoint) {
+        probe.handleDatagram(reg1(idProposal(seed)), endpoint);
+        const QByteArray id = probe.senderIndex().value(endpoint);
+        probe.handleDatagram(reg2(id), endpoint);
+        probe.handleDatagram(reg2(id), {endpoint.address, static_cast<quint16>(endpoint.port + 10)});
+        return id;
+    };
+    const QByteArray first = open('a', a);
+    probe.handleDatagram(srtData(1), a);
+    probe.handleDatagram(srtData(2), a);
+    if (const auto group = probe.groups().value(first); group && group->srtSocket) {
+        // Nobody but the engine's table holds the group while its socket signals.
+        SrtlaEngine::SrtSocket *const socket = group->srtSocket.get();
+        const_cast<QSharedPointer<SrtlaGroup> &>(group).reset();
+        Q_EMIT socket->errorOccurred(QAbstractSocket::NetworkError);
+    }
+    probe.handleDatagram(srtData(3), a);
+    open('a', b); // the same sender
+    open('b', b); // another one from the same endpoint
+    open('a', a);
+    open('c', b);
+    open('b', a);
+    fixture.engine.setMs = 50000;
+    probe.cleanupSessions();
+    probe.publishStatistics();
+}
+
+void TestSrtlaEngineReentrancy::actingOnALogLine()
+{
+    QFETCH(QString, line);
+    QFETCH(Action, action);
+    EngineFixture fixture;
+    fixture.engine.setMs = 0;
+    bool acted = false;
+    connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&](const QString &logged) {
+        if (!acted && logged.startsWith(line)) {
+            acted = true;
+            action(fixture);
+        }
+    });
+    runThroughALife(fixture);
+    QVERIFY2(acted, "the line never came");
+    QCoreApplication::processEvents();
+    if (!fixture.engine.isRunning()) {
+        // Groups exist only while the engine runs, and so do its sockets.
+        QVERIFY(fixture.probe.groups().isEmpty());
+        QVERIFY(fixture.probe.pathIndex().isEmpty());
+        QVERIFY(fixture.probe.senderIndex().isEmpty());
+        QCOMPARE(fixture.probe.clientSocket().state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(fixture.probe.clientSocket().localPort(), 0);
+    }
+}
+
+void TestSrtlaEngineReentrancy::stoppingWhileAReplyIsSent()
+{
+    EngineFixture fixture;
+    Peer link;
+    QVERIFY(fixture.join(link, fixture.openGroup(link)));
+    fixture.send(link, srtHandshake());
+    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    const quint16 srtPort = fixture.listener.lastSenderPort;
+    // The reply is sent inside the readyRead of the group's own socket.
+    connect(&fixture.probe.clientSocket(), &QIODevice::bytesWritten, this, [&] { fixture.engine.stop(); });
+    fixture.reply(typed(0x8003, 20), srtPort);
+    fixture.reply(typed(0x8003, 24), srtPort);
+    QCOMPARE(link.receive(), typed(0x8003, 20));
+    QVERIFY(!fixture.engine.isRunning());
+    QVERIFY(fixture.probe.groups().isEmpty());
+}
+
+void TestSrtlaEngineReentrancy::aNewSessionInsideAnErrorLine()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    fixture.send(link, srtHandshake());
+    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    QWeakPointer<SrtlaGroup> group = fixture.probe.groups().value(id);
+    connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&](const QString &line) {
+        if (line.startsWith(u"SRT | Gruppe 616263646566: ")) {
+            // As a message box would: its own event loop, in which the sender opens a new session.
+            link.send(reg1(idProposal('a')), fixture.port());
+            QEventLoop loop;
+            connect(&link.socket, &QIODevice::readyRead, &loop, &QEventLoop::quit);
+            loop.exec();
+            QVERIFY(!fixture.probe.group(id));
+            QVERIFY(group); // its socket is still signalling
+        }
+    });
+    Q_EMIT group.toStrongRef()->srtSocket->errorOccurred(QAbstractSocket::NetworkError);
+    QTRY_VERIFY(!group);
+    QCOMPARE(fixture.probe.groups().size(), 1);
+}
+
+void TestSrtlaEngineReentrancy::stoppingOnASignalOfTheSocketItself()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    fixture.send(link, srtHandshake());
+    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    QWeakPointer<SrtlaGroup> group = fixture.probe.groups().value(id);
+    // Emitted in the middle of writing a forwarded packet.
+    connect(fixture.probe.group(id)->srtSocket.get(), &QIODevice::bytesWritten, this, [&] { fixture.engine.stop(); });
+    fixture.send(link, srtData(1));
+    QTRY_VERIFY(!fixture.engine.isRunning());
+    QVERIFY(!group); // destroyed as soon as nothing is under way on it
+}
+
+QTEST_GUILESS_MAIN(TestSrtlaEngineReentrancy)
+#include "tst_srtlaengine_reentrancy.moc"

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Empty datagrams, stalls of the thread, and a port that is nobody else's.
+#include "enginefixture.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// One second of 20 Mbit/s in packets of the size that SRT uses for a transport stream.
+constexpr qsizetype packetBytes = 1316;
+constexpr qsizetype oneSecondPackets = 20'000'000 / 8 / packetBytes;
+/// What a system may charge a socket's buffer for one such datagram, bookkeeping included.
+constexpr qsizetype chargedPerPacket = 4096;
+
+/// How many packets must survive a stall, given what the system granted.
+qsizetype mustSurvive(const QUdpSocket &socket)
+{
+    const int granted =
+        const_cast<QUdpSocket &>(socket).socketOption(QAbstractSocket::ReceiveBufferSizeSocketOption).toInt();
+    const qsizetype packets = std::min<qsizetype>(oneSecondPackets, granted / chargedPerPacket);
+    qInfo("granted %d bytes: %lld packets must survive", granted, static_cast<long long>(packets));
+    return packets;
+}
+
+} // namespace
+
+class TestSrtlaEngineSockets : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void emptyDatagramsFromSendersDoNotStopTheReading();
+    void emptyDatagramsFromTheListenerDoNotStopTheReading();
+    void largeBuffersAreAskedFor();
+    void aStallLosesNothingFromSenders();
+    void aStallLosesNothingFromTheListener();
+    void thePortIsNotShared_data();
+    void thePortIsNotShared();
+    void aSecondEngineOnThePortFails();
+    void stopAndStartOnTheSamePortSucceeds();
+};
+
+void TestSrtlaEngineSockets::emptyDatagramsFromSendersDoNotStopTheReading()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    for (int round = 0; round < 10; ++round) {
+        // All of it waits on the socket before the engine gets to read.
+        fixture.send(link, QByteArray());
+        fixture.send(link, srtData(1));
+        fixture.send(link, QByteArray());
+        fixture.send(link, QByteArray());
+        fixture.send(link, srtData(2));
+        QCOMPARE(fixture.listener.receive(), srtData(1));
+        QCOMPARE(fixture.listener.receive(), srtData(2));
+    }
+    QCOMPARE(fixture.probe.receivedPackets(), 2U + 50U);
+    // An empty one alone doesn't either.
+    fixture.send(link, QByteArray());
+    QTRY_COMPARE(fixture.probe.receivedPackets(), 53U);
+    fixture.send(link, srtData(3));
+    QCOMPARE(fixture.listener.receive(), srtData(3));
+}
+
+void TestSrtlaEngineSockets::emptyDatagramsFromTheListenerDoNotStopTheReading()
+{
+    EngineFixture fixture;
+    Peer link;
+    QVERIFY(fixture.join(link, fixture.openGroup(link)));
+    fixture.send(link, srtHandshake());
+    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    const quint16 srtPort = fixture.listener.lastSenderPort;
+    for (int round = 0; round < 10; ++round) {
+        fixture.reply(QByteArray(), srtPort);
+        fixture.reply(typed(0x8001, 16), srtPort);
+        fixture.reply(QByteArray(), srtPort);
+        fixture.reply(typed(0x8002, 44), srtPort);
+        QCOMPARE(link.receive(), QByteArray(""));
+        QCOMPARE(link.receive(), typed(0x8001, 16));
+        QCOMPARE(link.receive(), QByteArray(""));
+        QCOMPARE(link.receive(), typed(0x8002, 44));
+    }
+    fixture.reply(QByteArray(), srtPort);
+    QCOMPARE(link.receive(), QByteArray(""));
+    fixture.reply(typed(0x8001, 20), srtPort);
+    QCOMPARE(link.receive(), typed(0x8001, 20));
+}
+
+void TestSrtlaEngineSockets::largeBuffersAreAskedFor()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    fixture.send(link, srtHandshake());
+    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    const auto size = [](QUdpSocket &socket) {
+        return socket.socketOption(QAbstractSocket::ReceiveBufferSizeSocketOption).toInt();
+    };
+    // What this system grants at most, or as much as a stall of a second needs.
+    Peer reference;
+    const int unasked = size(reference.socket);
+    reference.socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 4 * 1024 * 1024);
+    const int grantable = size(reference.socket);
+    for (QUdpSocket *socket :
+         {&fixture.probe.clientSocket(), static_cast<QUdpSocket *>(fixture.probe.group(id)->srtSocket.get())}) {
+        QCOMPARE_GE(size(*socket), grantable);
+        QVERIFY(grantable == unasked || size(*socket) > unasked);
+    }
+}
+
+void TestSrtlaEngineSockets::aStallLosesNothingFromSenders()
+{
+    EngineFixture fixture;
+    fixture.listener.socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 8 * 1024 * 1024);
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    const qsizetype count = mustSurvive(fixture.probe.clientSocket());
+    QVERIFY(count > 0);
+    // The engine lives in this thread: until the loop ends it cannot read.
+    for (qsizetype i = 0; i < count; ++i) {
+        fixture.send(link, srtData(static_cast<quint32>(i), packetBytes));
+    }
+    QTRY_COMPARE(fixture.probe.path(id, link.endpoint())->packets, static_cast<quint64>(count));
+    QCOMPARE(fixture.probe.path(id, link.endpoint())->bytes, static_cast<quint64>(count * packetBytes));
+    const qsizetype forwarded = std::min(count, mustSurvive(fixture.listener.socket));
+    for (qsizetype i = 0; i < forwarded; ++i) {
+        QCOMPARE(fixture.listener.receive(), srtData(static_cast<quint32>(i), packetBytes));
+    }
+}
+
+void TestSrtlaEngineSockets::aStallLosesNothingFromTheListener()
+{
+    EngineFixture fixture;
+    Peer link;
+    link.socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 8 * 1024 * 1024);
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    fixture.send(link, srtHandshake());
+    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    const quint16 srtPort = fixture.srtPort(id);
+    const qsizetype count = std::min(mustSurvive(*fixture.probe.group(id)->srtSocket), mustSurvive(link.socket));
+    QVERIFY(count > 0);
+    for (qsizetype i = 0; i < count; ++i) {
+        fixture.reply(srtData(static_cast<quint32>(i), packetBytes), srtPort);
+    }
+    for (qsizetype i = 0; i < count; ++i) {
+        QCOMPARE(link.receive(), srtData(static_cast<quint32>(i), packetBytes));
+    }
+}
+
+void TestSrtlaEngineSockets::thePortIsNotShared_data()
+{
+    QTest::addColumn<QHostAddress>("address");
+    QTest::addColumn<QUdpSocket::BindMode>("mode");
+    const QHostAddress any(QHostAddress::AnyIPv4);
+    const QHostAddress loopback(QHostAddress::LocalHost);
+    QTest::newRow("default") << any << QUdpSocket::BindMode(QUdpSocket::DefaultForPlatform);
+    QTest::newRow("exclusive") << any << QUdpSocket::BindMode(QUdpSocket::DontShareAddress);
+    QTest::newRow("the reuse hint") << any << (QUdpSocket::DontShareAddress | QUdpSocket::ReuseAddressHint);
+    QTest::newRow("shared") << any << (QUdpSocket::ShareAddress | QUdpSocket::ReuseAddressHint);
+    QTest::newRow("shared, on loopback alone") << loopback << (QUdpSocket::ShareAddress | QUdpSocket::ReuseAddressHint);
+}
+
+void TestSrtlaEngineSockets::thePortIsNotShared()
+{
+    QFETCH(QHostAddress, address);
+    QFETCH(QUdpSocket::BindMode, mode);
+    SrtlaEngine engine;
+    const SignalRecord record(engine);
+    quint16 port = 0;
+    {
+        QUdpSocket holder;
+        QVERIFY2(holder.bind(address, 0, mode), qPrintable(holder.errorString()));
+        port = holder.localPort();
+        QVERIFY2(!engine.start(port, QHostAddress(QHostAddress::LocalHost), 5002), "the engine joined another program");
+        QCOMPARE(record.all.size(), 2);
+        QVERIFY(record.all.first().startsWith(u"status UDP %1 konnte nicht geöffnet werden: "_s.arg(port)));
+    }
+    QVERIFY2(engine.start(port, QHostAddress(QHostAddress::LocalHost), 5002), qPrintable(record.all.join(u'\n')));
+    QUdpSocket thief;
+    QVERIFY2(!thief.bind(address, port, mode), "another program took the port over");
+    Peer sender;
+    sender.send(reg1(idProposal('a')), port);
+    QCOMPARE(sender.receive().size(), 258);
+}
+
+void TestSrtlaEngineSockets::aSecondEngineOnThePortFails()
+{
+    EngineFixture fixture;
+    SrtlaEngine second;
+    const SignalRecord record(second);
+    QVERIFY(!second.start(fixture.port(), QHostAddress(QHostAddress::LocalHost), 5002));
+    QCOMPARE(record.all.size(), 2);
+    QVERIFY(record.all.last().startsWith(u"log FEHLER | SRTLA-Port %1: "_s.arg(fixture.port())));
+    // The first one goes on.
+    Peer sender;
+    QVERIFY(!fixture.openGroup(sender).isEmpty());
+}
+
+void TestSrtlaEngineSockets::stopAndStartOnTheSamePortSucceeds()
+{
+    EngineFixture fixture;
+    const quint16 port = fixture.port();
+    for (int round = 0; round < 50; ++round) {
+        Peer link;
+        const QByteArray id = fixture.openGroup(link);
+        QVERIFY(fixture.join(link, id));
+        fixture.send(link, srtHandshake());
+        QCOMPARE(fixture.listener.receive(), srtHandshake());
+        fixture.engine.stop();
+        QVERIFY2(fixture.engine.start(port, QHostAddress(QHostAddress::LocalHost), fixture.listener.socket.localPort()),
+                 qPrintable(fixture.record.all.join(u'\n')));
+    }
+}
+
+QTEST_GUILESS_MAIN(TestSrtlaEngineSockets)
+#include "tst_srtlaengine_sockets.moc"
