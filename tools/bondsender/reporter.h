@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "clock.h"
+#include "link.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace bondsender {
+
+/// What has come from the caller and gone back to it, in datagrams.
+struct CallerCounters
+{
+    std::uint64_t packets = 0;
+    std::uint64_t bytes = 0;
+    std::uint64_t unsent = 0; ///< because no link was registered
+    std::uint64_t replies = 0;
+};
+
+/// One look at a running sender.
+struct Snapshot
+{
+    struct Row
+    {
+        std::string address;
+        std::uint16_t port = 0;
+        std::string state; ///< "waiting", "joining", "registered" or "cut"
+        Microseconds roundTrip{};
+        std::size_t unacknowledged = 0;
+        LinkCounters link;
+        Road::Counters up;
+        Road::Counters down;
+    };
+    Microseconds runningFor{};
+    std::uint64_t groupsCreated = 0;
+    CallerCounters caller;
+    std::vector<Row> links;
+};
+
+/// Writes events and totals to standard output: JSON, lines of text, or on a terminal a line per link that is kept up
+/// to date.
+class Reporter
+{
+public:
+    enum class Form { json, text, live };
+
+    Reporter(Form newForm, TimePoint start) : form(newForm), started(start) {}
+
+    /// An event; \a details are name and value in turn.
+    void event(std::string_view name, std::initializer_list<std::pair<std::string_view, std::string>> details,
+               TimePoint now);
+    void totals(const Snapshot &snapshot);
+
+private:
+    void write(const std::string &text);
+    void writeLive(const Snapshot &snapshot);
+
+    Form form;
+    TimePoint started;
+    std::size_t liveLines = 0; ///< that the next look replaces
+    std::vector<std::uint64_t> previousBytes;
+    Microseconds previousTime{};
+};
+
+/// Totals as one JSON object, without a line end.
+[[nodiscard]] std::string toJson(const Snapshot &snapshot);
+
+} // namespace bondsender

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "packets.h"
+
+#include <netinet/in.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace bondsender {
+
+/// An IPv4 endpoint.
+struct Endpoint
+{
+    in_addr_t address = 0; ///< network order
+    std::uint16_t port = 0;
+    bool operator==(const Endpoint &) const = default;
+};
+
+/// Reads a dotted IPv4 address; nothing if \a address is none.
+[[nodiscard]] std::optional<Endpoint> makeEndpoint(const std::string &address, std::uint16_t port);
+
+/// A non-blocking UDP socket that closes itself.
+class UdpSocket
+{
+public:
+    struct Datagram
+    {
+        Bytes bytes;
+        Endpoint from;
+    };
+
+    UdpSocket() = default;
+    UdpSocket(const UdpSocket &) = delete;
+    UdpSocket &operator=(const UdpSocket &) = delete;
+    UdpSocket(UdpSocket &&other) noexcept;
+    UdpSocket &operator=(UdpSocket &&other) noexcept;
+    ~UdpSocket();
+
+    /// Binds to \a local, with a large buffer in both directions; the reason of a failure is then in errno.
+    [[nodiscard]] bool open(const Endpoint &local);
+    [[nodiscard]] int descriptor() const { return fd; }
+    [[nodiscard]] std::uint16_t localPort() const;
+    /// The next datagram that waits; nothing if there is none.
+    [[nodiscard]] std::optional<Datagram> receive();
+    /// A datagram that the system refuses is lost, as it would be on the road.
+    void send(ByteView datagram, const Endpoint &to);
+
+private:
+    int fd = -1;
+};
+
+} // namespace bondsender
