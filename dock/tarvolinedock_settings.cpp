@@ -28,10 +28,8 @@ void TarvolineDock::loadSettings()
 {
     // The widgets' signals stay live: a value that changes a widget runs that widget's handlers here and now, and a
     // save among them is read back by the lines below it.
-    listenPortEdit->setText(
-        settings.value(DockSettings::listenPort, int{DockSettings::defaultListenPort}).toString());
-    targetPortEdit->setText(
-        settings.value(DockSettings::targetPort, int{DockSettings::defaultTargetPort}).toString());
+    listenPortEdit->setText(settings.value(DockSettings::listenPort, int{DockSettings::defaultListenPort}).toString());
+    targetPortEdit->setText(settings.value(DockSettings::targetPort, int{DockSettings::defaultTargetPort}).toString());
     publicHostEdit->setText(settings.value(DockSettings::publicHost, QString()).toString());
     streamIdEdit->setText(settings.value(DockSettings::streamId, QString(DockSettings::defaultStreamId)).toString());
     passwordEdit->setText(settings.value(DockSettings::password, QString()).toString());

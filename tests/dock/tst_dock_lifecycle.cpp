@@ -1,0 +1,370 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Birth and death of the dock: automatic start, shutdown, and all that may outlive the dock.
+#include "dockfixture.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QTest>
+#include <QTextEdit>
+#include <QTimer>
+#include <QUdpSocket>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int sourceDelayMs = 400;
+constexpr int startDelayMs = 800;
+// A coarse timer may fire up to 5 % early.
+constexpr int earliestSourceMs = sourceDelayMs * 95 / 100;
+constexpr int earliestStartMs = startDelayMs * 95 / 100;
+// Far beyond what a loaded machine needs.
+constexpr int patienceMs = 30000;
+
+const QString sourceName = u"Tarvoline SRTLA"_s;
+
+// Runs the event loop until a timer that starts now with the dock's longest delay, and then some, has fired: by then
+// any of the dock's own timers would have.
+void waitBeyondTheDocksTimers()
+{
+    bool passed = false;
+    QTimer::singleShot(startDelayMs + startDelayMs / 2, qApp, [&passed] { passed = true; });
+    QTRY_VERIFY_WITH_TIMEOUT(passed, patienceMs);
+}
+
+bool portIsFree(quint16 port)
+{
+    QUdpSocket socket;
+    return socket.bind(QHostAddress::AnyIPv4, port, QAbstractSocket::DontShareAddress);
+}
+
+} // namespace
+
+class TestDockLifecycle : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { fixture.emplace(); }
+    void cleanup()
+    {
+        QCOMPARE(ObsDouble::openReferences(), 0);
+        QCOMPARE(ObsDouble::misuses(), QStringList());
+        fixture.reset();
+    }
+
+    void firstStartStartsTheReceiverNotBefore800Ms()
+    {
+        QElapsedTimer sinceBuilt;
+        sinceBuilt.start();
+        const DockProbe probe = fixture->build();
+        QVERIFY(!probe.engine().isRunning());
+        QCOMPARE(probe.statusLabel()->text(), u"Inaktiv"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(probe.engine().isRunning(), patienceMs);
+        QVERIFY(sinceBuilt.elapsed() >= earliestStartMs);
+        QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
+        // The switch for the source has gone off while loading.
+        QVERIFY(!ObsDouble::hasSource(sourceName));
+    }
+
+    void sourceIsRepairedNotBefore400MsAndTheReceiverLeftAlone()
+    {
+        fixture->store.set(u"autoStart"_s, false);
+        fixture->store.set(u"autoSource"_s, true);
+        QElapsedTimer sinceBuilt;
+        sinceBuilt.start();
+        const DockProbe probe = fixture->build();
+        QVERIFY(!ObsDouble::hasSource(sourceName));
+        QTRY_VERIFY_WITH_TIMEOUT(ObsDouble::hasSource(sourceName), patienceMs);
+        QVERIFY(sinceBuilt.elapsed() >= earliestSourceMs);
+        waitBeyondTheDocksTimers();
+        QVERIFY(!probe.engine().isRunning());
+    }
+
+    void sourceRepairRunsBeforeATimerOfTheReceiversDelay()
+    {
+        fixture->store.set(u"autoStart"_s, false);
+        fixture->store.set(u"autoSource"_s, true);
+        fixture->build();
+        bool sourceWasFirst = false;
+        bool passed = false;
+        QTimer::singleShot(startDelayMs, qApp, [&] {
+            sourceWasFirst = ObsDouble::hasSource(sourceName);
+            passed = true;
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(passed, patienceMs);
+        QVERIFY(sourceWasFirst);
+    }
+
+    void nothingHappensByItselfWithBothSwitchesOff()
+    {
+        const DockProbe probe = fixture->buildQuiet();
+        waitBeyondTheDocksTimers();
+        QVERIFY(!probe.engine().isRunning());
+        QVERIFY(ObsDouble::calls().isEmpty());
+    }
+
+    void switchingAutoStartOffAfterLoadingDoesNotStopTheTimer()
+    {
+        const DockProbe probe = fixture->build();
+        probe.autoStartCheck()->setChecked(false);
+        QTRY_VERIFY_WITH_TIMEOUT(probe.engine().isRunning(), patienceMs);
+    }
+
+    void automaticRepairWithoutASceneShowsItsWarning()
+    {
+        ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
+        fixture->store.set(u"autoStart"_s, false);
+        fixture->store.set(u"autoSource"_s, true);
+        fixture->build();
+        QTRY_COMPARE_WITH_TIMEOUT(fixture->boxes.shown().size(), 1, patienceMs);
+        QCOMPARE(fixture->boxes.shown().first().title, u"Quelle konnte nicht erstellt werden"_s);
+    }
+
+    void dockDestroyedBeforeTheTimersFireStartsNothing()
+    {
+        fixture->build();
+        fixture->dock.reset();
+        waitBeyondTheDocksTimers();
+        QVERIFY(portIsFree(5000));
+        QVERIFY(ObsDouble::calls().isEmpty());
+        QVERIFY(fixture->boxes.shown().isEmpty());
+    }
+
+    void repairTimerDiesWithTheDock()
+    {
+        fixture->store.set(u"autoStart"_s, false);
+        fixture->store.set(u"autoSource"_s, true);
+        fixture->build();
+        fixture->dock.reset();
+        waitBeyondTheDocksTimers();
+        QVERIFY(ObsDouble::calls().isEmpty());
+    }
+
+    void shutdownAndDestructionBeforeTheTimersFire()
+    {
+        fixture->build();
+        fixture->dock->shutdown();
+        fixture->dock.reset();
+        waitBeyondTheDocksTimers();
+        QVERIFY(portIsFree(5000));
+        QVERIFY(fixture->boxes.shown().isEmpty());
+    }
+
+    void shutdownCutsTheEngineOffFromThePanel()
+    {
+        const DockProbe probe = fixture->buildQuiet();
+        fixture->dock->startReceiver();
+        QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
+        const QString log = probe.logView()->toPlainText();
+        fixture->dock->shutdown();
+        QVERIFY(probe.unloading());
+        QVERIFY(!probe.engine().isRunning());
+        QVERIFY(portIsFree(5000));
+        Q_EMIT probe.engine().runningChanged(false);
+        Q_EMIT probe.engine().statusChanged(u"UDP 1 konnte nicht geöffnet werden: x"_s);
+        Q_EMIT probe.engine().logMessage(u"zu spät"_s);
+        QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
+        QVERIFY(!probe.startButton()->isEnabled());
+        QCOMPARE(probe.logView()->toPlainText(), log);
+    }
+
+    void shutdownTwiceAndDestructionAfterItDoNoHarm()
+    {
+        const DockProbe probe = fixture->buildQuiet();
+        fixture->dock->startReceiver();
+        fixture->dock->shutdown();
+        fixture->dock->shutdown();
+        QVERIFY(probe.unloading());
+        fixture->dock.reset();
+        QVERIFY(portIsFree(5000));
+    }
+
+    void destructionWithoutShutdownClosesThePort()
+    {
+        const DockProbe probe = fixture->buildQuiet();
+        fixture->dock->startReceiver();
+        QVERIFY(probe.engine().isRunning());
+        fixture->dock.reset();
+        QVERIFY(portIsFree(5000));
+    }
+
+    void onlineSlotsDoNothingAfterShutdown()
+    {
+        const DockProbe probe = fixture->buildQuiet();
+        fixture->dock->shutdown();
+        const QString hint = probe.ipHintLabel()->text();
+        const QString version = probe.versionLabel()->text();
+        fixture->dock->queryPublicIp();
+        fixture->dock->checkForUpdatesManually();
+        fixture->dock->downloadAndInstallUpdate();
+        QVERIFY(probe.queryIpButton()->isEnabled());
+        QCOMPARE(probe.ipHintLabel()->text(), hint);
+        QCOMPARE(probe.versionLabel()->text(), version);
+    }
+
+    void updateSlotsDoNothingWithoutANetworkManager()
+    {
+        const DockProbe probe = fixture->buildQuiet();
+        fixture->dock->checkForUpdatesManually();
+        fixture->dock->downloadAndInstallUpdate();
+        QCOMPARE(probe.versionLabel()->text(), u"Installierte Version: 0.9.2"_s);
+        QVERIFY(fixture->boxes.shown().isEmpty());
+    }
+
+    void queuedCallsDieWithTheDock()
+    {
+        fixture->buildQuiet();
+        for (const char *slot : {"startReceiver", "stopReceiver", "createOrRepairSource", "saveSettings"}) {
+            QVERIFY(QMetaObject::invokeMethod(fixture->dock.get(), slot, Qt::QueuedConnection));
+        }
+        fixture->dock.reset();
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        QVERIFY(portIsFree(5000));
+        QVERIFY(ObsDouble::calls().isEmpty());
+    }
+
+    void dockMayDieWhileAMessageBoxIsOpen_data()
+    {
+        QTest::addColumn<int>("slot");
+        QTest::newRow("start without a scene") << 0;
+        QTest::newRow("start on a taken port") << 1;
+        QTest::newRow("repair without a scene") << 2;
+    }
+    void dockMayDieWhileAMessageBoxIsOpen()
+    {
+        QFETCH(int, slot);
+        const DockProbe probe = fixture->buildQuiet();
+        QUdpSocket other;
+        if (slot == 1) {
+            QVERIFY2(other.bind(QHostAddress::AnyIPv4, 5000, QAbstractSocket::DontShareAddress),
+                     qPrintable(other.errorString()));
+        } else {
+            ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
+            probe.autoSourceCheck()->setChecked(true);
+        }
+        fixture->boxes.answerWith([this](QMessageBox &) { fixture->dock.reset(); });
+        // As the user does it: the click's own event handling must survive as well.
+        if (slot == 2) {
+            fixture->dock->createOrRepairSource();
+        } else {
+            probe.startButton()->click();
+        }
+        QCOMPARE(fixture->boxes.shown().size(), 1);
+        QVERIFY(!fixture->dock);
+        QCOMPARE(QApplication::activeModalWidget(), nullptr);
+    }
+
+    void dockMayDieUnderTheMessageBoxOfTheAutomaticStart()
+    {
+        QUdpSocket other;
+        QVERIFY2(other.bind(QHostAddress::AnyIPv4, 5000, QAbstractSocket::DontShareAddress),
+                 qPrintable(other.errorString()));
+        fixture->boxes.answerWith([this](QMessageBox &) { fixture->dock.reset(); });
+        fixture->build();
+        QTRY_COMPARE_WITH_TIMEOUT(fixture->boxes.shown().size(), 1, patienceMs);
+        QTRY_VERIFY_WITH_TIMEOUT(!QApplication::activeModalWidget(), patienceMs);
+        QVERIFY(!fixture->dock);
+    }
+
+    void dockMayDieUnderTwoMessageBoxes()
+    {
+        ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
+        const DockProbe probe = fixture->buildQuiet();
+        probe.autoSourceCheck()->setChecked(true);
+        fixture->boxes.answerWith([this](QMessageBox &) {
+            if (fixture->boxes.shown().size() < 2) {
+                fixture->dock->startReceiver();
+            } else {
+                fixture->dock.reset();
+            }
+        });
+        fixture->dock->createOrRepairSource();
+        QCOMPARE(fixture->boxes.shown().size(), 2);
+        QVERIFY(!fixture->dock);
+        QCOMPARE(QApplication::activeModalWidget(), nullptr);
+    }
+
+    void messageBoxOfTheAutomaticStartLetsEverythingElseRun()
+    {
+        QUdpSocket other;
+        QVERIFY2(other.bind(QHostAddress::AnyIPv4, 5000, QAbstractSocket::DontShareAddress),
+                 qPrintable(other.errorString()));
+        bool othersRan = false;
+        QPointer<QMessageBox> open;
+        fixture->boxes.answerWith([&](QMessageBox &box) {
+            // What OBS has still to do at its start comes by timers, queued calls and sockets: all of it runs beneath
+            // the box, and so does the dock's own log.
+            open = &box;
+            QTimer::singleShot(0, qApp, [&] {
+                QMetaObject::invokeMethod(
+                    qApp,
+                    [&] {
+                        fixture->dock->appendLog(u"läuft"_s);
+                        othersRan = true;
+                        MessageBoxes::press(*open, QMessageBox::Ok);
+                    },
+                    Qt::QueuedConnection);
+            });
+        });
+        const DockProbe probe = fixture->build();
+        QVERIFY(fixture->boxes.shown().isEmpty()); // never while OBS still waits for the module to load
+        QTRY_VERIFY_WITH_TIMEOUT(othersRan && !open, patienceMs);
+        QVERIFY(probe.logView()->toPlainText().endsWith(u"läuft"_s));
+    }
+
+    void repairsMessageBoxDoesNotHoldBackTheReceiversStart()
+    {
+        // Both automatics on, which loading never leaves so: the switch is set by hand, as the user may do.
+        ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
+        const DockProbe probe = fixture->build(); // receiver start due
+        QTimer::singleShot(0, fixture->dock.get(), &TarvolineDock::createOrRepairSource);
+        bool answered = false;
+        fixture->boxes.answerWith([&](QMessageBox &box) {
+            const bool runsBelowTheBox =
+                QTest::qWaitFor([&] { return probe.engine().isRunning(); }, QDeadlineTimer(patienceMs));
+            answered = runsBelowTheBox;
+            MessageBoxes::press(box, QMessageBox::Ok);
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(!fixture->boxes.shown().isEmpty() && !QApplication::activeModalWidget(), patienceMs);
+        QVERIFY(answered);
+    }
+
+    void focusInAnEditIsNoHarmWhenTheShownDockDies()
+    {
+        const DockProbe probe = fixture->buildQuiet();
+        fixture->dock->show();
+        fixture->dock->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(fixture->dock.get()));
+        probe.publicHostEdit()->setFocus();
+        QTest::keyClicks(probe.publicHostEdit(), u"halb"_s);
+        fixture->dock.reset();
+        QCOMPARE(fixture->store.value(u"publicHost"_s).toString(), QString());
+    }
+
+    void twoDocksOneAfterTheOtherTakeThePort()
+    {
+        fixture->buildQuiet();
+        fixture->dock->startReceiver();
+        fixture->dock->shutdown();
+        fixture->dock.reset();
+        const DockProbe probe = fixture->buildQuiet();
+        fixture->dock->startReceiver();
+        QVERIFY(probe.engine().isRunning());
+        QVERIFY(fixture->boxes.shown().isEmpty());
+    }
+
+private:
+    std::optional<DockFixture> fixture;
+};
+
+QTEST_MAIN(TestDockLifecycle)
+#include "tst_dock_lifecycle.moc"

@@ -1,0 +1,267 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The module's entry points: load, unload in both orders, failed registration, locale.
+#include "support/dockprobe.h"
+#include "support/messageboxes.h"
+#include "support/obsdouble.h"
+#include "support/settingsstore.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QUdpSocket>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+MODULE_EXPORT void obs_module_set_pointer(obs_module_t *module);
+MODULE_EXPORT uint32_t obs_module_ver();
+
+namespace {
+
+const ObsDouble::LogLine loadLine{300, u"[Tarvoline SRTLA] Plugin 0.9.2 wird geladen"_s};
+const ObsDouble::LogLine failureLine{100, u"[Tarvoline SRTLA] Dock konnte nicht hinzugefügt werden"_s};
+const ObsDouble::LogLine unloadLine{300, u"[Tarvoline SRTLA] Plugin sicher entladen"_s};
+
+constexpr int beyondTheDocksTimersMs = 1200;
+constexpr int patienceMs = 30000;
+
+using LogLines = QList<ObsDouble::LogLine>;
+
+bool portIsFree(quint16 port)
+{
+    QUdpSocket socket;
+    return socket.bind(QHostAddress::AnyIPv4, port, QAbstractSocket::DontShareAddress);
+}
+
+obs_module_t *someHandle()
+{
+    static int place = 0;
+    return reinterpret_cast<obs_module_t *>(&place);
+}
+
+} // namespace
+
+class TestModule : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        ObsDouble::reset();
+        store.emplace();
+        store->set(u"autoStart"_s, false);
+        store->set(u"autoSource"_s, false);
+        boxes.emplace();
+    }
+    void cleanup()
+    {
+        obs_module_free_locale();
+        obs_module_set_pointer(nullptr);
+        QCOMPARE(ObsDouble::openReferences(), 0);
+        QCOMPARE(ObsDouble::openLookups(), 0);
+        QCOMPARE(ObsDouble::misuses(), QStringList());
+        ObsDouble::quitFrontend();
+        boxes.reset();
+        store.reset();
+    }
+
+    void apiVersionIsThatOfLibobs31_1_1() { QCOMPARE(obs_module_ver(), uint32_t(0x1F010001)); }
+
+    void descriptionIsFixed()
+    {
+        QCOMPARE(QString::fromUtf8(obs_module_description()),
+                 u"Native Tarvoline SRTLA receiver integration for OBS Studio"_s);
+    }
+
+    void handleIsKept()
+    {
+        QCOMPARE(obs_current_module(), nullptr);
+        obs_module_set_pointer(someHandle());
+        QCOMPARE(obs_current_module(), someHandle());
+    }
+
+    void loadRegistersTheDock()
+    {
+        QVERIFY(obs_module_load());
+        QCOMPARE(ObsDouble::logLines(), LogLines{loadLine});
+        QCOMPARE(ObsDouble::docks().size(), 1);
+        const ObsDouble::RegisteredDock dock = ObsDouble::docks().first();
+        QCOMPARE(dock.id, u"tarvoline-srtla-dock"_s);
+        QCOMPARE(dock.title, u"Tarvoline SRTLA Receiver"_s);
+        QVERIFY(qobject_cast<TarvolineDock *>(dock.widget));
+        obs_module_unload();
+    }
+
+    void unloadWithALivingDockShutsItDownThenRemovesIt()
+    {
+        QVERIFY(obs_module_load());
+        const QPointer<TarvolineDock> dock = qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget);
+        dock->startReceiver();
+        QVERIFY(!portIsFree(5000));
+        obs_module_unload();
+        QVERIFY(!dock);
+        QVERIFY(portIsFree(5000));
+        QVERIFY(ObsDouble::docks().isEmpty());
+        QCOMPARE(ObsDouble::calls().last(), u"obs_frontend_remove_dock"_s);
+        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
+    }
+
+    void obsQuitsTakingTheDockBeforeTheModuleIsUnloaded()
+    {
+        QVERIFY(obs_module_load());
+        const QPointer<TarvolineDock> dock = qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget);
+        dock->startReceiver();
+        ObsDouble::quitFrontend();
+        QVERIFY(!dock);
+        QVERIFY(portIsFree(5000));
+        ObsDouble::clearCalls();
+        obs_module_unload();
+        QCOMPARE(ObsDouble::calls(), QStringList());
+        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
+    }
+
+    void obsQuitsUnderAMessageBoxOfTheDock()
+    {
+        QVERIFY(obs_module_load());
+        ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
+        boxes->answerWith([](QMessageBox &) {
+            ObsDouble::quitFrontend();
+            obs_module_unload();
+        });
+        qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget)->createOrRepairSource();
+        QCOMPARE(boxes->shown().size(), 1);
+        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
+    }
+
+    void moduleIsUnloadedUnderAMessageBoxOfTheDock()
+    {
+        QVERIFY(obs_module_load());
+        const QPointer<TarvolineDock> dock = qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget);
+        ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
+        boxes->answerWith([](QMessageBox &) { obs_module_unload(); });
+        dock->createOrRepairSource();
+        QVERIFY(!dock);
+        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
+    }
+
+    void unloadTwiceWritesOnlyItsLineAgain()
+    {
+        QVERIFY(obs_module_load());
+        obs_module_unload();
+        ObsDouble::clearCalls();
+        obs_module_unload();
+        QCOMPARE(ObsDouble::calls(), QStringList());
+        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine, unloadLine}));
+    }
+
+    void unloadWithoutLoadWritesOnlyItsLine()
+    {
+        obs_module_unload();
+        QCOMPARE(ObsDouble::calls(), QStringList());
+        QCOMPARE(ObsDouble::logLines(), LogLines{unloadLine});
+    }
+
+    void failedRegistrationLeavesNoDockAndNoPort()
+    {
+        store->set(u"autoStart"_s, true);
+        ObsDouble::failDockRegistration(true);
+        QVERIFY(!obs_module_load());
+        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine}));
+        for (const QWidget *widget : QApplication::allWidgets()) {
+            QVERIFY(!qobject_cast<const TarvolineDock *>(widget));
+        }
+        // Its automatic start has died with it.
+        bool passed = false;
+        QTimer::singleShot(beyondTheDocksTimersMs, qApp, [&passed] { passed = true; });
+        QTRY_VERIFY_WITH_TIMEOUT(passed, patienceMs);
+        QVERIFY(portIsFree(5000));
+        ObsDouble::clearCalls();
+
+        obs_module_unload();
+        QCOMPARE(ObsDouble::calls(), QStringList());
+        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine, unloadLine}));
+    }
+
+    void loadAfterAFailedLoadWorks()
+    {
+        ObsDouble::failDockRegistration(true);
+        QVERIFY(!obs_module_load());
+        ObsDouble::failDockRegistration(false);
+        QVERIFY(obs_module_load());
+        QCOMPARE(ObsDouble::docks().size(), 1);
+        obs_module_unload();
+    }
+
+    void loadWithoutAFrontendFails()
+    {
+        ObsDouble::quitFrontend();
+        QVERIFY(!obs_module_load());
+        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine}));
+    }
+
+    void localeIsLoadedForTheModuleWithGermanAsDefault()
+    {
+        obs_module_set_pointer(someHandle());
+        obs_module_set_locale("de-DE");
+        QCOMPARE(ObsDouble::lookupModule(), someHandle());
+        QCOMPARE(ObsDouble::lookupLocale(), u"de-DE"_s);
+        const char *text = nullptr;
+        QVERIFY(obs_module_get_string("PluginName", &text));
+        QCOMPARE(QString::fromUtf8(text), u"Tarvoline SRTLA"_s);
+        QVERIFY(!obs_module_get_string("NoSuchText", &text));
+    }
+
+    void secondLocaleDestroysTheFirstBeforeItLoads()
+    {
+        ObsDouble::setLocaleFiles({u"de-DE"_s, u"en-US"_s});
+        obs_module_set_locale("de-DE");
+        obs_module_set_locale("en-US");
+        QCOMPARE(ObsDouble::calls(),
+                 (QStringList{u"obs_module_load_locale"_s, u"text_lookup_destroy"_s, u"obs_module_load_locale"_s}));
+        QCOMPARE(ObsDouble::openLookups(), 1);
+        QCOMPARE(ObsDouble::lookupLocale(), u"en-US"_s);
+    }
+
+    void freeingTheLocaleLeavesNoLookup()
+    {
+        obs_module_set_locale("de-DE");
+        obs_module_free_locale();
+        QCOMPARE(ObsDouble::openLookups(), 0);
+        const char *text = nullptr;
+        QVERIFY(!obs_module_get_string("PluginName", &text));
+        obs_module_free_locale();
+    }
+
+    void localeWithoutAFileFallsBackToGerman()
+    {
+        obs_module_set_locale("tlh-KL");
+        QCOMPARE(ObsDouble::lookupLocale(), u"de-DE"_s);
+        const char *text = nullptr;
+        QVERIFY(obs_module_get_string("PluginName", &text));
+    }
+
+    void noLocaleFileAtAllLeavesNoLookup()
+    {
+        obs_module_set_locale("de-DE");
+        ObsDouble::setLocaleFiles({});
+        obs_module_set_locale("de-DE");
+        QCOMPARE(ObsDouble::openLookups(), 0);
+        const char *text = "untouched";
+        QVERIFY(!obs_module_get_string("PluginName", &text));
+        QCOMPARE(QString::fromUtf8(text), u"untouched"_s);
+        // And again: nothing is destroyed twice.
+        obs_module_set_locale("de-DE");
+    }
+
+private:
+    std::optional<SettingsStore> store;
+    std::optional<MessageBoxes> boxes;
+};
+
+QTEST_MAIN(TestModule)
+#include "tst_module.moc"

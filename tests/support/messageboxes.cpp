@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "support/messageboxes.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QEvent>
+
+MessageBoxes::MessageBoxes()
+{
+    answer = [](QMessageBox &box) { press(box, QMessageBox::Ok); };
+    qApp->installEventFilter(this);
+}
+
+MessageBoxes::~MessageBoxes()
+{
+    qApp->removeEventFilter(this);
+}
+
+void MessageBoxes::press(QMessageBox &box, QMessageBox::StandardButton button)
+{
+    if (QAbstractButton *pressed = box.button(button)) {
+        pressed->click();
+    }
+}
+
+bool MessageBoxes::eventFilter(QObject *object, QEvent *event)
+{
+    auto *box = qobject_cast<QMessageBox *>(object);
+    if (box && event->type() == QEvent::Show) {
+        shownBoxes.append({box->windowTitle(), box->text(), box->icon(), box->standardButtons(), box->parentWidget()});
+        // Queued, so that it happens in the box's own event loop.
+        QMetaObject::invokeMethod(box, [this, box] { answer(*box); }, Qt::QueuedConnection);
+    }
+    return QObject::eventFilter(object, event);
+}

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+#include <QWidget>
+
+#include <functional>
+
+// The real headers, so that the double cannot drift away from what it stands for.
+#include <obs-frontend-api.h>
+#include <obs-module.h>
+
+/**
+ * Stands in for the libobs and front-end functions that the plug-in uses: keeps sources, scenes and settings with their
+ * reference counts, records what was called in which order, and fails where it is told to.
+ *
+ * Where the real functions accept null, so do these. The front end holds docks as OBS does: in a QDockWidget of its
+ * main window, which it takes with it when it quits.
+ */
+namespace ObsDouble {
+
+struct LogLine
+{
+    int level = 0;
+    QString text;
+    bool operator==(const LogLine &) const = default;
+};
+
+struct RegisteredDock
+{
+    QString id;
+    QString title;
+    QWidget *widget = nullptr;
+};
+
+enum class CurrentScene { None, Scene, NotAScene };
+
+/** Forgets everything and starts anew, with a main window and the current scene "Szene". */
+void reset();
+
+// What the plug-in did.
+
+/** The names of the called functions, in order; blog is left out. */
+const QStringList &calls();
+void clearCalls();
+const QList<LogLine> &logLines();
+/** References to sources and settings objects that the plug-in has taken and not released. */
+int openReferences();
+/** Calls on objects that were gone already, and releases beyond the last reference. */
+const QStringList &misuses();
+
+// The sources of OBS.
+
+bool hasSource(const QString &name);
+QString sourceType(const QString &name);
+QVariantMap sourceSettings(const QString &name);
+int updateCount(const QString &name);
+/** Adds a source as a user of OBS would. */
+void addSource(const QString &name, const QString &type, const QVariantMap &settings = {});
+void renameSource(const QString &name, const QString &newName);
+/** Names of the sources in the scene, one for each scene item. */
+QStringList itemsOfScene(const QString &scene = QStringLiteral("Szene"));
+void addSceneItem(const QString &scene, const QString &source);
+void setCurrentScene(CurrentScene kind, const QString &scene = QStringLiteral("Szene"));
+void failSourceCreation(bool fail);
+
+// The front end.
+
+void failDockRegistration(bool fail);
+const QList<RegisteredDock> &docks();
+/** The front end quits as OBS does: the main window goes, and the docks in it, then the front-end functions. */
+void quitFrontend();
+
+// Locale tables.
+
+/** Languages for which the module has a file; "de-DE" at first. */
+void setLocaleFiles(const QStringList &languages);
+/** Locale tables that exist. */
+int openLookups();
+/** The locale that the newest table was loaded for. */
+QString lookupLocale();
+/** The module handle given to the last obs_module_load_locale. */
+obs_module_t *lookupModule();
+
+} // namespace ObsDouble
