@@ -42,7 +42,7 @@ class Module(unittest.TestCase):
         self.assertEqual(sorted(self.exports), sorted(ENTRY_POINTS))
 
     def testNoOtherLibraryIsAskedFor(self):
-        self.assertEqual(set(self.imports) - LIBRARIES, set())
+        self.assertEqual(set(self.imports), LIBRARIES)
 
     def testFunctionsOfObs(self):
         self.assertEqual(self.imports["obs.dll"], LIBOBS_FUNCTIONS)

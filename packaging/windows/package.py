@@ -1,0 +1,116 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Makes the packages for Windows out of a built module: the installer, a zip for OBS's plug-in folder, a zip in the
+layout of a portable OBS, and SHA256SUMS. What stands behind "--" is the command that runs Inno Setup's compiler.
+The zips of two runs hold the same bytes; the installer carries the time of its making.
+"""
+
+import argparse
+import hashlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import zipfile
+from pathlib import Path
+
+# No time of day in the archives: the earliest that a zip can state.
+ZIP_TIME = (1980, 1, 1, 0, 0, 0)
+RUNTIME_SUFFIXES = {".dll", ".ini"}
+
+
+def main():
+    arguments = parseArguments()
+    output = arguments.output
+    shutil.rmtree(output, ignore_errors=True)
+    output.mkdir(parents=True)
+    with tempfile.TemporaryDirectory(dir=output) as folder:
+        stage = Path(folder)
+        tree = stage / arguments.name
+        copyTree(arguments.tree, tree, arguments.strip)
+        stem = f"Tarvoline-SRTLA-Plugin-v{arguments.version}-windows-x64"
+        made = [
+            writeZip(output / f"{stem}.zip", plainLayout(tree, arguments)),
+            writeZip(output / f"{stem}-portable.zip", portableLayout(tree, arguments)),
+            makeInstaller(stage, tree, arguments),
+        ]
+    sums = "".join(f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n" for path in sorted(made))
+    (output / "SHA256SUMS").write_text(sums, newline="\n")
+    print(sums, end="")
+
+
+def parseArguments():
+    parser = argparse.ArgumentParser(description=__doc__)
+    for name in ("name", "version"):
+        parser.add_argument(f"--{name}", required=True)
+    for name in ("tree", "readme", "license", "script", "output"):
+        parser.add_argument(f"--{name}", required=True, type=Path)
+    parser.add_argument("--strip", help="program that takes debug information out of the module")
+    parser.add_argument("iscc", nargs="+")
+    return parser.parse_args()
+
+
+def copyTree(source, target, strip):
+    """The module and its locale files alone: build folders also hold import libraries and debug databases."""
+    for path in sorted(source.rglob("*")):
+        if path.suffix in RUNTIME_SUFFIXES:
+            copy = target / path.relative_to(source)
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(path, copy)
+            if strip and path.suffix == ".dll":
+                subprocess.run([strip, "--strip-all", copy], check=True)
+
+
+def texts(arguments, kind):
+    """The texts that go beside the module, by their name in the package."""
+    return {
+        "README.txt": arguments.readme / f"readme-{kind}.txt",
+        "LIESMICH.txt": arguments.readme / f"liesmich-{kind}.txt",
+        "LICENSE.txt": arguments.license,
+    }
+
+
+def plainLayout(tree, arguments):
+    files = {f"{arguments.name}/{path.relative_to(tree).as_posix()}": path for path in tree.rglob("*") if path.is_file()}
+    return files | texts(arguments, "plain")
+
+
+def portableLayout(tree, arguments):
+    module = f"{arguments.name}.dll"
+    files = {f"obs-plugins/64bit/{module}": tree / "bin" / "64bit" / module}
+    for path in (tree / "data").rglob("*"):
+        if path.is_file():
+            files[f"data/obs-plugins/{arguments.name}/{path.relative_to(tree / 'data').as_posix()}"] = path
+    return files | texts(arguments, "portable")
+
+
+def writeZip(target, files):
+    with zipfile.ZipFile(target, "w", zipfile.ZIP_DEFLATED) as archive:
+        for name, path in sorted(files.items()):
+            entry = zipfile.ZipInfo(name, ZIP_TIME)
+            entry.compress_type = zipfile.ZIP_DEFLATED
+            archive.writestr(entry, path.read_bytes())
+    return target
+
+
+def makeInstaller(stage, tree, arguments):
+    readme = stage / "readme"
+    readme.mkdir()
+    for name, path in texts(arguments, "installed").items():
+        shutil.copyfile(path, readme / name)
+    defines = {"Tree": tree, "Readme": readme, "Output": arguments.output}
+    result = subprocess.run([*arguments.iscc, *(f"/D{name}={windowsPath(path)}" for name, path in defines.items()),
+                             windowsPath(arguments.script)], capture_output=True, text=True, errors="replace", check=False)
+    if result.returncode != 0:
+        sys.exit(f"The installer was not made:\n{result.stdout}{result.stderr}")
+    return arguments.output / f"Tarvoline-SRTLA-Plugin-Setup-v{arguments.version}.exe"
+
+
+def windowsPath(path):
+    """A path as a Windows program sees it: under Wine, drive Z is this system's root."""
+    absolute = str(path.resolve())
+    return absolute if sys.platform == "win32" else "Z:" + absolute.replace("/", "\\")
+
+
+if __name__ == "__main__":
+    main()
