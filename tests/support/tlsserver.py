@@ -26,6 +26,7 @@ import threading
 ANY_PORT = ("127.0.0.1", 0)
 BLOCK = b"x" * 65536
 HEAD_END = b"\r\n\r\n"
+TUNNEL_OPEN = b"HTTP/1.1 200 Connection established" + HEAD_END
 
 
 class TlsServer:
@@ -53,6 +54,10 @@ class TlsServer:
         """A door that speaks HTTP without TLS."""
         self._open(name, lambda connection: self._serveRequests(name, connection))
 
+    def openTunnelDoor(self, name, port):
+        """A door that is an HTTP proxy and, after a CONNECT to any host, the server on `port` of 127.0.0.1."""
+        self._open(name, lambda connection: _serveTunnel(connection, port))
+
     def openControlDoor(self, name="control"):
         """The door for the test itself; its connections don't count."""
         self._open(name, self._serveControl, counted=False)
@@ -76,7 +81,7 @@ class TlsServer:
             connection.sendall(b"HTTP/1.1 502 Bad Gateway\r\nContent-Length: 0\r\n\r\n")
             return
         assert not rest
-        connection.sendall(b"HTTP/1.1 200 Connection established\r\n\r\n")
+        connection.sendall(TUNNEL_OPEN)
         self._serveTls(name, connection, context)
 
     def _serveTls(self, name, connection, context):
@@ -130,6 +135,23 @@ class TlsServer:
                     return {}
                 case other:
                     return {"error": f"unknown command {other}"}
+
+
+def _serveTunnel(connection, port):
+    head, rest = _readHead(connection, b"")
+    assert head.startswith(b"CONNECT ") and not rest
+    connection.sendall(TUNNEL_OPEN)
+    with socket.create_connection(("127.0.0.1", port)) as server:
+        back = threading.Thread(target=_quietly, args=(lambda from_: _copy(from_, connection), server), daemon=True)
+        back.start()
+        _copy(connection, server)
+        back.join()
+
+
+def _copy(source, target):
+    while block := source.recv(65536):
+        target.sendall(block)
+    target.shutdown(socket.SHUT_WR)
 
 
 def _context(certificate):
@@ -188,8 +210,17 @@ def _answer(connection, answer, resumed):
     if framing == "chunked":
         connection.sendall(b"0\r\n\r\n")
     if framing == "close" and isinstance(connection, ssl.SSLSocket):
-        connection.unwrap()
+        _sayGoodbye(connection)
     return framing != "close"
+
+
+def _sayGoodbye(connection):
+    # TLS's own end of the stream; like other servers this one does not wait for the client's.
+    connection.setblocking(False)
+    try:
+        connection.unwrap()
+    except ssl.SSLWantReadError:
+        pass
 
 
 def _blocks(body, fill):

@@ -11,8 +11,10 @@ The program finds them in the environment variable TARVOLINE_TEST_SERVERS, a JSO
                          ports of the scripted server with a certificate that is no good
     doors.plain          port of the scripted server without TLS
     doors.control        port of the scripted server's control door
-    service              port and folder of the real service (vendorservice.py), when --service was given
-    serviceRoot
+    service              port of the real service (vendorservice.py), when --service was given
+    serviceRoot          the folder whose files it serves
+    serviceScripts       the folder with its configuration and scripts
+    doors.serviceProxy   port of a proxy behind which every host is the real service
 
 Here and not in the test programs, because some of those run under Wine.
 """
@@ -57,7 +59,9 @@ def main():
         service = None
         if arguments.service:
             service = VendorService(Path(folder) / "service", arguments.service, certificate)
-            servers |= {"service": service.port, "serviceRoot": str(service.root)}
+            server.openTunnelDoor("serviceProxy", service.port)
+            servers |= {"service": service.port, "serviceRoot": str(service.root),
+                        "serviceScripts": str(Path(arguments.service).parent)}
         try:
             return subprocess.run(arguments.command, env=os.environ | {"TARVOLINE_TEST_SERVERS": json.dumps(servers)},
                                   check=False).returncode
