@@ -1,24 +1,27 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 include(CTest)
 
-# tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds] [SERVERS])
+# tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds]
+#                    [SERVERS | JSON_SERVICE])
 # A Qt Test executable that CTest runs without a display, in a home of its own; with SERVERS beside the HTTPS servers of
-# tests/support/withservers.py.
+# tests/support/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's of withjsonservice.py.
 function(tarvoline_add_test name)
-    cmake_parse_arguments(arg "SERVERS" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    cmake_parse_arguments(arg "SERVERS;JSON_SERVICE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test)
     target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
-    set(launcher "")
+    set(launcher "${CMAKE_SOURCE_DIR}/tests/support/isolate.sh")
     if(arg_SERVERS)
-        set(launcher "${CMAKE_SOURCE_DIR}/tests/support/withservers.py" --vendor "${TARVOLINE_VENDOR_HOST}")
+        list(APPEND launcher "${CMAKE_SOURCE_DIR}/tests/support/withservers.py" --vendor "${TARVOLINE_VENDOR_HOST}")
         if(NOT CMAKE_CROSSCOMPILING)
             list(APPEND launcher --service "${CMAKE_BINARY_DIR}/packaging/service/tarvoline-service.conf")
         endif()
+    elseif(arg_JSON_SERVICE)
+        set(launcher "${CMAKE_SOURCE_DIR}/tests/support/withjsonservice.py" "${TARVOLINE_VENDOR_HOST}")
     endif()
-    add_test(NAME ${name} COMMAND "${CMAKE_SOURCE_DIR}/tests/support/isolate.sh" ${launcher}
-        ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}> -o -,txt)
+    add_test(NAME ${name} COMMAND ${launcher} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>
+        -o -,txt)
     set(home "${CMAKE_BINARY_DIR}/tests/home/${name}")
     file(MAKE_DIRECTORY "${home}/runtime")
     if(NOT arg_TIMEOUT)
@@ -28,6 +31,6 @@ function(tarvoline_add_test name)
         set(arg_LABELS unit)
     endif()
     set_tests_properties(${name} PROPERTIES
-        TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}"
+        TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}" SKIP_RETURN_CODE 77
         ENVIRONMENT "QT_QPA_PLATFORM=offscreen;HOME=${home};XDG_CONFIG_HOME=${home}/.config;XDG_RUNTIME_DIR=${home}/runtime")
 endfunction()

@@ -141,6 +141,22 @@ CURLcode resultOf(CURLM *multi)
     return message ? message->data.result : CURLE_FAILED_INIT;
 }
 
+/**
+ * The system's resolver cannot be interrupted. A name that takes too long is given up, and the thread that asks for it
+ * ends by itself some time later: waiting for it would be waiting for the name.
+ */
+Multi makeMulti()
+{
+    Multi multi(curl_multi_init());
+#if LIBCURL_VERSION_NUM >= 0x081600
+    // In older versions the thread belongs to the single transfer (CURLOPT_QUICK_EXIT).
+    if (multi) {
+        curl_multi_setopt(multi.get(), CURLMOPT_QUICK_EXIT, 1L);
+    }
+#endif
+    return multi;
+}
+
 /** Runs the transfer to its end, or until it makes no progress within the limit of the step it is at. */
 CURLcode run(CURLM *multi, const Transfer &transfer)
 {
@@ -238,7 +254,8 @@ CURLcode prepare(CURL *easy, const curl_slist *headers, const QByteArray &url, c
         const CURLcode result = curl_easy_setopt(easy, option, value);
         worst = worst == CURLE_OK ? result : worst;
     };
-    set(CURLOPT_NOSIGNAL, 1L); // signals and threads do not mix
+    set(CURLOPT_NOSIGNAL, 1L);   // signals and threads do not mix
+    set(CURLOPT_QUICK_EXIT, 1L); // see makeMulti()
     set(CURLOPT_PROTOCOLS_STR, "https");
     set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's own headers are not the response
@@ -304,7 +321,7 @@ std::variant<HttpsAnswer, HttpsFailure> sendPost(const HttpsAddress &address, co
         return HttpsFailure{HttpsStep::Open, static_cast<quint32>(started)};
     }
     const Headers headers = requestHeaders();
-    const Multi multi(curl_multi_init());
+    const Multi multi = makeMulti();
     const Easy easy(curl_easy_init());
     if (!headers || !multi || !easy) {
         return HttpsFailure{HttpsStep::Open, CURLE_OUT_OF_MEMORY};

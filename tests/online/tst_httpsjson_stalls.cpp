@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The time-outs of the JSON exchange. Each of them really passes, so all exchanges run at once.
+#include "httpsjson.h"
+#include "support/httpsjsonexpectations.h"
+#include "support/jsonservice.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+#include <QThreadPool>
+
+using namespace HttpsJson;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/** One exchange: what it must bring, and after how long. */
+struct Exchange
+{
+    QByteArray name;
+    QString url;
+    QJsonObject object;
+    int status = 0;
+    qint64 limitMs = 0; ///< it must last this long, and not much longer
+
+    HttpsJsonReply reply;
+    qint64 elapsedMs = 0;
+};
+
+QString urlAt(const QString &what, const QString &path)
+{
+    return u"https://localhost:%1"_s.arg(JsonService::port(what)) + path;
+}
+
+std::vector<Exchange> exchanges()
+{
+    constexpr qint64 fiveSeconds = 5000;
+    constexpr qint64 eightSeconds = 8000;
+    const auto row = [](QByteArray name, QString url, QJsonObject object, int status, qint64 limitMs) {
+        return Exchange{std::move(name), std::move(url), std::move(object), status, limitMs, {}, 0};
+    };
+    const QJsonObject timeOut = unreachable(timedOut);
+    return {
+        row("name server silent", u"https://silent.example/"_s, timeOut, 0, fiveSeconds),
+        row("connection request unanswered", urlAt(u"swallowed"_s, u"/"_s), timeOut, 0, fiveSeconds),
+        row("silent after the connection", urlAt(u"silent"_s, u"/"_s), timeOut, 0, eightSeconds),
+        row("silent after the request", urlAt(u"https"_s, u"/stall"_s), timeOut, 0, eightSeconds),
+        row("silent in the headers", urlAt(u"https"_s, u"/stall/headers"_s), timeOut, 0, eightSeconds),
+        row("silent before the body", urlAt(u"https"_s, u"/stall/nothing"_s), noJson(200), 200, eightSeconds),
+        row("silent in the body", urlAt(u"https"_s, u"/stall/middle"_s), noJson(200), 200, eightSeconds),
+        row("silent behind the object", urlAt(u"https"_s, u"/stall/object"_s), servedObject(), 200, eightSeconds),
+        row("silent after a redirect", urlAt(u"https"_s, u"/redirect/307?/stall"_s), timeOut, 0, eightSeconds),
+        // The limit is that of one piece: what keeps coming may last longer.
+        row("slow but steady", urlAt(u"https"_s, u"/slow"_s), servedObject(), 200, eightSeconds),
+    };
+}
+
+} // namespace
+
+class TestHttpsJsonStalls : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void endsInTime_data();
+    void endsInTime();
+
+private:
+    std::vector<Exchange> runs;
+};
+
+void TestHttpsJsonStalls::initTestCase()
+{
+    QVERIFY2(JsonService::port(u"https"_s) != 0, "to be run by withjsonservice.py");
+    runs = exchanges();
+    QThreadPool pool;
+    pool.setMaxThreadCount(static_cast<int>(runs.size()));
+    for (Exchange &run : runs) {
+        pool.start([&run] {
+            QElapsedTimer clock;
+            clock.start();
+            run.reply = exchangeJson(run.url, "{}");
+            run.elapsedMs = clock.elapsed();
+        });
+    }
+    pool.waitForDone();
+}
+
+void TestHttpsJsonStalls::endsInTime_data()
+{
+    QTest::addColumn<qsizetype>("index");
+    for (qsizetype index = 0; index < std::ssize(runs); ++index) {
+        QTest::newRow(runs[static_cast<size_t>(index)].name.constData()) << index;
+    }
+}
+
+void TestHttpsJsonStalls::endsInTime()
+{
+    // Far above what a busy machine adds, far below what systems wait by themselves.
+    constexpr qint64 patienceMs = 20000;
+    QFETCH(qsizetype, index);
+    const Exchange &run = runs[static_cast<size_t>(index)];
+    QCOMPARE(run.reply.object, run.object);
+    QCOMPARE(run.reply.httpStatus, run.status);
+    QCOMPARE_GE(run.elapsedMs, run.limitMs);
+    QCOMPARE_LT(run.elapsedMs, run.limitMs + patienceMs);
+}
+
+QTEST_GUILESS_MAIN(TestHttpsJsonStalls)
+#include "tst_httpsjson_stalls.moc"

@@ -1,0 +1,261 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""A server that stands in for the vendor's JSON service, over real TLS, and misbehaves on demand.
+
+The path of a request says what is to become of it; each of the functions below is one path, named after it ("/chunked",
+"/status/500"). "/api/network_probe.php" does what the test has told it over the control port.
+"""
+
+import json
+import socket
+import ssl
+import threading
+import time
+
+PROBE = "/api/network_probe.php"
+OBJECT = {"ok": True, "text": "Grüße"}
+BIG = {"text": "x" * (3 * 1024 * 1024)}
+ANNOUNCED_TOO_MUCH = 1000
+CHUNK = 7
+SLOW_PIECES = 5
+SLOW_PAUSE_S = 2  # well below what a client waits for one piece; all of them together take longer than that
+
+
+class Request:
+    """One request as it came."""
+
+    def __init__(self, head, body):
+        lines = head.decode("latin-1").split("\r\n")
+        self.method, self.target, self.version = lines[0].split(" ", 2)
+        self.headers = [line.split(": ", 1) for line in lines[1:]]
+        self.body = body
+
+    def asJson(self):
+        return {"method": self.method, "target": self.target, "version": self.version, "headers": self.headers,
+                "body": self.body.decode()}
+
+
+class Service:
+    """Listens on loopback; `ports` maps what a port is to its number."""
+
+    def __init__(self):
+        self.ports = {}
+        self._counts = {}
+        self._listeners = []  # kept open, also those that nobody accepts from
+        self._lock = threading.Lock()
+        self._probes = []
+        self._probeAnswer = {"path": "/echo"}
+        self._released = threading.Event()
+
+    def listenTls(self, what, certificate, port=0):
+        """Speaks HTTP over TLS with the PEM file `certificate`, which holds the key as well."""
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.load_cert_chain(certificate)
+        self._listen(what, lambda plain: self._converse(context.wrap_socket(plain, server_side=True)), port)
+
+    def listenPlain(self, what):
+        """Speaks HTTP without TLS."""
+        self._listen(what, self._converse)
+
+    def listenSilent(self, what):
+        """Accepts connections and says nothing."""
+        self._listen(what, waitForEnd)
+
+    def listenControl(self, what):
+        """Takes one line of JSON from the test, acts on it, and answers with what has happened so far."""
+        self._listen(what, self._control)
+
+    def refuse(self, what):
+        """A port at which every connection is refused, and that nobody else gets meanwhile."""
+        reserved = socket.create_server(("127.0.0.1", 0))
+        self.ports[what] = reserved.getsockname()[1]
+        reserved.close()
+        unheard = socket.socket()
+        unheard.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        unheard.bind(("127.0.0.1", self.ports[what]))
+        self._listeners.append(unheard)
+
+    def swallow(self, what):
+        """A port at which connection requests vanish: its queue is full and nobody ever empties it."""
+        full = socket.create_server(("127.0.0.1", 0), backlog=0)
+        self.ports[what] = full.getsockname()[1]
+        self._listeners.append(full)
+        for _ in range(2):
+            waiting = socket.socket()
+            waiting.setblocking(False)
+            waiting.connect_ex(("127.0.0.1", self.ports[what]))
+            self._listeners.append(waiting)
+
+    def _listen(self, what, serve, port=0):
+        listener = socket.create_server(("127.0.0.1", port), backlog=64)
+        self._listeners.append(listener)
+        self.ports[what] = listener.getsockname()[1]
+        self._counts[what] = 0
+        threading.Thread(target=self._accept, args=(what, listener, serve), daemon=True).start()
+
+    def _accept(self, what, listener, serve):
+        while True:
+            connection, _ = listener.accept()
+            with self._lock:
+                self._counts[what] += 1
+            threading.Thread(target=_quietly, args=(serve, connection), daemon=True).start()
+
+    def _converse(self, connection):
+        with connection:
+            while True:
+                request = readRequest(connection)
+                if not request or not self._answer(connection, request):
+                    return
+
+    def _answer(self, connection, request):
+        """Does what the path says; true when the connection can carry another request."""
+        path = request.target.split("?")[0]
+        if path == PROBE:
+            with self._lock:
+                self._probes.append(request.asJson())
+                answer = self._probeAnswer
+            if "body" in answer:
+                return reply(connection, answer["status"], answer["body"].encode())
+            path = answer["path"]
+        name, _, argument = path[1:].partition("/")
+        if name == "hold":
+            self._released.wait()
+            return echo(connection, request, argument)
+        return ANSWERS.get(name, echo)(connection, request, argument)
+
+    def _control(self, connection):
+        with connection, connection.makefile("rw") as stream:
+            command = json.loads(stream.readline())
+            with self._lock:
+                if "probe" in command:
+                    self._probeAnswer = command["probe"]
+                if command.get("hold"):
+                    self._released.clear()
+                if command.get("release"):
+                    self._released.set()
+                stream.write(json.dumps({"connections": self._counts, "probes": self._probes}) + "\n")
+            stream.flush()
+
+
+def _quietly(serve, connection):
+    try:
+        serve(connection)
+    except OSError:
+        pass  # the client has gone, or has refused our certificate
+
+
+def readRequest(connection):
+    """The next request of a connection; None when the client ends it."""
+    received = b""
+    while b"\r\n\r\n" not in received:
+        data = connection.recv(65536)
+        if not data:
+            return None
+        received += data
+    head, _, body = received.partition(b"\r\n\r\n")
+    length = 0
+    for line in head.decode("latin-1").split("\r\n"):
+        if line.lower().startswith("content-length:"):
+            length = int(line.split(":", 1)[1])
+    while len(body) < length:
+        data = connection.recv(65536)
+        if not data:
+            return None
+        body += data
+    return Request(head, body)
+
+
+def waitForEnd(connection):
+    """Says nothing more until the client gives up."""
+    while connection.recv(65536):
+        pass
+
+
+def reply(connection, status, body, extra=""):
+    connection.sendall(_head(status, len(body), extra) + body)
+    return True
+
+
+def _head(status, length, extra=""):
+    return (f"HTTP/1.1 {status} Test\r\nContent-Type: application/json\r\nContent-Length: {length}\r\n"
+            f"{extra}\r\n").encode()
+
+
+def _text(value):
+    return json.dumps(value, ensure_ascii=False, separators=(",", ":")).encode()
+
+
+def echo(connection, request, _):
+    return reply(connection, 200, _text(request.asJson()))
+
+
+def status(connection, _, argument):
+    return reply(connection, int(argument), _text(OBJECT))
+
+
+def literal(connection, request, _):
+    """Answers with the request's own body."""
+    return reply(connection, 200, request.body)
+
+
+def big(connection, *_):
+    return reply(connection, 200, _text(BIG))
+
+
+def chunked(connection, *_):
+    body = _text(OBJECT)
+    pieces = [body[start:start + CHUNK] for start in range(0, len(body), CHUNK)]
+    connection.sendall(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n")
+    for piece in [*pieces, b""]:
+        connection.sendall(f"{len(piece):x}\r\n".encode() + piece + b"\r\n")
+    return True
+
+
+def cut(connection, _, argument):
+    """Breaks the connection off: before, in the middle of, or after an object that was announced as longer."""
+    parts = {"headers": b"HTTP/1.1 200 OK\r\nContent-Ty",
+             "nothing": _head(200, ANNOUNCED_TOO_MUCH),
+             "middle": _head(200, ANNOUNCED_TOO_MUCH) + _text(OBJECT)[:CHUNK],
+             "object": _head(200, ANNOUNCED_TOO_MUCH) + _text(OBJECT)}
+    if argument in parts:
+        connection.sendall(parts[argument])
+    return False
+
+
+def stall(connection, request, argument):
+    """As cut(), but the connection stays open and silent."""
+    cut(connection, request, argument)
+    waitForEnd(connection)
+    return False
+
+
+def slow(connection, *_):
+    body = _text(OBJECT)
+    step = -(-len(body) // SLOW_PIECES)
+    connection.sendall(_head(200, len(body)))
+    for start in range(0, len(body), step):
+        time.sleep(SLOW_PAUSE_S)
+        connection.sendall(body[start:start + step])
+    return True
+
+
+def redirect(connection, request, argument):
+    """Redirects with the status in the path to the address in the query."""
+    target = request.target.partition("?")[2]
+    return reply(connection, int(argument), b"{\"redirected\":true}", f"Location: {target}\r\n")
+
+
+def countdown(connection, request, argument):
+    """As many redirects as the path says, then an echo."""
+    left = int(argument)
+    if left == 0:
+        return echo(connection, request, argument)
+    return reply(connection, 307, b"", f"Location: /countdown/{left - 1}\r\n")
+
+
+def cookie(connection, *_):
+    """Sets a cookie and redirects to an echo."""
+    return reply(connection, 302, b"", "Set-Cookie: session=1; Path=/; Secure\r\nLocation: /echo\r\n")
+
+
+ANSWERS = {answer.__name__: answer
+           for answer in (echo, status, literal, big, chunked, cut, stall, slow, redirect, countdown, cookie)}

@@ -1,0 +1,24 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""A name server that knows no name below "invalid" and does not answer for any other."""
+
+import socket
+import threading
+
+ADDRESS = "127.0.0.53"
+_PORT = 53
+_HEADER_BYTES = 12
+_NXDOMAIN = b"\x81\x83"  # response, recursion desired and available, no such name
+
+
+def start():
+    server = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+    server.bind((ADDRESS, _PORT))
+    threading.Thread(target=_answer, args=(server,), daemon=True).start()
+
+
+def _answer(server):
+    while True:
+        query, client = server.recvfrom(4096)
+        if b"\x07invalid\x00" in query:
+            question = query[_HEADER_BYTES:query.index(b"\x00", _HEADER_BYTES) + 5]
+            server.sendto(query[:2] + _NXDOMAIN + b"\x00\x01" + bytes(6) + question, client)
