@@ -40,10 +40,38 @@ def desk() -> obs.Desk:
     return _desk
 
 
-def listens(port: int) -> bool:
-    """Whether some program holds a UDP port of the loopback interface or of all interfaces."""
-    rows = pathlib.Path("/proc/net/udp").read_text().splitlines()[1:]
-    return any(int(row.split()[1].split(":")[1], 16) == port for row in rows)
+def install(home: obs.ObsHome):
+    """Lays the built plug-in into a home."""
+    home.install_module(BUILD / "plugins" / obs.MODULE / "bin" / "64bit" / f"{obs.MODULE}.so", _PROJECT / "locale")
+
+
+def wait_for_picture(session: obs.ObsSession, timeout_s=obs.PATIENCE_S):
+    """Waits until the source shows the pattern and it moves."""
+    seen = set()
+
+    def moves():
+        picture = session.remote.picture(SOURCE)
+        if picture is None or not picture.shows_pattern():
+            seen.clear()
+            return False
+        seen.add(picture.blink())
+        return len(seen) == 2
+
+    def state():
+        picture = session.remote.picture(SOURCE)
+        return (f"a running picture; the source is {session.remote.media_state(SOURCE)} and shows "
+                f"{picture.bars() if picture else 'nothing'}")
+
+    obs.wait_until(moves, state, timeout_s)
+
+
+def wait_for_no_picture(session: obs.ObsSession, timeout_s=obs.PATIENCE_S):
+    """Waits until the source shows the pattern no more."""
+    def ended():
+        picture = session.remote.picture(SOURCE)
+        return picture is None or not picture.shows_pattern()
+
+    obs.wait_until(ended, "the picture ends", timeout_s)
 
 
 class ObsCase(unittest.TestCase):
@@ -60,7 +88,7 @@ class ObsCase(unittest.TestCase):
         """A home with the plug-in in it, in which OBS has never run."""
         home = obs.ObsHome(self.folder / name, dock_state=dock_at_the_right() if dock_open else None)
         if with_module:
-            home.install_module(BUILD / "plugins" / obs.MODULE / "bin" / "64bit" / f"{obs.MODULE}.so", _PROJECT / "locale")
+            install(home)
         return home
 
     def session(self, home: obs.ObsHome | None = None, **start) -> obs.ObsSession:

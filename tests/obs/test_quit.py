@@ -17,7 +17,7 @@ class QuitTest(case.ObsCase):
         panel.wait_for_status("Aktiv")
         panel.press("Quelle reparieren")
         panel.wait_for_log("OBS | Neue SRT-Quelle angelegt")
-        wait_until(lambda: case.listens(case.TARGET_PORT), "the media source listens")
+        wait_until(lambda: obs.listens(case.TARGET_PORT), "the media source listens")
         return session
 
     def test_quitting_while_the_source_waits_for_a_caller(self):
@@ -36,7 +36,7 @@ class QuitTest(case.ObsCase):
             remote.call("SetSceneItemEnabled", sceneName=scene, sceneItemId=item, sceneItemEnabled=visible)
             self.assertEqual(self.panel(session).status(), "Aktiv")
         remote.call("RemoveInput", inputName=case.SOURCE)
-        wait_until(lambda: not case.listens(case.TARGET_PORT), "the listener of a removed source is gone")
+        wait_until(lambda: not obs.listens(case.TARGET_PORT), "the listener of a removed source is gone")
         session.quit()
         self.assertIn(_NO_LEAKS, session.log())
 

@@ -5,8 +5,9 @@ from .desk import Desk
 from .home import MODULE, ObsHome, write_ini
 from .panel import Panel
 from .picture import BARS, Picture
+from .ports import free_port, listens
 from .remote import Remote, RequestFailed
-from .road import Encoder
+from .road import BondSender, Encoder, Road
 from .screen import Element, MessageBox, Screen
-from .session import ObsSession, free_port
+from .session import ObsSession
 from .wait import PATIENCE_S, TimedOut, wait_until

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The desktop that the programs under test run on: an X server without a screen and a session bus, so that neither the
-user's display nor the user's accessibility bus is ever touched."""
+"""The desktop that the programs under test run on: an X server without a screen and a session bus of its own, so that
+neither the user's display nor the user's accessibility bus is touched."""
 
 import os
 import pathlib
@@ -12,15 +12,16 @@ _SCREEN = "1600x1000x24"
 
 
 class Desk:
-    """A virtual X display and a session bus with accessibility. Use as a context manager, or `close` it."""
+    """An X display and a session bus with accessibility. Use as a context manager, or `close` it."""
 
-    def __init__(self, folder: pathlib.Path):
+    def __init__(self, folder: pathlib.Path, display: str | None = None):
+        """Makes a virtual display, unless it is to stand on an existing `display`."""
         self.folder = folder
         folder.mkdir(parents=True, exist_ok=True)
         # Sockets go here, and the system allows their paths little more than a hundred bytes.
         self.runtime = pathlib.Path(tempfile.mkdtemp(prefix="obs-desk-"))
         self._processes = []
-        self.display = self._start_display()
+        self.display = display or self._start_display()
         self.bus_address = self._start_bus()
 
     def environment(self) -> dict:
@@ -31,7 +32,7 @@ class Desk:
             "XDG_RUNTIME_DIR": str(self.runtime),
             # The bus's own helpers must not write into the user's home.
             "HOME": str(self.folder),
-        }
+        } | {name: os.environ[name] for name in ("XAUTHORITY",) if name in os.environ}
 
     def close(self):
         """Ends the desk; every program on it loses its display."""

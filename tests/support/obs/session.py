@@ -4,12 +4,12 @@
 import os
 import pathlib
 import signal
-import socket
 import subprocess
 import time
 
 from .desk import Desk
 from .home import ObsHome
+from .ports import free_port
 from .remote import Remote
 from .screen import Screen
 from .wait import PATIENCE_S, TimedOut, wait_until
@@ -100,6 +100,10 @@ class ObsSession:
         self._process.send_signal(signal.SIGINT)
         return self._wait_for_end(asked, timeout_s)
 
+    def wait(self):
+        """Waits until OBS ends by itself."""
+        self._process.wait()
+
     def kill(self):
         """Ends OBS at once, if it still runs."""
         self._close_remote()
@@ -135,10 +139,3 @@ class ObsSession:
 
     def _console_end(self) -> str:
         return (self.home.folder / "console.log").read_text(errors="replace")[-3000:]
-
-
-def free_port(kind=socket.SOCK_STREAM) -> int:
-    """A port of the loopback interface that nobody holds at the moment."""
-    with socket.socket(socket.AF_INET, kind) as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
