@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 # The names that stand once, in buildspec.json, as CMake variables and as the header "buildspec.h".
 
-foreach(key displayName dockId vendorHost windowsAppId)
+foreach(key displayName author dockId vendorHost windowsAppId)
     string(JSON value GET "${buildspec}" ${key})
     set(spec_${key} "${value}")
 endforeach()

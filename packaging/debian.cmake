@@ -1,0 +1,28 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+# A Debian package of the system-wide install: `cpack --preset linux`.
+
+install(FILES "${CMAKE_SOURCE_DIR}/LICENSE" RENAME copyright
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${PROJECT_NAME}" COMPONENT system)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_DIRECTORY "${CMAKE_BINARY_DIR}/packages")
+set(CPACK_PACKAGE_NAME "${PROJECT_NAME}")
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGE_VENDOR "${spec_author}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Receiver for bonded mobile live streams (SRTLA) in OBS Studio")
+set(CPACK_PACKAGE_DESCRIPTION
+"Adds a dock to OBS Studio that receives live streams which a phone app
+splits over several mobile and Wi-Fi links with the SRTLA protocol, joins
+them again and hands them to an ordinary media source.")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr) # where Debian's OBS is
+set(CPACK_STRIP_FILES ON)
+# The files of the system-wide install alone.
+set(CPACK_INSTALL_CMAKE_PROJECTS "${CMAKE_BINARY_DIR};${PROJECT_NAME};system;/")
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${spec_author} <plugins@${spec_vendorHost}>")
+set(CPACK_DEBIAN_PACKAGE_SECTION video)
+# The libraries' packages are read off the module; obs-studio is the program that loads it.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "obs-studio (>= 31.1)")
+include(CPack)

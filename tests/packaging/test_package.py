@@ -1,0 +1,85 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The Debian package: its files, its dependencies, and its install into a copy of this system."""
+
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+from test_install import BUILD, MULTIARCH, SYSTEM_FILES, output_of
+
+WITH_PACKAGE = pathlib.Path(__file__).with_name("withpackage.sh")
+MODULE = f"/usr/lib/{MULTIARCH}/obs-plugins/tarvoline-srtla.so"
+# The packages whose libraries the module is linked with, whatever suffix the suite gives them.
+LIBRARY_PACKAGES = ["libc6", "libcurl", "libobs", "libqt6core6", "libqt6network6", "libqt6widgets6", "libstdc++6"]
+
+
+class Package(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        subprocess.run(["cpack", "--config", str(BUILD / "CPackConfig.cmake"), "-G", "DEB", "-B", folder.name],
+                       check=True, stdout=subprocess.DEVNULL, cwd=folder.name)
+        packages = list(pathlib.Path(folder.name).glob("*.deb"))
+        assert len(packages) == 1, packages
+        cls.package = packages[0]
+
+    def field(self, name: str) -> str:
+        return output_of("dpkg-deb", "--field", str(self.package), name).strip()
+
+    def inside(self, *command) -> subprocess.CompletedProcess:
+        return subprocess.run([str(WITH_PACKAGE), str(self.package), *command], text=True, capture_output=True,
+                              cwd=BUILD)
+
+    def test_name_and_version(self):
+        self.assertRegex(self.package.name, r"^tarvoline-srtla_0\.9\.2_\w+\.deb$")
+        self.assertEqual(self.field("Package"), "tarvoline-srtla")
+        self.assertEqual(self.field("Version"), "0.9.2")
+
+    def test_holds_the_system_install_and_nothing_else(self):
+        listing = output_of("dpkg-deb", "--contents", str(self.package)).splitlines()
+        entries = [line.split() for line in listing]
+        files = sorted(entry[5].removeprefix("./") for entry in entries if not entry[0].startswith("d"))
+        self.assertEqual(files, SYSTEM_FILES)
+        self.assertEqual({entry[1] for entry in entries}, {"root/root"})
+        for mode, *_ in entries:
+            self.assertIn(mode, ("drwxr-xr-x", "-rw-r--r--"))
+
+    def test_depends_on_obs_and_the_modules_libraries(self):
+        depends = [entry.strip() for entry in self.field("Depends").split(",")]
+        self.assertIn("obs-studio (>= 31.1)", depends)
+        for package in LIBRARY_PACKAGES:
+            self.assertTrue(any(re.match(re.escape(package) + r"(t64|-gnutls|\d)*( |$)", entry) for entry in depends),
+                            f"{package} is missing from {depends}")
+
+    def test_module_is_stripped(self):
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run(["dpkg-deb", "--extract", str(self.package), folder], check=True)
+            self.assertNotIn(".debug_info", output_of("readelf", "--sections", "--wide", folder + MODULE))
+
+    @unittest.skipUnless(os.geteuid() == 0, "installing needs root")
+    def test_installs_and_leaves_the_system_alone(self):
+        done = self.inside("dpkg-query", "--show", "--showformat=${Status} ${Version}", "tarvoline-srtla")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(done.stdout, "install ok installed 0.9.2")
+        self.assertFalse(pathlib.Path(MODULE).exists())
+
+    @unittest.skipUnless(os.geteuid() == 0, "installing needs root")
+    def test_installed_module_finds_its_libraries(self):
+        done = self.inside("ldd", MODULE)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertNotIn("not found", done.stdout)
+
+    @unittest.skipUnless(os.geteuid() == 0, "installing needs root")
+    def test_removes_without_a_trace(self):
+        done = self.inside("sh", "-c", f"dpkg --purge tarvoline-srtla >&2 && for path in {MODULE} "
+                                       "/usr/share/obs/obs-plugins/tarvoline-srtla /usr/share/doc/tarvoline-srtla; "
+                                       "do [ ! -e $path ] || exit 1; done")
+        self.assertEqual(done.returncode, 0, done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
