@@ -60,7 +60,8 @@ void HttpsServers::answer(const QString &target, const ServerAnswer &answer)
                        {u"body"_s, QString::fromLatin1(answer.body.toBase64())},
                        {u"fill"_s, answer.fill},
                        {u"framing"_s, answer.framing},
-                       {u"then"_s, answer.then}};
+                       {u"then"_s, answer.then},
+                       {u"pauseMs"_s, answer.pauseMs}};
     if (answer.announced >= 0) {
         object.insert("announced"_L1, answer.announced);
     }

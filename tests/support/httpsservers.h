@@ -21,6 +21,8 @@ struct ServerAnswer
     qint64 announced = -1;
     /** "end", "break" or "stall". */
     QString then = QStringLiteral("end");
+    /** Milliseconds before the last byte of the body. */
+    int pauseMs = 0;
 };
 
 /** A request as it came in, byte for byte. */

@@ -6,11 +6,12 @@ to any host and then are that host, so that a client meets any name without a na
 talks to the control door: one JSON object a line each way.
 
     {"command": "answer", "target": "/update.json", "status": 200, "headers": [["Location", "…"]],
-     "body": "<base64>", "fill": 0, "framing": "length", "announced": 12, "then": "end"}
+     "body": "<base64>", "fill": 0, "framing": "length", "announced": 12, "then": "end", "pauseMs": 0}
 
 `fill` sends that many bytes "x" behind the body. `framing` is "length" (Content-Length: `announced`, or the true one),
 "chunked" or "close". `then` says what follows the last byte: "end", "break" (the connection is cut), or "stall" (nothing
-more, until the test resets the server). A target without an answer gets 404; the status 0 stands for no answer at all.
+more, until the test resets the server). `pauseMs` makes the server wait before the last byte of `body`. A target
+without an answer gets 404; the status 0 stands for no answer at all.
 
     {"command": "requests"}     -> {"requests": [{"door": "proxy", "head": "<base64>", "body": "<base64>"}, …]}
     {"command": "connections"}  -> {"connections": 3}
@@ -22,6 +23,7 @@ import json
 import socket
 import ssl
 import threading
+import time
 
 ANY_PORT = ("127.0.0.1", 0)
 BLOCK = b"x" * 65536
@@ -198,7 +200,7 @@ def _answer(connection, answer, resumed):
             head.append("Connection: close")
     connection.sendall("\r\n".join(head).encode() + HEAD_END)
 
-    for block in _blocks(body, fill):
+    for block in _blocks(body, fill, answer.get("pauseMs", 0) / 1000):
         connection.sendall(b"%x\r\n%b\r\n" % (len(block), block) if framing == "chunked" else block)
     match answer.get("then", "end"):
         case "break":
@@ -223,7 +225,11 @@ def _sayGoodbye(connection):
         pass
 
 
-def _blocks(body, fill):
+def _blocks(body, fill, pause):
+    if pause:
+        yield body[:-1]
+        time.sleep(pause)
+        body = body[-1:]
     if body:
         yield body
     for _ in range(fill // len(BLOCK)):

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "dock/updatefixture.h"
+
+#include "buildspec.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+/** A dock with updates switched on, a user who says yes, and a temporary folder that is the installer's alone. */
+class InstallFixture : public UpdateFixture
+{
+public:
+    static constexpr int waitMs = 60000;
+
+    explicit InstallFixture(const QString &door = QStringLiteral("proxy")) : UpdateFixture(door)
+    {
+        boxes.answerWith([](QMessageBox &box) { MessageBoxes::press(box, QMessageBox::Yes); });
+        useTemporaryFolder(folder.path());
+    }
+    ~InstallFixture()
+    {
+        for (const auto &[name, value] : before) {
+            qputenv(name, value);
+        }
+    }
+    Q_DISABLE_COPY_MOVE(InstallFixture)
+
+    /** Makes @p path the folder that programs are to put temporary files into. */
+    void useTemporaryFolder(const QString &path) const
+    {
+        for (const auto &[name, value] : before) {
+            qputenv(name, QDir::toNativeSeparators(path).toLocal8Bit());
+        }
+    }
+
+    static QString address(const QString &target)
+    {
+        return QStringLiteral("https://%1%2").arg(QString::fromUtf8(vendorHost), target);
+    }
+    static QString sha256(const QByteArray &data)
+    {
+        return QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Sha256).toHex());
+    }
+
+    /** Offers @p data as version 1.0 under "/setup.exe", answered as @p answer says. */
+    void offer(const QByteArray &data, const ServerAnswer &answer)
+    {
+        setPending({address(QStringLiteral("/setup.exe")), sha256(data), QStringLiteral("1.0")});
+        servers.answer(QStringLiteral("/setup.exe"), answer);
+    }
+
+    /** Invokes the slot and waits for the end of the download. */
+    void install() const
+    {
+        invoke("downloadAndInstallUpdate");
+        QVERIFY(!checkButton->isEnabled());
+        QVERIFY(!installButton->isEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(checkButton->isEnabled(), waitMs);
+        QVERIFY(installButton->isEnabled());
+        QTRY_COMPARE_WITH_TIMEOUT(network->openReplies(), 0, waitMs);
+    }
+
+    [[nodiscard]] QString savedPath() const
+    {
+        return folder.filePath(QStringLiteral("Tarvoline-SRTLA-Plugin-Setup-v1.0.exe"));
+    }
+    [[nodiscard]] QStringList savedFiles() const
+    {
+        return QDir(folder.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+    static QByteArray content(const QString &path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no such file)");
+    }
+
+    QTemporaryDir folder;
+
+private:
+    // Unix and Windows each have their own names for it.
+    QList<std::pair<const char *, QByteArray>> before{
+        {"TMPDIR", qgetenv("TMPDIR")}, {"TMP", qgetenv("TMP")}, {"TEMP", qgetenv("TEMP")}};
+};

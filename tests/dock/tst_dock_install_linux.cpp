@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// What goes wrong with the temporary folder, on file systems that this test mounts in a mount namespace of its own, and
+// the whole road from the real service: both exist on Linux only.
+#include "dock/installfixture.h"
+
+#include <QNetworkReply>
+#include <QProcess>
+#include <QTest>
+
+#include <sched.h>
+#include <sys/mount.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray installer = "MZ: the bytes of an installer";
+const QString saveText = u"Der Installer konnte nicht gespeichert werden."_s;
+const QString startText = u"Der Installer konnte nicht gestartet werden."_s;
+
+/** A small tmpfs over the fixture's temporary folder; gone with this object. */
+class SmallDisk
+{
+public:
+    SmallDisk(const QTemporaryDir &folder, unsigned long flags, const char *options)
+        : path(folder.path().toLocal8Bit()), mounted(mount("tmpfs", path, "tmpfs", flags, options) == 0)
+    {
+    }
+    ~SmallDisk()
+    {
+        if (mounted) {
+            umount2(path, MNT_DETACH);
+        }
+    }
+    Q_DISABLE_COPY_MOVE(SmallDisk)
+
+    [[nodiscard]] bool isMounted() const { return mounted; }
+    void makeReadOnly() const { QVERIFY(mount(nullptr, path, nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0); }
+
+private:
+    QByteArray path;
+    bool mounted;
+};
+
+} // namespace
+
+class TestDockInstallLinux : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void tellsAFullDisk();
+    void keepsAnOlderInstallerWhenTheDiskIsFull();
+    void tellsAFolderThatIsReadOnly();
+    void tellsADiskThatRunsNoPrograms();
+    void takesAnUpdateFromTheRealService();
+
+private:
+    static void requireMounts()
+    {
+        if (!canMount) {
+            QSKIP("this user may not mount file systems in a namespace");
+        }
+    }
+    inline static bool canMount = false;
+};
+
+void TestDockInstallLinux::initTestCase()
+{
+    QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py");
+    canMount = unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
+void TestDockInstallLinux::tellsAFullDisk()
+{
+    requireMounts();
+    InstallFixture fixture;
+    const SmallDisk disk(fixture.folder, 0, "size=64k");
+    QVERIFY(disk.isMounted());
+    const QByteArray data(100000, 'x');
+    fixture.offer(data, {.body = data});
+    const QStringList offer = fixture.pending();
+    fixture.install();
+    QCOMPARE(fixture.label(), saveText);
+    QCOMPARE(fixture.pending(), offer);
+    QVERIFY(fixture.savedFiles().isEmpty());
+}
+
+void TestDockInstallLinux::keepsAnOlderInstallerWhenTheDiskIsFull()
+{
+    requireMounts();
+    InstallFixture fixture;
+    const SmallDisk disk(fixture.folder, 0, "size=64k");
+    QVERIFY(disk.isMounted());
+    QFile older(fixture.savedPath());
+    QVERIFY(older.open(QIODevice::WriteOnly));
+    older.write("older");
+    older.close();
+    const QByteArray data(100000, 'x');
+    fixture.offer(data, {.body = data});
+    fixture.install();
+    QCOMPARE(fixture.label(), saveText);
+    QCOMPARE(fixture.savedFiles().size(), 1);
+    QCOMPARE(fixture.content(fixture.savedPath()), "older");
+}
+
+void TestDockInstallLinux::tellsAFolderThatIsReadOnly()
+{
+    requireMounts();
+    InstallFixture fixture;
+    const SmallDisk disk(fixture.folder, 0, "size=64k");
+    QVERIFY(disk.isMounted());
+    disk.makeReadOnly();
+    fixture.offer(installer, {.body = installer});
+    fixture.install();
+    QCOMPARE(fixture.label(), saveText);
+    QVERIFY(fixture.savedFiles().isEmpty());
+}
+
+void TestDockInstallLinux::tellsADiskThatRunsNoPrograms()
+{
+    requireMounts();
+    InstallFixture fixture;
+    const SmallDisk disk(fixture.folder, MS_NOEXEC, "size=64m");
+    QVERIFY(disk.isMounted());
+    const QByteArray program = fixture.content(QStringLiteral(TARVOLINE_TEST_RECORDER));
+    QFile older(fixture.savedPath());
+    QVERIFY(older.open(QIODevice::WriteOnly));
+    QVERIFY(older.setPermissions(older.permissions() | QFile::ExeOwner));
+    older.close();
+    fixture.offer(program, {.body = program});
+    fixture.install();
+    QCOMPARE(fixture.label(), startText);
+    QCOMPARE(fixture.content(fixture.savedPath()), program);
+}
+
+void TestDockInstallLinux::takesAnUpdateFromTheRealService()
+{
+    InstallFixture fixture(u"serviceProxy"_s);
+    const QString file = fixture.servers.text(u"serviceRoot"_s) + u"/Setup-v1.2.3.exe"_s;
+    const QByteArray data = "MZ" + QByteArray(3000000, 'i');
+    QFile published(file);
+    QVERIFY(published.open(QIODevice::WriteOnly));
+    QCOMPARE(published.write(data), data.size());
+    published.close();
+    QProcess script;
+    script.start(u"python3"_s, {fixture.servers.text(u"serviceScripts"_s) + u"/makemanifest.py"_s, u"1.2.3"_s, file});
+    QVERIFY(script.waitForFinished(InstallFixture::waitMs));
+    QVERIFY2(script.exitCode() == 0, script.readAllStandardError().constData());
+
+    fixture.invoke("checkForUpdatesManually");
+    QTRY_VERIFY_WITH_TIMEOUT(fixture.checkButton->isEnabled(), InstallFixture::waitMs);
+    QCOMPARE(fixture.label(), u"Neue Version 1.2.3 verfügbar. Installiert ist 0.9.2."_s);
+    fixture.install();
+    // A new file may not be executed here; everything before that has gone well.
+    QCOMPARE(fixture.label(), startText);
+    QCOMPARE(fixture.content(fixture.folder.filePath(u"Tarvoline-SRTLA-Plugin-Setup-v1.2.3.exe"_s)), data);
+}
+
+QTEST_MAIN(TestDockInstallLinux)
+#include "tst_dock_install_linux.moc"

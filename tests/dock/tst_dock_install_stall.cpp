@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// A download that stalls, waited out in full: two minutes.
+#include "dock/installfixture.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class TestDockInstallStall : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void endsAfterTwoMinutesOfSilence();
+};
+
+void TestDockInstallStall::endsAfterTwoMinutesOfSilence()
+{
+    constexpr int longerThanTheTimeoutMs = 600000;
+    InstallFixture fixture;
+    QVERIFY2(fixture.servers.isUsable(), "run this through tests/support/withservers.py");
+    fixture.offer("MZ", {.body = "MZ", .announced = 3, .then = u"stall"_s});
+    QElapsedTimer time;
+    time.start();
+    fixture.invoke("downloadAndInstallUpdate");
+    QTRY_VERIFY_WITH_TIMEOUT(fixture.checkButton->isEnabled(), longerThanTheTimeoutMs);
+    QVERIFY2(time.elapsed() >= 120000, qPrintable(QString::number(time.elapsed())));
+    QCOMPARE(fixture.label(), u"Der Installer konnte nicht sicher heruntergeladen werden."_s);
+    QVERIFY(fixture.installButton->isEnabled());
+    QVERIFY(fixture.savedFiles().isEmpty());
+}
+
+QTEST_MAIN(TestDockInstallStall)
+#include "tst_dock_install_stall.moc"

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Stands in for an installer: writes its arguments, one a line, into the file that TARVOLINE_TEST_RECORD names.
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+int main(int argc, char *argv[])
+{
+    const char *record = std::getenv("TARVOLINE_TEST_RECORD");
+    if (!record) {
+        return EXIT_FAILURE;
+    }
+    // Under its own name only when it is complete: the test waits for the file to appear.
+    const std::string unfinished = std::string(record) + ".part";
+    std::FILE *file = std::fopen(unfinished.c_str(), "wb");
+    if (!file) {
+        return EXIT_FAILURE;
+    }
+    for (int i = 0; i < argc; ++i) {
+        std::fprintf(file, "%s\n", argv[i]);
+    }
+    std::fclose(file);
+    return std::rename(unfinished.c_str(), record) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
