@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The Debian package: its files, its dependencies, and its install into a copy of this system."""
 
+import json
 import os
 import pathlib
 import re
@@ -10,6 +11,7 @@ import unittest
 
 from test_install import BUILD, MULTIARCH, SYSTEM_FILES, output_of
 
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
 WITH_PACKAGE = pathlib.Path(__file__).with_name("withpackage.sh")
 MODULE = f"/usr/lib/{MULTIARCH}/obs-plugins/tarvoline-srtla.so"
 # The packages whose libraries the module is linked with, whatever suffix the suite gives them.
@@ -32,7 +34,7 @@ class Package(unittest.TestCase):
 
     def inside(self, *command) -> subprocess.CompletedProcess:
         return subprocess.run([str(WITH_PACKAGE), str(self.package), *command], text=True, capture_output=True,
-                              cwd=BUILD)
+                              cwd=PROJECT)
 
     def test_name_and_version(self):
         self.assertRegex(self.package.name, r"^tarvoline-srtla_0\.9\.2_\w+\.deb$")
@@ -72,6 +74,21 @@ class Package(unittest.TestCase):
         done = self.inside("ldd", MODULE)
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertNotIn("not found", done.stdout)
+
+    @unittest.skipUnless(os.geteuid() == 0, "installing needs root")
+    def test_obs_loads_the_installed_plugin_from_the_system_place(self):
+        done = self.inside("python3", "-B", str(PROJECT / "tests/packaging/obswithsystemplugin.py"))
+        self.assertEqual(done.returncode, 0, done.stderr)
+        session = json.loads(done.stdout)
+        self.assertEqual([path for path in session["modules"] if path.endswith(MODULE)], session["modules"])
+        self.assertEqual(len(session["modules"]), 1)
+        self.assertEqual(session["exit_code"], 0)
+        log = "\n".join(session["log"])
+        self.assertIn("[Tarvoline SRTLA] Plugin 0.9.2 wird geladen", log)
+        self.assertIn("[Tarvoline SRTLA] Plugin sicher entladen", log)
+        # OBS says so when it misses a locale file.
+        self.assertNotIn("text for module: 'tarvoline-srtla.so'", log)
+        self.assertIn("Number of memory leaks: 0", log)
 
     @unittest.skipUnless(os.geteuid() == 0, "installing needs root")
     def test_removes_without_a_trace(self):
