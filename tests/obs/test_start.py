@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """What a user meets when OBS comes up with the plug-in, the first time and later."""
 
-import unittest
 
 import case
 from obs import wait_until

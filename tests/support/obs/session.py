@@ -2,7 +2,6 @@
 """One run of the real OBS on a desk of its own."""
 
 import os
-import pathlib
 import signal
 import subprocess
 import time
