@@ -1,0 +1,58 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""What the tests of the whole road share: the programs, which end with the test, and a folder for its files."""
+
+import os
+import pathlib
+import shutil
+import sys
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+
+import stream  # noqa: E402
+
+_PROJECT = pathlib.Path(__file__).resolve().parents[2]
+BUILD = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build" / "linux"))
+
+
+class RoadCase(unittest.TestCase):
+    """A test with programs; those that it leaves running are killed."""
+
+    maxDiff = None
+
+    def setUp(self):
+        self.folder = BUILD / "tests" / "e2e" / self.id().removeprefix("__main__.")
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.folder.mkdir(parents=True)
+        # What is received is big, and of use only while the test runs.
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+
+    def keep(self, program):
+        """Has the program killed at the end of the test."""
+        self.addCleanup(program.kill)
+        return program
+
+    def engine(self, target_port, port=None):
+        """A running engine host."""
+        return self.keep(stream.EngineHost(target_port, port))
+
+    def bond(self, engine, links, *options):
+        """A bonding sender towards `engine` whose links are all registered."""
+        bond = self.keep(stream.BondSender(engine.port, links, *options))
+        bond.wait_for_links()
+        return bond
+
+    def listener(self, **options):
+        """A real SRT listener that receives into `self.folder / "received"`."""
+        received = self.folder / "received"
+        received.mkdir(exist_ok=True)
+        return self.keep(stream.SrtReceiver(received, **options))
+
+    def caller(self, bond, file, **options):
+        """A real SRT caller that sends `file` through `bond`."""
+        return self.keep(stream.SrtSender(bond.port, file, **options))
+
+
+def main():
+    """Runs the tests of the calling file."""
+    unittest.main(verbosity=2)

@@ -1,0 +1,128 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The engine host as a program: its command line, its lines, its signals and its exit codes."""
+
+import re
+import signal
+import socket
+import subprocess
+
+from case import RoadCase, main, stream
+
+USAGE_EXIT = 2
+FAILED_EXIT = 1
+
+
+class CommandLineTest(RoadCase):
+    """What the program makes of its arguments."""
+
+    def assert_usage(self, *arguments):
+        """It writes its usage to standard error, nothing else, and says so by its exit code."""
+        result = subprocess.run(["enginehost", *arguments], capture_output=True, encoding="utf-8", check=False,
+                                timeout=stream.PATIENCE_S)
+        self.assertEqual(result.returncode, USAGE_EXIT, arguments)
+        self.assertTrue(result.stderr.startswith(
+            "usage: enginehost --listen PORT --target-port PORT [--target ADDRESS]\n"), result.stderr)
+        self.assertEqual(result.stdout, "")
+
+    def test_missing_arguments(self):
+        """Both ports are needed, and each name needs a value."""
+        for arguments in ([], ["--listen", "5000"], ["--target-port", "5002"],
+                          ["--listen", "5000", "--target-port"]):
+            self.assert_usage(*arguments)
+
+    def test_unknown_arguments(self):
+        """Nothing unknown is passed over."""
+        for more in (["--verbose", "1"], ["5000", "5002"], ["--help"]):
+            self.assert_usage("--listen", "5000", "--target-port", "5002", *more)
+
+    def test_bad_values(self):
+        """Ports run from 1 to 65535, and the target is an IPv4 address."""
+        for port in ("0", "65536", "-1", "http", "", "5000x"):
+            self.assert_usage("--listen", port, "--target-port", "5002")
+            self.assert_usage("--listen", "5000", "--target-port", port)
+        for address in ("localhost", "::1", "127.0.0.256", ""):
+            self.assert_usage("--listen", "5000", "--target-port", "5002", "--target", address)
+
+    def test_target_address(self):
+        """The target is another address where one is given."""
+        port = stream.free_udp_port()
+        host = self.keep(stream.JsonProcess(["enginehost", "--target", "127.0.0.9", "--target-port", "5002",
+                                             "--listen", port]))
+        host.wait_for(lambda line: line.get("line") == f"START | SRTLA UDP {port} → SRT 127.0.0.9:5002", "the start")
+        self.assertEqual(host.stop(), 0)
+
+
+class RunTest(RoadCase):
+    """A whole run, line by line."""
+
+    def assert_orderly_run(self, number):
+        """From the start to the end by a signal."""
+        host = self.engine(5002)
+        host.wait_for(lambda line: line["signal"] == "statisticsChanged", "first statistics")
+        self.assertEqual(host.stop(number), 0)
+        empty = '"groups":0,"paths":0,"megabitsPerSecond":0,"packets":0,"bytes":0}'
+        self.assertEqual(host.lines[:3], [
+            '{"signal":"runningChanged","running":true}',
+            f'{{"signal":"statusChanged","text":"Läuft auf UDP {host.port} → 127.0.0.1:5002"}}',
+            f'{{"signal":"logMessage","line":"START | SRTLA UDP {host.port} → SRT 127.0.0.1:5002"}}'])
+        self.assertEqual(set(host.lines[3:-3]), {'{"signal":"statisticsChanged",' + empty})
+        self.assertEqual(host.lines[-3:], [
+            '{"signal":"runningChanged","running":false}',
+            '{"signal":"statusChanged","text":"Gestoppt"}',
+            '{"signal":"statisticsChanged",' + empty])
+
+    def test_interrupt(self):
+        """SIGINT stops the engine in its own order."""
+        self.assert_orderly_run(signal.SIGINT)
+
+    def test_terminate(self):
+        """SIGTERM does the same."""
+        self.assert_orderly_run(signal.SIGTERM)
+
+    def test_statistics_count_what_arrives(self):
+        """Packets and bytes are whole numbers, counted whatever becomes of the datagrams."""
+        host = self.engine(5002)
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as stranger:
+            for size in (0, 100, 1500, 2000):
+                stranger.sendto(bytes(size), ("127.0.0.1", host.port))
+        host.wait_for(lambda line: line.get("packets") == 4, "four packets counted")
+        self.assertEqual(host.stop(), 0)
+        self.assertEqual(host.lines[-1], '{"signal":"statisticsChanged","groups":0,"paths":0,"megabitsPerSecond":0,'
+                                         '"packets":4,"bytes":3600}')
+        rates = [line["megabitsPerSecond"] for line in host.statistics()]
+        self.assertGreater(max(rates), 0)
+
+    def test_port_in_use(self):
+        """Without its port it tells why and ends."""
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as holder:
+            holder.bind(("0.0.0.0", 0))
+            port = holder.getsockname()[1]
+            host = self.keep(stream.EngineHost(5002, port, wait=False))
+            self.assertEqual(host.exit_code(), FAILED_EXIT)
+        self.assertEqual(len(host.lines), 2, host.lines)
+        status = re.fullmatch(rf'{{"signal":"statusChanged","text":"UDP {port} konnte nicht geöffnet werden: (.+)"}}',
+                              host.lines[0])
+        self.assertTrue(status, host.lines)
+        self.assertEqual(host.lines[1], f'{{"signal":"logMessage","line":"FEHLER | SRTLA-Port {port}: {status[1]}"}}')
+
+    def test_second_host_on_the_port(self):
+        """The port is not shared with another host, which leaves the first one as it was."""
+        first = self.engine(5002)
+        second = self.keep(stream.EngineHost(5002, first.port, wait=False))
+        self.assertEqual(second.exit_code(), FAILED_EXIT)
+        bond = self.bond(first, ["127.0.0.11"])
+        bond.finish()
+        self.assertEqual(first.stop(), 0)
+
+    def test_restart_on_the_port(self):
+        """The port is free again at once, also after senders were there."""
+        port = None
+        for _ in range(3):
+            host = self.engine(5002, port)
+            port = host.port
+            self.bond(host, ["127.0.0.11"]).finish()
+            self.assertEqual(host.stop(), 0)
+
+
+if __name__ == "__main__":
+    main()

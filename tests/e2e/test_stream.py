@@ -1,0 +1,139 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Files over real SRT, split over several links, through the receiver: they arrive byte for byte."""
+
+import filecmp
+import random
+import re
+
+from case import RoadCase, main
+
+FILE_SIZE = 20 * 1024 * 1024 + 777  # not a multiple of a packet
+LINKS = ["127.0.0.11", "127.0.0.12", "127.0.0.13"]
+GROUP = "3fa07c1d22e9"
+OTHER_GROUP = "a1b2c3d4e5f6"
+
+
+def up(totals, counter):
+    """A counter of the roads towards the receiver, for each link."""
+    return [link["up"][counter] for link in totals["links"]]
+
+
+def of_links(totals, counter):
+    """A counter of each link."""
+    return [link[counter] for link in totals["links"]]
+
+
+class StreamTest(RoadCase):
+    """One stream, or two, from file to file."""
+
+    def make_file(self, name="sent", seed=1):
+        """A file of bytes that don't repeat."""
+        path = self.folder / name
+        path.write_bytes(random.Random(seed).randbytes(FILE_SIZE))
+        return path
+
+    def carry(self, links, *, passphrase=""):
+        """Sends a file over `links`, compares it and the engine host's account of it, and returns the bonding sender's
+        totals and the listener's."""
+        file = self.make_file()
+        listener = self.listener(passphrase=passphrase)
+        engine = self.engine(listener.port)
+        bond = self.bond(engine, links, "--id", GROUP, "--seed", "1")
+        caller = self.caller(bond, file, stream_id="one", passphrase=passphrase)
+        self.assertEqual(listener.exit_code(), 0, listener.tail())
+        self.assertEqual(caller.exit_code(), 0, caller.tail())
+        self.assert_same(file, "one")
+        totals = bond.finish()
+        self.check_account(engine, listener, totals)
+        return totals, listener.objects[-1]
+
+    def assert_same(self, file, stream_id):
+        """The stream arrived as the file that was sent."""
+        self.assertTrue(filecmp.cmp(file, self.folder / "received" / stream_id, shallow=False),
+                        f"{stream_id} differs from {file.name}")
+
+    def check_account(self, engine, listener, totals):
+        """What the engine host wrote fits what was sent to it, and it ends as it should."""
+        delivered = sum(of_links(totals, "sent")) + sum(up(totals, "duplicated")) - sum(
+            sum(up(totals, reason)) for reason in ("lost", "cut", "overflowed"))
+        engine.wait_for(lambda line: line.get("packets") == delivered, f"{delivered} packets counted")
+        self.assertEqual(engine.stop(), 0)
+
+        log = engine.log()
+        self.assertEqual(log[0], f"START | SRTLA UDP {engine.port} → SRT 127.0.0.1:{listener.port}")
+        self.assertRegex(log[1], rf"^REG1 \| Neue Gruppe {GROUP} von 127\.0\.0\.1[123]:\d+$")
+        joined = {re.fullmatch(rf"REG3 \| Weg ([\d.]+):\d+ verbunden, Gruppe {GROUP}", line)[1] for line in log[2:5]}
+        self.assertEqual(joined, set(LINKS))
+        self.assertEqual(log[5], f"SRT | Gruppe {GROUP} → 127.0.0.1:{listener.port}")
+        self.assertEqual(log[-1], f"GRUPPE | {GROUP} entfernt: Receiver gestoppt")
+        self.assertEqual(sum(line.startswith("REG1 |") for line in log), 1)
+
+        statistics = engine.statistics()
+        self.assertTrue(any(line["groups"] == 1 and line["paths"] == 3 for line in statistics))
+        # A tick that follows a stall shows less, but in the middle of the stream some show about what was sent.
+        self.assertGreater(max(line["megabitsPerSecond"] for line in statistics), 12)
+        self.assertEqual(statistics[-1], {"signal": "statisticsChanged", "groups": 0, "paths": 0,
+                                          "megabitsPerSecond": 0, "packets": delivered,
+                                          "bytes": statistics[-2]["bytes"]})
+
+    def assert_every_link_carried(self, totals):
+        """No link stood idle, and SRTLA ACKs came for what each carried."""
+        for link in totals["links"]:
+            self.assertGreater(link["streamSent"], 1000, link)
+            self.assertGreater(link["acknowledged"], 500, link)
+
+    def test_three_clean_links(self):
+        """Every link takes its share, and no packet is lost."""
+        totals, listener = self.carry(LINKS)
+        self.assert_every_link_carried(totals)
+        self.assertEqual(up(totals, "lost"), [0, 0, 0])
+        self.assertEqual(totals["caller"]["unsent"], 0)
+        self.assertEqual(listener["dropped"], 0)
+
+    def test_one_link_is_cut_and_restored(self):
+        """The other links carry the stream meanwhile; the link carries again afterwards."""
+        totals, listener = self.carry([LINKS[0], LINKS[1] + ",cut=2s-4s", LINKS[2]])
+        self.assert_every_link_carried(totals)
+        cut = up(totals, "cut")
+        self.assertGreater(cut[1], 0)
+        self.assertEqual([cut[0], cut[2]], [0, 0])
+        self.assertGreater(listener["retransmitted"], 0)
+
+    def test_loss_and_jitter_on_every_link(self):
+        """2 % of the datagrams vanish in either direction and the rest comes up to 30 ms late, out of order."""
+        totals, listener = self.carry([link + ",loss=2%,jitter=30ms" for link in LINKS])
+        self.assert_every_link_carried(totals)
+        for link in totals["links"]:
+            self.assertGreater(link["up"]["lost"], link["sent"] * 0.01, link)
+            self.assertGreater(link["down"]["lost"], 0, link)
+        self.assertGreater(listener["retransmitted"], 0)
+
+    def test_passphrase(self):
+        """An encrypted stream passes like any other."""
+        totals, _ = self.carry(LINKS, passphrase="correct horse battery")
+        self.assert_every_link_carried(totals)
+
+    def test_two_senders_at_once(self):
+        """Each is a peer of its own for the listener, and neither gets the other's bytes."""
+        first = self.make_file("first", seed=1)
+        second = self.make_file("second", seed=2)
+        listener = self.listener(streams=2)
+        engine = self.engine(listener.port)
+        bonds = [self.bond(engine, LINKS, "--id", GROUP),
+                 self.bond(engine, ["127.0.0.21", "127.0.0.22"], "--id", OTHER_GROUP)]
+        callers = [self.caller(bond, file, stream_id=file.name) for bond, file in zip(bonds, (first, second))]
+        engine.wait_for(lambda line: line.get("groups") == 2 and line["paths"] == 5, "two groups with five links")
+        self.assertEqual(listener.exit_code(), 0, listener.tail())
+        self.assertEqual([caller.exit_code() for caller in callers], [0, 0])
+        self.assert_same(first, "first")
+        self.assert_same(second, "second")
+        for bond in bonds:
+            self.assert_every_link_carried(bond.finish())
+        self.assertEqual(engine.stop(), 0)
+        forwarded = {line for line in engine.log() if line.startswith("SRT |")}
+        self.assertEqual(forwarded, {f"SRT | Gruppe {group} → 127.0.0.1:{listener.port}"
+                                     for group in (GROUP, OTHER_GROUP)})
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,84 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The programs on a stream's road, in the order in which a datagram passes them: SrtSender, BondSender, EngineHost,
+SrtReceiver. All are found on PATH."""
+
+import signal
+
+from .process import JsonProcess, free_udp_port
+
+
+class EngineHost(JsonProcess):
+    """The receiver without OBS."""
+
+    def __init__(self, target_port: int, port: int | None = None, *, wait=True):
+        self.port = port or free_udp_port()
+        super().__init__(["enginehost", "--listen", self.port, "--target-port", target_port])
+        if wait:
+            self.wait_for(lambda line: line.get("running"), "the receiver runs")
+
+    def log(self) -> list[str]:
+        """The log lines so far."""
+        return [line["line"] for line in self.objects if line["signal"] == "logMessage"]
+
+    def statistics(self) -> list[dict]:
+        """All statistics so far."""
+        return [line for line in self.objects if line["signal"] == "statisticsChanged"]
+
+    def wait_for_log(self, condition, what) -> str:
+        """Waits for a log line."""
+        found = self.wait_for(lambda line: line["signal"] == "logMessage" and condition(line["line"]), what)
+        return found["line"]
+
+
+class BondSender(JsonProcess):
+    """The bonding sender. `links` are its --link settings; `port` is where it takes the caller."""
+
+    def __init__(self, receiver_port: int, links, *options):
+        arguments = ["bondsender", "--json", "--listen", 0, "--to", f"127.0.0.1:{receiver_port}"]
+        for link in links:
+            arguments += ["--link", link]
+        super().__init__([*arguments, *options])
+        self.port = int(self.wait_for(lambda line: line["event"] == "listening", "the sender listens")["port"])
+        self._links = len(links)
+
+    def wait_for_links(self):
+        """Waits until every link has been registered."""
+        def all_registered(_):
+            return len({line["link"] for line in self.events("linkRegistered")}) == self._links
+        self.wait_for(all_registered, "all links are registered")
+
+    def events(self, name: str) -> list[dict]:
+        """All events of a name so far."""
+        return [line for line in self.objects if line["event"] == name]
+
+    def totals_now(self) -> dict:
+        """The totals of this moment."""
+        before = len(self.events("totals"))
+        self.send_signal(signal.SIGUSR1)
+        self.wait_for(lambda _: len(self.events("totals")) > before, "totals on demand")
+        return self.events("totals")[-1]
+
+    def finish(self) -> dict:
+        """Ends it and returns its totals."""
+        code = self.stop()
+        assert code == 0, f"bondsender ended with {code}"
+        return self.events("totals")[-1]
+
+
+class SrtReceiver(JsonProcess):
+    """A real SRT listener that writes each stream that it accepts into `folder`, under its stream id."""
+
+    def __init__(self, folder, *, port: int | None = None, streams=1, passphrase=""):
+        self.port = port or free_udp_port()
+        super().__init__(["srtfile", "receive", "--port", self.port, "--folder", folder, "--streams", streams,
+                          *(["--passphrase", passphrase] if passphrase else [])])
+        self.wait_for(lambda line: line["event"] == "listening", "the SRT listener listens")
+
+
+class SrtSender(JsonProcess):
+    """A real SRT caller that sends a file at a steady rate."""
+
+    def __init__(self, port: int, file, *, stream_id="stream", megabits_per_second=24.0, latency_ms=2000, passphrase=""):
+        super().__init__(["srtfile", "send", "--port", port, "--file", file, "--streamid", stream_id,
+                          "--rate", megabits_per_second, "--latency", latency_ms,
+                          *(["--passphrase", passphrase] if passphrase else [])])
