@@ -21,6 +21,7 @@ fi
 
 environment=(HOME=/root PATH="${TARVOLINE_PATH:-$project/build/linux/bin:$project/bench}:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
     LANG=C.UTF-8 TERM="${TERM:-dumb}" TARVOLINE_INSIDE=1 TARVOLINE_CACHE="$cacheHome" CCACHE_DIR="$cacheHome/ccache" CCACHE_BASEDIR="$project"
+    CCACHE_NOHASHDIR=1
     DEBIAN_FRONTEND=noninteractive)
 for name in CI DISPLAY XAUTHORITY WAYLAND_DISPLAY ASAN_OPTIONS UBSAN_OPTIONS LSAN_OPTIONS TSAN_OPTIONS CTEST_PARALLEL_LEVEL \
     TARVOLINE_QT_WINDOWS TARVOLINE_OBS_HEADERS TARVOLINE_WINE_HOME TARVOLINE_INNO_SETUP; do
