@@ -73,13 +73,13 @@ class BondSender:
                 if cut == number:
                     link += f",cut={begin}s-{end}s"
             self._arguments += ["--link", link]
-        self._log = log
+        self.log = log
         self._shown = shown
         self._process = None
 
     def start(self):
         """Starts it; it registers its links by itself, and again when the receiver comes back."""
-        with open(self._log, "ab") as log:
+        with open(self.log, "ab") as log:
             self._process = subprocess.Popen(self._arguments, stdin=subprocess.DEVNULL,
                                              stdout=None if self._shown else log, stderr=log)
         return self
@@ -119,6 +119,10 @@ class Road:
             self._redial = None
         self._encoder.stop()
         self._sender.stop()
+
+    def sender_log(self) -> str:
+        """What the bonding sender wrote so far, unless it was `shown`."""
+        return self._sender.log.read_text()
 
     def __enter__(self):
         return self.start()
