@@ -36,6 +36,12 @@ class ReturnTest(case.ObsCase):
                 case.wait_for_picture(session, timeout_s=180)
                 self.assertTrue(session.remote.call("GetRecordStatus")["outputActive"])
 
+        # The way out that the documentation names works on air, too.
+        panel.press("Quelle reparieren")
+        case.wait_for_no_picture(session)
+        case.wait_for_picture(session)
+        self.assertTrue(session.remote.call("GetRecordStatus")["outputActive"])
+
         path = session.remote.call("StopRecord")["outputPath"]
         session.quit()
         self.assertIn("Number of memory leaks: 0", session.log())
