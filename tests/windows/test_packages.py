@@ -1,0 +1,216 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The packages for Windows on a Windows machine of each test's own (Wine).
+
+Usage: test_packages.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE
+"""
+
+import hashlib
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+import zipfile
+from pathlib import Path
+
+from winemachine import WineMachine, waitFor
+
+PLUGINS = "ProgramData/obs-studio/plugins"
+MODULE = "bin/64bit/tarvoline-srtla.dll"
+INSTALLED = {
+    MODULE, "data/locale/de-DE.ini", "data/locale/en-US.ini", "README.txt", "LIESMICH.txt", "LICENSE.txt",
+    "uninstall/unins000.exe", "uninstall/unins000.dat",
+}
+PLAIN = {
+    "tarvoline-srtla/" + MODULE, "tarvoline-srtla/data/locale/de-DE.ini", "tarvoline-srtla/data/locale/en-US.ini",
+    "README.txt", "LIESMICH.txt", "LICENSE.txt",
+}
+PORTABLE = {
+    "obs-plugins/64bit/tarvoline-srtla.dll", "data/obs-plugins/tarvoline-srtla/locale/de-DE.ini",
+    "data/obs-plugins/tarvoline-srtla/locale/en-US.ini", "README.txt", "LIESMICH.txt", "LICENSE.txt",
+}
+UNINSTALL_LIST = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall"
+APP_KEY = UNINSTALL_LIST + r"\{7C0E5A54-2F5B-4B0F-9B7C-3C6C8D5B1A92}_is1"
+SETTINGS = r"HKCU\Software\Tarvoline\SRTLA OBS Plugin"
+SILENT = ("/VERYSILENT", "/SUPPRESSMSGBOXES", "/NORESTART")
+UPDATERS_SWITCHES = ("/SP-", "/CLOSEAPPLICATIONS", "/RESTARTAPPLICATIONS")
+OBS_FOLDER = "Program Files/obs-studio"
+OBS_PROGRAM = OBS_FOLDER + "/bin/64bit/obs64.exe"
+
+
+class Packages(unittest.TestCase):
+    folder = version = standInObs = tools = None
+
+    def setUp(self):
+        self.machine = WineMachine(self.tools, dict(os.environ))
+        self.addCleanup(self.machine.close)
+        self.setup = self.folder / f"Tarvoline-SRTLA-Plugin-Setup-v{self.version}.exe"
+
+    def install(self, *switches, setup=None):
+        return self.machine.run(setup or self.setup, *SILENT, *switches).returncode
+
+    def uninstall(self, *switches):
+        code = self.machine.run(self.app / "uninstall" / "unins000.exe", *SILENT, *switches).returncode
+        # The uninstaller goes on in a copy of itself, which deletes the original last.
+        waitFor(lambda: not (self.app / "uninstall" / "unins000.exe").exists(), "the end of the uninstaller")
+        return code
+
+    @property
+    def app(self):
+        return self.machine.driveC / PLUGINS / "tarvoline-srtla"
+
+    def haveObs(self):
+        self.machine.write(OBS_PROGRAM, self.standInObs.read_bytes())
+        self.machine.setRegistry(r"HKLM\Software\OBS Studio", "", r"C:\Program Files\obs-studio")
+
+    def startObs(self):
+        obs = self.machine.start(self.machine.driveC / OBS_PROGRAM)
+        self.addCleanup(obs.wait)
+        self.addCleanup(obs.kill)
+        waitFor(lambda: self.obsLog() == ["start"], "the start of OBS")
+
+    def obsLog(self):
+        log = (self.machine.driveC / OBS_PROGRAM).with_suffix(".log")
+        return [line.split()[0] for line in log.read_text().splitlines()] if log.exists() else []
+
+    def testInstallsTheTable(self):
+        self.assertEqual(self.install(), 0)
+        self.assertEqual(self.machine.files(PLUGINS + "/tarvoline-srtla"), INSTALLED)
+        self.assertEqual(self.machine.files("ProgramData/obs-studio"), {"plugins/tarvoline-srtla/" + name for name in INSTALLED})
+        entry = self.machine.registry(APP_KEY)
+        self.assertEqual(entry["DisplayName"], "Tarvoline SRTLA for OBS Studio")
+        self.assertEqual(entry["DisplayVersion"], self.version)
+
+    def testUninstallLeavesTheSettingsAlone(self):
+        self.machine.setRegistry(SETTINGS, "listenPort", "5000")
+        signal = self.machine.write("users/root/AppData/Local/Temp/Tarvoline/tarvoline-srtla-signal.json")
+        download = self.machine.write("users/root/AppData/Local/Temp/Tarvoline-SRTLA-Plugin-Setup-v0.9.1.exe")
+        self.install()
+        self.assertEqual(self.uninstall(), 0)
+        waitFor(lambda: not (self.machine.driveC / "ProgramData/obs-studio").exists(), "an empty plug-in folder to go")
+        waitFor(lambda: self.machine.registry(APP_KEY) is None, "the entry in the list of programs to go")
+        waitFor(lambda: not signal.parent.exists(), "the statistics file to go")
+        self.assertFalse(download.exists())
+        self.assertEqual(self.machine.registry(SETTINGS), {"listenPort": "5000"})
+
+    def testUninstallKeepsOtherPlugins(self):
+        other = self.machine.write(PLUGINS + "/other/bin/64bit/other.dll")
+        self.install()
+        self.uninstall()
+        waitFor(lambda: not self.app.exists(), "the plug-in's folder to go")
+        self.assertTrue(other.exists())
+
+    def testUninstallRemovesTheSettingsOnDemand(self):
+        self.machine.setRegistry(SETTINGS, "listenPort", "5000")
+        self.install()
+        self.uninstall("/REMOVESETTINGS")
+        waitFor(lambda: self.machine.registry(r"HKCU\Software\Tarvoline") is None, "the settings to go")
+
+    def testUpgradeReplacesTheOlderVersion(self):
+        with tempfile.TemporaryDirectory() as folder:
+            self.assertEqual(self.install(setup=self.olderSetup(Path(folder))), 0)
+        self.assertEqual(self.machine.registry(APP_KEY)["DisplayVersion"], "0.8.0")
+        self.assertIn("data/locale/fr-FR.ini", self.machine.files(PLUGINS + "/tarvoline-srtla"))
+        self.assertEqual(self.install(), 0)
+        self.assertEqual(self.machine.files(PLUGINS + "/tarvoline-srtla"), INSTALLED)
+        self.assertEqual(self.machine.registry(APP_KEY)["DisplayVersion"], self.version)
+        entries = [key for key in self.machine.registryKeysBelow(UNINSTALL_LIST) if "_is1" in key]
+        self.assertEqual(len(entries), 1, entries)
+
+    def olderSetup(self, folder):
+        """The same installer under an older number, with a file that this version no longer has."""
+        tree = folder / "tree"
+        with zipfile.ZipFile(self.folder / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64.zip") as archive:
+            archive.extractall(tree)
+        (tree / "tarvoline-srtla/data/locale/fr-FR.ini").write_text("PluginName=\"Tarvoline SRTLA\"\n")
+        source = self.folder.parent / "packaging/windows"
+        for name in ("obs.pas", "settings.pas"):
+            (folder / name).write_bytes((source / name).read_bytes())
+        script = folder / "older.iss"
+        script.write_text((source / "installer.iss").read_text().replace(self.version, "0.8.0"))
+        compiler = os.environ["TARVOLINE_INNO_SETUP"] + "/bin/ISCC.exe"
+        defines = {"Tree": tree / "tarvoline-srtla", "Readme": tree, "Output": folder}
+        result = self.machine.run(compiler, *(f"/D{name}={wine(path)}" for name, path in defines.items()), wine(script))
+        self.assertEqual(result.returncode, 0, result.stdout)
+        return folder / "Tarvoline-SRTLA-Plugin-Setup-v0.8.0.exe"
+
+    def testOldLayoutIsRemoved(self):
+        self.haveObs()
+        self.machine.write(OBS_FOLDER + "/obs-plugins/64bit/tarvoline-srtla.dll")
+        self.machine.write(OBS_FOLDER + "/obs-plugins/64bit/obs-ffmpeg.dll")
+        self.machine.write(OBS_FOLDER + "/data/obs-plugins/tarvoline-srtla/locale/de-DE.ini")
+        self.machine.write(OBS_FOLDER + "/data/obs-plugins/obs-ffmpeg/locale/de-DE.ini")
+        self.assertEqual(self.install(), 0)
+        self.assertEqual(self.machine.files(OBS_FOLDER), {
+            "bin/64bit/obs64.exe", "obs-plugins/64bit/obs-ffmpeg.dll", "data/obs-plugins/obs-ffmpeg/locale/de-DE.ini"})
+
+    def testRunningObsIsClosedAndStartedAgain(self):
+        self.haveObs()
+        self.startObs()
+        self.assertEqual(self.install(*UPDATERS_SWITCHES), 0)
+        waitFor(lambda: len(self.obsLog()) >= 3, "the new start of OBS")
+        self.assertEqual(self.obsLog(), ["start", "end", "start"])
+        log = (self.machine.driveC / OBS_PROGRAM).with_suffix(".log").read_text().splitlines()
+        self.assertEqual(log[2], r"start C:\Program Files\obs-studio\bin\64bit")
+        self.assertEqual(self.machine.files(PLUGINS + "/tarvoline-srtla"), INSTALLED)
+
+    def testObsThatHasQuitIsStartedAgain(self):
+        self.haveObs()
+        self.assertEqual(self.install(*UPDATERS_SWITCHES), 0)
+        waitFor(lambda: self.obsLog() == ["start"], "the start of OBS")
+
+    def testObsIsNotStartedUnasked(self):
+        self.haveObs()
+        self.startObs()
+        self.assertEqual(self.install("/CLOSEAPPLICATIONS"), 0)
+        self.assertEqual(self.obsLog(), ["start", "end"])
+
+    def testRunningObsIsNotClosedUnasked(self):
+        self.haveObs()
+        self.startObs()
+        self.assertNotEqual(self.install(), 0)
+        self.assertEqual(self.obsLog(), ["start"])
+        self.assertEqual(self.machine.files("ProgramData/obs-studio"), set())
+
+    def testUpdatersSwitchesAloneShowTheWizard(self):
+        setup = self.machine.start(self.setup, *UPDATERS_SWITCHES)
+        self.addCleanup(setup.wait)
+        self.addCleanup(setup.kill)
+        # Enter presses each page's default button: Install, then Finish.
+        def pressEnterUntilItEnds():
+            subprocess.run(["xdotool", "key", "Return"], check=False)
+            return setup.poll() is not None
+        waitFor(pressEnterUntilItEnds, "the end of the wizard")
+        self.assertEqual(setup.returncode, 0)
+        self.assertEqual(self.machine.files(PLUGINS + "/tarvoline-srtla"), INSTALLED)
+
+
+class Archives(unittest.TestCase):
+    folder = version = None
+
+    def names(self, suffix):
+        with zipfile.ZipFile(self.folder / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64{suffix}.zip") as archive:
+            return set(archive.namelist())
+
+    def testPlainArchive(self):
+        self.assertEqual(self.names(""), PLAIN)
+
+    def testPortableArchive(self):
+        self.assertEqual(self.names("-portable"), PORTABLE)
+
+    def testSums(self):
+        stated = dict(reversed(line.split("  ")) for line in (self.folder / "SHA256SUMS").read_text().splitlines())
+        packages = [path for path in self.folder.iterdir() if path.suffix in (".exe", ".zip")]
+        self.assertEqual(stated, {path.name: hashlib.sha256(path.read_bytes()).hexdigest() for path in packages})
+        self.assertEqual(len(stated), 3)
+
+
+def wine(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+if __name__ == "__main__":
+    Packages.folder = Archives.folder = Path(sys.argv[1])
+    Packages.version = Archives.version = sys.argv[2]
+    Packages.standInObs, Packages.tools = Path(sys.argv[3]), Path(sys.argv[4])
+    unittest.main(argv=sys.argv[:1] + sys.argv[5:])
