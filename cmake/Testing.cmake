@@ -2,11 +2,12 @@
 include(CTest)
 
 # tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds]
-#                    [SERVERS | JSON_SERVICE])
+#                    [SERVERS | JSON_SERVICE | VENDOR_SERVICE])
 # A Qt Test executable that CTest runs without a display, in a home of its own; with SERVERS beside the HTTPS servers of
-# tests/support/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's of withjsonservice.py.
+# tests/support/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's of withjsonservice.py, with
+# VENDOR_SERVICE in a network in which the vendor's host is the real service (withvendorservice.py; Linux only).
 function(tarvoline_add_test name)
-    cmake_parse_arguments(arg "SERVERS;JSON_SERVICE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    cmake_parse_arguments(arg "SERVERS;JSON_SERVICE;VENDOR_SERVICE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test)
@@ -23,6 +24,9 @@ function(tarvoline_add_test name)
         endif()
     elseif(arg_JSON_SERVICE)
         set(launcher "${CMAKE_SOURCE_DIR}/tests/support/withjsonservice.py" "${TARVOLINE_VENDOR_HOST}")
+    elseif(arg_VENDOR_SERVICE)
+        set(launcher "${CMAKE_SOURCE_DIR}/tests/support/withvendorservice.py" "${TARVOLINE_VENDOR_HOST}"
+            "${CMAKE_BINARY_DIR}/packaging/service/tarvoline-service.conf")
     endif()
     add_test(NAME ${name} COMMAND ${launcher} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>
         -o -,txt)

@@ -32,13 +32,14 @@ http {{
 
 
 class VendorService:
-    """Runs `configuration` with `certificate` on a free port of 127.0.0.1; serves the files below `root`."""
+    """Runs `configuration` with `certificate` on 127.0.0.1, on a free port if none is given; serves the files below
+    `root`."""
 
-    def __init__(self, folder, configuration, certificate):
+    def __init__(self, folder, configuration, certificate, port=None):
         self.folder = Path(folder)
         self.root = self.folder / "root"
         self.root.mkdir(parents=True)
-        self.port = _freePort()
+        self.port = port or _freePort()
         (self.folder / "service.conf").write_text(self._moved(Path(configuration).read_text(), certificate))
         # Workers of a root's nginx would be nobody, who may not look into the test's folder.
         user = "user root;" if os.getuid() == 0 else ""
