@@ -11,9 +11,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr ErrorNumber redirectRefused{1, 12156};
-constexpr ErrorNumber tooManyRedirects{47, 12156};
-
 /** An address at the test's server; @p what is the port's name. */
 QString urlAt(const QString &what, const QString &objectName)
 {
@@ -23,6 +20,16 @@ QString urlAt(const QString &what, const QString &objectName)
 QJsonObject echoOf(const QString &objectName, const QByteArray &body = "{}")
 {
     return exchangeJson(urlAt(u"https"_s, objectName), body).object;
+}
+
+/** Says in which rows Wine is known not to do as Windows does. */
+void expectFailureUnderWine(const std::initializer_list<const char *> &rows, const char *reason)
+{
+    if (runsUnderWine()) {
+        for (const char *row : rows) {
+            QEXPECT_FAIL(row, reason, Abort);
+        }
+    }
 }
 
 /** The values of the header @p name, as the server received them. */
@@ -182,8 +189,8 @@ void TestHttpsJson::fails_data()
     QTest::newRow("certificate of another host") << urlAt(u"otherHost"_s, u"/echo"_s) << unreachable(badCertificate);
     QTest::newRow("expired certificate") << urlAt(u"expired"_s, u"/echo"_s) << unreachable(badCertificate);
     QTest::newRow("unknown authority") << urlAt(u"stranger"_s, u"/echo"_s) << unreachable(badCertificate);
-    QTest::newRow("closed without an answer") << urlAt(u"https"_s, u"/cut"_s) << unreachable({56, 12152});
-    QTest::newRow("cut off in the headers") << urlAt(u"https"_s, u"/cut/headers"_s) << unreachable({56, 12152});
+    QTest::newRow("closed without an answer") << urlAt(u"https"_s, u"/cut"_s) << unreachable(brokenOff);
+    QTest::newRow("cut off in the headers") << urlAt(u"https"_s, u"/cut/headers"_s) << unreachable(brokenOff);
 }
 
 void TestHttpsJson::fails()
@@ -191,6 +198,7 @@ void TestHttpsJson::fails()
     QFETCH(QString, url);
     QFETCH(QJsonObject, object);
     const HttpsJsonReply reply = exchangeJson(url, "{}");
+    expectFailureUnderWine({"cut off in the headers"}, "Wine takes half a header for the end of all headers");
     QCOMPARE(reply.object, object);
     QCOMPARE(reply.httpStatus, 0);
 }
@@ -242,6 +250,8 @@ void TestHttpsJson::followsRedirects()
     QFETCH(QString, body);
     const QString path = u"/redirect/%1?"_s.arg(status) + urlAt(u"https"_s, u"/echo/target"_s);
     const HttpsJsonReply reply = exchangeJson(urlAt(u"https"_s, path), R"({"a":1})");
+    expectFailureUnderWine({"301 becomes GET", "302 becomes GET"}, "Wine cannot turn a POST with a body into a GET");
+    expectFailureUnderWine({"303 becomes GET", "308 stays POST"}, "Wine does not follow this status");
     QCOMPARE(reply.httpStatus, 200);
     QCOMPARE(reply.object["target"_L1].toString(), u"/echo/target"_s);
     QCOMPARE(reply.object["method"_L1].toString(), method);
@@ -268,9 +278,10 @@ void TestHttpsJson::followsNoRedirectToHttp()
     const int before = JsonService::connections(u"http"_s);
     const QString target = u"http://localhost:%1/echo"_s.arg(JsonService::port(u"http"_s));
     const HttpsJsonReply reply = exchangeJson(urlAt(u"https"_s, u"/redirect/%1?"_s.arg(status) + target), "{}");
+    QCOMPARE(JsonService::connections(u"http"_s), before);
+    expectFailureUnderWine({"303", "308"}, "Wine does not follow this status");
     QCOMPARE(reply.object, unreachable(redirectRefused));
     QCOMPARE(reply.httpStatus, 0);
-    QCOMPARE(JsonService::connections(u"http"_s), before);
 }
 
 void TestHttpsJson::followsTenRedirects()

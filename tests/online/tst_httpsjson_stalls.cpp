@@ -39,16 +39,19 @@ std::vector<Exchange> exchanges()
         return Exchange{std::move(name), std::move(url), std::move(object), status, limitMs, {}, 0};
     };
     const QJsonObject timeOut = unreachable(timedOut);
+    const QJsonObject timeOutInHandshake = unreachable(timedOutInHandshake);
+    const QJsonObject timeOutInResponse = unreachable(timedOutInResponse);
     return {
-        row("name server silent", u"https://silent.example/"_s, timeOut, 0, fiveSeconds),
+        row("name server silent", u"https://nameserver.silent/"_s, timeOut, 0, fiveSeconds),
         row("connection request unanswered", urlAt(u"swallowed"_s, u"/"_s), timeOut, 0, fiveSeconds),
-        row("silent after the connection", urlAt(u"silent"_s, u"/"_s), timeOut, 0, eightSeconds),
-        row("silent after the request", urlAt(u"https"_s, u"/stall"_s), timeOut, 0, eightSeconds),
-        row("silent in the headers", urlAt(u"https"_s, u"/stall/headers"_s), timeOut, 0, eightSeconds),
+        row("silent after the connection", urlAt(u"silent"_s, u"/"_s), timeOutInHandshake, 0, eightSeconds),
+        row("silent after the request", urlAt(u"https"_s, u"/stall"_s), timeOutInResponse, 0, eightSeconds),
+        row("silent in the headers", urlAt(u"https"_s, u"/stall/headers"_s), timeOutInResponse, 0, eightSeconds),
         row("silent before the body", urlAt(u"https"_s, u"/stall/nothing"_s), noJson(200), 200, eightSeconds),
         row("silent in the body", urlAt(u"https"_s, u"/stall/middle"_s), noJson(200), 200, eightSeconds),
         row("silent behind the object", urlAt(u"https"_s, u"/stall/object"_s), servedObject(), 200, eightSeconds),
-        row("silent after a redirect", urlAt(u"https"_s, u"/redirect/307?/stall"_s), timeOut, 0, eightSeconds),
+        row("silent after a redirect", urlAt(u"https"_s, u"/redirect/307?/stall"_s), timeOutInResponse, 0,
+            eightSeconds),
         // The limit is that of one piece: what keeps coming may last longer.
         row("slow but steady", urlAt(u"https"_s, u"/slow"_s), servedObject(), 200, eightSeconds),
     };
@@ -96,14 +99,17 @@ void TestHttpsJsonStalls::endsInTime_data()
 
 void TestHttpsJsonStalls::endsInTime()
 {
-    // Far above what a busy machine adds, far below what systems wait by themselves.
-    constexpr qint64 patienceMs = 20000;
+    // Far above what a busy machine or Wine adds, far below what systems wait by themselves.
+    constexpr qint64 patienceMs = 30000;
     QFETCH(qsizetype, index);
     const Exchange &run = runs[static_cast<size_t>(index)];
-    QCOMPARE(run.reply.object, run.object);
-    QCOMPARE(run.reply.httpStatus, run.status);
     QCOMPARE_GE(run.elapsedMs, run.limitMs);
     QCOMPARE_LT(run.elapsedMs, run.limitMs + patienceMs);
+    if (runsUnderWine()) {
+        QEXPECT_FAIL("silent in the headers", "Wine takes half a header for the end of all headers", Abort);
+    }
+    QCOMPARE(run.reply.object, run.object);
+    QCOMPARE(run.reply.httpStatus, run.status);
 }
 
 QTEST_GUILESS_MAIN(TestHttpsJsonStalls)

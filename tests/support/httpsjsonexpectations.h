@@ -3,27 +3,44 @@
 #pragma once
 
 #include <QJsonObject>
+#include <QLibrary>
 #include <QOperatingSystemVersion>
 #include <QString>
 
 namespace HttpsJson {
 
-/** The number by which each of the two transports calls the same failure. */
+/** True under Wine, whose WinHTTP is another program than the one of Windows. */
+inline bool runsUnderWine()
+{
+    return QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows &&
+           QLibrary::resolve(QStringLiteral("ntdll"), "wine_get_version") != nullptr;
+}
+
+/** The number by which each transport calls the same failure. Those of Windows are from WinHTTP's documentation. */
 struct ErrorNumber
 {
     int curl = 0;
-    int winHttp = 0;
+    int windows = 0;
+    int wine = windows;
 
     int here() const
     {
-        return QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows ? winHttp : curl;
+        if (QOperatingSystemVersion::currentType() != QOperatingSystemVersion::Windows) {
+            return curl;
+        }
+        return runsUnderWine() ? wine : windows;
     }
 };
 
 inline constexpr ErrorNumber nameNotResolved{6, 12007};
 inline constexpr ErrorNumber cannotConnect{7, 12029};
 inline constexpr ErrorNumber timedOut{28, 12002};
-inline constexpr ErrorNumber badCertificate{60, 12175};
+inline constexpr ErrorNumber timedOutInHandshake{28, 12002, 12157};
+inline constexpr ErrorNumber timedOutInResponse{28, 12002, 10060};
+inline constexpr ErrorNumber badCertificate{60, 12175, 12157};
+inline constexpr ErrorNumber brokenOff{56, 12030, 12152};
+inline constexpr ErrorNumber redirectRefused{1, 12156};
+inline constexpr ErrorNumber tooManyRedirects{47, 12156};
 
 inline QJsonObject failure(const QString &message)
 {

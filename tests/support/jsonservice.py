@@ -254,7 +254,7 @@ def countdown(connection, request, argument):
 
 def cookie(connection, *_):
     """Sets a cookie and redirects to an echo."""
-    return reply(connection, 302, b"", "Set-Cookie: session=1; Path=/; Secure\r\nLocation: /echo\r\n")
+    return reply(connection, 307, b"", "Set-Cookie: session=1; Path=/; Secure\r\nLocation: /echo\r\n")
 
 
 ANSWERS = {answer.__name__: answer
