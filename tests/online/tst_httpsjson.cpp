@@ -295,6 +295,7 @@ void TestHttpsJson::sharesNothingBetweenExchanges()
     const int before = JsonService::connections(u"https"_s);
     echoOf(u"/cookie"_s);
     QCOMPARE(headerValues(echoOf(u"/echo"_s), u"Cookie"_s), QStringList());
+    expectFailureUnderWine({""}, "Wine keeps connections open for later sessions");
     QCOMPARE(JsonService::connections(u"https"_s), before + 2);
 }
 

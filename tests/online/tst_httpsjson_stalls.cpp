@@ -101,9 +101,10 @@ void TestHttpsJsonStalls::endsInTime()
 {
     // Far above what a busy machine or Wine adds, far below what systems wait by themselves.
     constexpr qint64 patienceMs = 30000;
+    constexpr qint64 clockToleranceMs = 100; // the time-out is not measured with the same clock
     QFETCH(qsizetype, index);
     const Exchange &run = runs[static_cast<size_t>(index)];
-    QCOMPARE_GE(run.elapsedMs, run.limitMs);
+    QCOMPARE_GE(run.elapsedMs, run.limitMs - clockToleranceMs);
     QCOMPARE_LT(run.elapsedMs, run.limitMs + patienceMs);
     if (runsUnderWine()) {
         QEXPECT_FAIL("silent in the headers", "Wine takes half a header for the end of all headers", Abort);
