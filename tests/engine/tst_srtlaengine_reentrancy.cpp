@@ -33,26 +33,30 @@ struct NamedAction
 {
     const char *name;
     Action action;
+    bool keepsRunning;
 };
 
 const NamedAction actions[] = {
-    {"stop", [](EngineFixture &fixture) { fixture.engine.stop(); }},
+    {"stop", [](EngineFixture &fixture) { fixture.engine.stop(); }, false},
     {"restart",
      [](EngineFixture &fixture) {
          fixture.engine.stop();
          fixture.engine.start(0, QHostAddress(QHostAddress::LocalHost), fixture.listener.socket.localPort());
-     }},
-    {"shut down", [](EngineFixture &fixture) { fixture.engine.shutdown(); }},
+     },
+     true},
+    {"shut down", [](EngineFixture &fixture) { fixture.engine.shutdown(); }, false},
     {"clean up",
      [](EngineFixture &fixture) {
          fixture.engine.setMs = 100000;
          fixture.probe.cleanupSessions();
-     }},
+     },
+     true},
     {"run an event loop",
      [](EngineFixture &) {
          QEventLoop loop;
          loop.processEvents();
-     }},
+     },
+     true},
 };
 
 } // namespace
@@ -61,12 +65,13 @@ void TestSrtlaEngineReentrancy::actingOnALogLine_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<Action>("action");
-    for (const auto &[name, action] : actions) {
+    QTest::addColumn<bool>("keepsRunning");
+    for (const auto &[name, action, keepsRunning] : actions) {
         for (const char *line :
              {"REG1 | Neue Gruppe", "REG3 | Weg", "SRT | Gruppe 616263646566 →", "SRT | Gruppe 616263646566: ",
               "GRUPPE | 616263646566 entfernt: Neue Sitzung", "GRUPPE | 616263646566 entfernt: Neu-Registrierung",
               "TIMEOUT | Weg", "GRUPPE | 636465666768 entfernt: Timeout", "GRUPPE | 626364656667 entfernt: Timeout"}) {
-            QTest::addRow("%s at \"%s\"", name, line) << QString::fromUtf8(line) << action;
+            QTest::addRow("%s at \"%s\"", name, line) << QString::fromUtf8(line) << action << keepsRunning;
         }
     }
 }
@@ -77,23 +82,30 @@ void TestSrtlaEngineReentrancy::runThroughALife(EngineFixture &fixture)
     const EngineProbe &probe = fixture.probe;
     const SrtlaEndpoint a{QHostAddress(QHostAddress::LocalHost), 40001};
     const SrtlaEndpoint b{QHostAddress(QHostAddress::LocalHost), 40002};
-    const auto open = [&probe](char seed, const SrtlaEndpoint &endpoint) {
-        probe.handleDatagram(reg1(idProposal(seed)), endpoint);
+    const auto handle = [&](const QByteArray &datagram, const SrtlaEndpoint &endpoint) {
+        if (fixture.engine.isRunning()) { // nothing is read from a closed socket
+            probe.handleDatagram(datagram, endpoint);
+        }
+        // Groups exist only while the engine runs.
+        QVERIFY(fixture.engine.isRunning() || probe.groups().isEmpty());
+    };
+    const auto open = [&](char seed, const SrtlaEndpoint &endpoint) {
+        handle(reg1(idProposal(seed)), endpoint);
         const QByteArray id = probe.senderIndex().value(endpoint);
-        probe.handleDatagram(reg2(id), endpoint);
-        probe.handleDatagram(reg2(id), {endpoint.address, static_cast<quint16>(endpoint.port + 10)});
+        handle(reg2(id), endpoint);
+        handle(reg2(id), {endpoint.address, static_cast<quint16>(endpoint.port + 10)});
         return id;
     };
     const QByteArray first = open('a', a);
-    probe.handleDatagram(srtData(1), a);
-    probe.handleDatagram(srtData(2), a);
+    handle(srtData(1), a);
+    handle(srtData(2), a);
     if (const auto group = probe.groups().value(first); group && group->srtSocket) {
         // Nobody but the engine's table holds the group while its socket signals.
         SrtlaEngine::SrtSocket *const socket = group->srtSocket.get();
         const_cast<QSharedPointer<SrtlaGroup> &>(group).reset();
         Q_EMIT socket->errorOccurred(QAbstractSocket::NetworkError);
     }
-    probe.handleDatagram(srtData(3), a);
+    handle(srtData(3), a);
     open('a', b); // the same sender
     open('b', b); // another one from the same endpoint
     open('a', a);
@@ -108,6 +120,7 @@ void TestSrtlaEngineReentrancy::actingOnALogLine()
 {
     QFETCH(QString, line);
     QFETCH(Action, action);
+    QFETCH(bool, keepsRunning);
     EngineFixture fixture;
     fixture.engine.setMs = 0;
     bool acted = false;
@@ -120,6 +133,7 @@ void TestSrtlaEngineReentrancy::actingOnALogLine()
     runThroughALife(fixture);
     QVERIFY2(acted, "the line never came");
     QCoreApplication::processEvents();
+    QCOMPARE(fixture.engine.isRunning(), keepsRunning); // an answer under way must not open a closed socket again
     if (!fixture.engine.isRunning()) {
         // Groups exist only while the engine runs, and so do its sockets.
         QVERIFY(fixture.probe.groups().isEmpty());
@@ -140,9 +154,14 @@ void TestSrtlaEngineReentrancy::stoppingWhileAReplyIsSent()
     const quint16 srtPort = fixture.listener.lastSenderPort;
     // The reply is sent inside the readyRead of the group's own socket.
     connect(&fixture.probe.clientSocket(), &QIODevice::bytesWritten, this, [&] { fixture.engine.stop(); });
+    // Slots run in the order of their connection: this one after the engine's, if the socket is still there then.
+    bool outlived = false;
+    connect(fixture.probe.groups().begin()->get()->srtSocket.get(), &QIODevice::readyRead, this,
+            [&] { outlived = !fixture.engine.isRunning(); });
     fixture.reply(typed(0x8003, 20), srtPort);
     fixture.reply(typed(0x8003, 24), srtPort);
     QCOMPARE(link.receive(), typed(0x8003, 20));
+    QVERIFY2(outlived, "the socket was destroyed inside its own signal");
     QVERIFY(!fixture.engine.isRunning());
     QVERIFY(fixture.probe.groups().isEmpty());
 }
@@ -167,7 +186,11 @@ void TestSrtlaEngineReentrancy::aNewSessionInsideAnErrorLine()
             QVERIFY(group); // its socket is still signalling
         }
     });
-    Q_EMIT group.toStrongRef()->srtSocket->errorOccurred(QAbstractSocket::NetworkError);
+    SrtlaEngine::SrtSocket *const socket = group.toStrongRef()->srtSocket.get();
+    bool outlived = false; // as above
+    connect(socket, &QAbstractSocket::errorOccurred, this, [&] { outlived = true; });
+    Q_EMIT socket->errorOccurred(QAbstractSocket::NetworkError);
+    QVERIFY2(outlived, "the socket was destroyed inside its own signal");
     QTRY_VERIFY(!group);
     QCOMPARE(fixture.probe.groups().size(), 1);
 }

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "udp.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// How much is sent, and in which rhythm.
+struct LoadShape
+{
+    int datagramsPerBurst = 20;
+    int burstsPerSecond = 1000;
+    int bursts = 500; ///< of one round
+};
+
+/// What became of a round's datagrams.
+struct LoadResult
+{
+    std::int64_t sent = 0;
+    std::int64_t delivered = 0;
+};
+
+/// Both ends of a relay's traffic: senders with their links on one side, the SRT listener on the other. It sends bursts
+/// of SRT data packets round robin over all links, takes what the relay delivers, and answers as an SRT listener does,
+/// with an SRT ACK after so many packets.
+class Load
+{
+public:
+    Load(std::size_t groups, std::size_t linksPerGroup);
+
+    /// Where the relay is to deliver.
+    [[nodiscard]] std::uint16_t listenerPort() const { return listener.port(); }
+
+    /// Has every link that isn't so already registered with the engine at \a port, and every group's socket opened.
+    void registerLinks(std::uint16_t port);
+    /// Waits until the relay at \a port works; an engine delivers nothing of strangers but answers.
+    void waitForRelay(std::uint16_t port, bool isEngine);
+    /// One round; ends when everything has arrived or nothing more comes.
+    LoadResult run(std::uint16_t port, const LoadShape &shape);
+
+private:
+    void registerBatch(std::uint16_t port, std::size_t first, std::size_t end);
+    bool keepAlive(std::uint16_t port);
+    void sendOne(std::uint16_t port);
+    std::int64_t takeDelivered();
+    void takeReplies(Udp &link);
+
+    std::size_t linksPerGroup;
+    std::vector<Udp> links;
+    Udp listener;
+    std::vector<std::byte> packet;
+    std::vector<std::byte> buffer;
+    std::vector<std::byte> srtAck;
+    std::size_t nextLink = 0;
+    std::uint32_t sequence = 0;
+    int sinceAck = 0;
+};
