@@ -24,7 +24,7 @@ QPointer<TarvolineDock> dock;
 
 } // namespace
 
-// These two are declared by obs-module.h's macro for C modules only.
+// obs-module.h declares the entry points, with C linkage, except for these two.
 MODULE_EXPORT void obs_module_set_pointer(obs_module_t *module);
 MODULE_EXPORT uint32_t obs_module_ver();
 
@@ -33,7 +33,7 @@ void obs_module_set_pointer(obs_module_t *module)
     moduleHandle = module;
 }
 
-MODULE_EXPORT obs_module_t *obs_current_module()
+obs_module_t *obs_current_module()
 {
     return moduleHandle;
 }

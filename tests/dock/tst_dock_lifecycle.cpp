@@ -2,12 +2,10 @@
 // Birth and death of the dock: automatic start, shutdown, and all that may outlive the dock.
 #include "dockfixture.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMainWindow>
 #include <QPushButton>
 #include <QTest>
 #include <QTextEdit>
@@ -230,112 +228,6 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         QVERIFY(portIsFree(5000));
         QVERIFY(ObsDouble::calls().isEmpty());
-    }
-
-    void dockMayDieWhileAMessageBoxIsOpen_data()
-    {
-        QTest::addColumn<int>("slot");
-        QTest::newRow("start without a scene") << 0;
-        QTest::newRow("start on a taken port") << 1;
-        QTest::newRow("repair without a scene") << 2;
-    }
-    void dockMayDieWhileAMessageBoxIsOpen()
-    {
-        QFETCH(int, slot);
-        const DockProbe probe = fixture->buildQuiet();
-        QUdpSocket other;
-        if (slot == 1) {
-            QVERIFY2(other.bind(QHostAddress::AnyIPv4, 5000, QAbstractSocket::DontShareAddress),
-                     qPrintable(other.errorString()));
-        } else {
-            ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
-            probe.autoSourceCheck()->setChecked(true);
-        }
-        fixture->boxes.answerWith([this](QMessageBox &) { fixture->dock.reset(); });
-        // As the user does it: the click's own event handling must survive as well.
-        if (slot == 2) {
-            fixture->dock->createOrRepairSource();
-        } else {
-            probe.startButton()->click();
-        }
-        QCOMPARE(fixture->boxes.shown().size(), 1);
-        QVERIFY(!fixture->dock);
-        QCOMPARE(QApplication::activeModalWidget(), nullptr);
-    }
-
-    void dockMayDieUnderTheMessageBoxOfTheAutomaticStart()
-    {
-        QUdpSocket other;
-        QVERIFY2(other.bind(QHostAddress::AnyIPv4, 5000, QAbstractSocket::DontShareAddress),
-                 qPrintable(other.errorString()));
-        fixture->boxes.answerWith([this](QMessageBox &) { fixture->dock.reset(); });
-        fixture->build();
-        QTRY_COMPARE_WITH_TIMEOUT(fixture->boxes.shown().size(), 1, patienceMs);
-        QTRY_VERIFY_WITH_TIMEOUT(!QApplication::activeModalWidget(), patienceMs);
-        QVERIFY(!fixture->dock);
-    }
-
-    void dockMayDieUnderTwoMessageBoxes()
-    {
-        ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
-        const DockProbe probe = fixture->buildQuiet();
-        probe.autoSourceCheck()->setChecked(true);
-        fixture->boxes.answerWith([this](QMessageBox &) {
-            if (fixture->boxes.shown().size() < 2) {
-                fixture->dock->startReceiver();
-            } else {
-                fixture->dock.reset();
-            }
-        });
-        fixture->dock->createOrRepairSource();
-        QCOMPARE(fixture->boxes.shown().size(), 2);
-        QVERIFY(!fixture->dock);
-        QCOMPARE(QApplication::activeModalWidget(), nullptr);
-    }
-
-    void messageBoxOfTheAutomaticStartLetsEverythingElseRun()
-    {
-        QUdpSocket other;
-        QVERIFY2(other.bind(QHostAddress::AnyIPv4, 5000, QAbstractSocket::DontShareAddress),
-                 qPrintable(other.errorString()));
-        bool othersRan = false;
-        QPointer<QMessageBox> open;
-        fixture->boxes.answerWith([&](QMessageBox &box) {
-            // What OBS has still to do at its start comes by timers, queued calls and sockets: all of it runs beneath
-            // the box, and so does the dock's own log.
-            open = &box;
-            QTimer::singleShot(0, qApp, [&] {
-                QMetaObject::invokeMethod(
-                    qApp,
-                    [&] {
-                        fixture->dock->appendLog(u"läuft"_s);
-                        othersRan = true;
-                        MessageBoxes::press(*open, QMessageBox::Ok);
-                    },
-                    Qt::QueuedConnection);
-            });
-        });
-        const DockProbe probe = fixture->build();
-        QVERIFY(fixture->boxes.shown().isEmpty()); // never while OBS still waits for the module to load
-        QTRY_VERIFY_WITH_TIMEOUT(othersRan && !open, patienceMs);
-        QVERIFY(probe.logView()->toPlainText().endsWith(u"läuft"_s));
-    }
-
-    void repairsMessageBoxDoesNotHoldBackTheReceiversStart()
-    {
-        // Both automatics on, which loading never leaves so: the switch is set by hand, as the user may do.
-        ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
-        const DockProbe probe = fixture->build(); // receiver start due
-        QTimer::singleShot(0, fixture->dock.get(), &TarvolineDock::createOrRepairSource);
-        bool answered = false;
-        fixture->boxes.answerWith([&](QMessageBox &box) {
-            const bool runsBelowTheBox =
-                QTest::qWaitFor([&] { return probe.engine().isRunning(); }, QDeadlineTimer(patienceMs));
-            answered = runsBelowTheBox;
-            MessageBoxes::press(box, QMessageBox::Ok);
-        });
-        QTRY_VERIFY_WITH_TIMEOUT(!fixture->boxes.shown().isEmpty() && !QApplication::activeModalWidget(), patienceMs);
-        QVERIFY(answered);
     }
 
     void focusInAnEditIsNoHarmWhenTheShownDockDies()

@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include <QByteArray>
 #include <QList>
-#include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
 #include <QWidget>
-
-#include <functional>
 
 // The real headers, so that the double cannot drift away from what it stands for.
 #include <obs-frontend-api.h>

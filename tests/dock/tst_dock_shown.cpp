@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The shown panel: groups that open and close, scrolling, the way of the Tab key.
+#include "dockfixture.h"
+
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextEdit>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QGroupBox *groupWithTitle(const TarvolineDock &dock, const QString &title)
+{
+    const QList<QGroupBox *> groups = dock.findChildren<QGroupBox *>();
+    for (QGroupBox *group : groups) {
+        if (group->title() == title) {
+            return group;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+class TestDockShown : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        fixture.emplace();
+        fixture->buildQuiet();
+    }
+    void cleanup() { fixture.reset(); }
+
+    void tabGoesThroughTheControlsInReadingOrder()
+    {
+        const DockProbe probe(*fixture->dock);
+        const QList<QWidget *> expected{probe.listenPortEdit(),  probe.targetPortEdit(),     probe.linkPortsCheck(),
+                                        probe.publicHostEdit(),  probe.queryIpButton(),      probe.streamIdEdit(),
+                                        probe.passwordEdit(),    probe.showPasswordButton(), probe.autoStartCheck(),
+                                        probe.autoSourceCheck(), probe.moblinAddressEdit(),  probe.obsAddressEdit(),
+                                        probe.startButton(),     probe.stopButton(),         probe.logView()};
+        QList<QWidget *> found;
+        QWidget *widget = fixture->dock->nextInFocusChain();
+        for (; widget != fixture->dock.get(); widget = widget->nextInFocusChain()) {
+            if (expected.contains(widget)) {
+                found << widget;
+            }
+        }
+        QCOMPARE(found, expected);
+    }
+
+    void checkingTheAddressGroupShowsItsRowsAndUncheckingHidesThem()
+    {
+        QGroupBox *group = groupWithTitle(*fixture->dock, u"Verbindungsadressen"_s);
+        fixture->dock->show();
+        QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
+        const QList<QWidget *> children = group->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
+        QCOMPARE(children.size(), 4); // two labels, a row, an edit
+        for (const bool open : {false, true, false}) {
+            group->setChecked(open);
+            QVERIFY(group->isVisible());
+            for (const QWidget *child : children) {
+                QCOMPARE(child->isVisible(), open);
+            }
+        }
+    }
+
+    void checkingTheLogGroupShowsTheLogWhichNeverGrows()
+    {
+        const DockProbe probe(*fixture->dock);
+        QGroupBox *group = groupWithTitle(*fixture->dock, u"Protokoll"_s);
+        fixture->dock->show();
+        QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
+        QVERIFY(!probe.logView()->isVisible());
+        group->setChecked(true);
+        QVERIFY(probe.logView()->isVisible());
+        fixture->dock->resize(600, 1400);
+        for (int i = 0; i < 5; ++i) {
+            fixture->dock->appendLog(u"REG3 | Weg %1 mit einer Zeile, die das Protokoll füllt"_s.arg(i));
+        }
+        QTRY_VERIFY(probe.logView()->verticalScrollBar()->maximum() > 0);
+        QVERIFY(probe.logView()->height() <= 62);
+        QVERIFY(probe.logView()->viewport()->rect().contains(probe.logView()->cursorRect())); // at the newest line
+        group->setChecked(false);
+        QVERIFY(!probe.logView()->isVisible());
+        QVERIFY(group->isVisible());
+    }
+
+    void shortDockScrollsUpAndDownButNeverSideways()
+    {
+        fixture->dock->show();
+        QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
+        const QScrollArea *area = fixture->dock->findChild<QScrollArea *>(Qt::FindDirectChildrenOnly);
+        fixture->dock->resize(340, 360);
+        QTRY_VERIFY(area->verticalScrollBar()->isVisible());
+        QVERIFY(!area->horizontalScrollBar()->isVisible());
+        fixture->dock->resize(340, 1400);
+        QTRY_VERIFY(!area->verticalScrollBar()->isVisible());
+        QVERIFY(!area->horizontalScrollBar()->isVisible());
+    }
+
+private:
+    std::optional<DockFixture> fixture;
+};
+
+QTEST_MAIN(TestDockShown)
+#include "tst_dock_shown.moc"
