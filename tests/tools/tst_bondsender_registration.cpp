@@ -53,6 +53,7 @@ private Q_SLOTS:
     void ignoresAGroupOfAnotherSender();
     void ignoresASecondGroup();
     void beginsAnewWhenTheGroupIsGone();
+    void aLateAnswerAboutTheOldGroupIsNoNews();
     void ignoresALateAnswerOnARegisteredLink();
     void silentLinkJoinsAgain();
     void refusedLinkWaitsLonger();
@@ -126,6 +127,22 @@ void TestBondsenderRegistration::beginsAnewWhenTheGroupIsGone()
     const auto outgoing = registration.due(start);
     QCOMPARE(outgoing.size(), 1U);
     QCOMPARE(outgoing[0].datagram, makeReg1(proposal));
+}
+
+void TestBondsenderRegistration::aLateAnswerAboutTheOldGroupIsNoNews()
+{
+    Registration registration = joined();
+    registration.linkFellSilent(0, start);
+    registration.linkFellSilent(1, start);
+    (void)registration.due(start);
+    registration.take(0, regNgp, start);
+    (void)registration.due(start);
+    const GroupId newGroup = idWith(0xAA, 0xCC);
+    QVERIFY(registration.take(0, makeReg2(newGroup), start) == Change::groupCreated);
+    (void)registration.due(start);
+    QVERIFY(registration.take(1, regNgp, start) == Change::none);
+    QVERIFY(registration.groupId() == newGroup);
+    QVERIFY(registration.take(1, regNgp, start) == Change::groupGone);
 }
 
 void TestBondsenderRegistration::ignoresALateAnswerOnARegisteredLink()

@@ -25,34 +25,37 @@ std::vector<Outgoing> Registration::due(TimePoint now)
         if (link.state == LinkState::joining && now >= link.nextTry) {
             outgoing.push_back({index, makeReg2(*group)});
             link.nextTry = now + retryInterval;
+            link.asked = true;
         }
     }
     return outgoing;
 }
 
-Registration::Change Registration::take(std::size_t link, ByteView datagram, TimePoint now)
+Registration::Change Registration::take(std::size_t index, ByteView datagram, TimePoint now)
 {
-    const bool joining = links[link].state == LinkState::joining;
-    switch (classifyIncoming(datagram)) {
-    case Incoming::groupCreated:
+    const Incoming kind = classifyIncoming(datagram);
+    if (kind == Incoming::groupCreated) {
         return acceptGroup(datagram, now);
+    }
+    Link &link = links[index];
+    if (kind == Incoming::groupUnknown && link.staleAnswer) {
+        link.staleAnswer = false;
+        return Change::none;
+    }
+    if (link.state != LinkState::joining) {
+        return Change::none;
+    }
+    switch (kind) {
     case Incoming::linkRegistered:
-        if (!joining) {
-            return Change::none;
-        }
-        links[link].state = LinkState::registered;
+        link.state = LinkState::registered;
+        link.asked = false;
         return Change::linkRegistered;
     case Incoming::linkRefused:
-        if (!joining) {
-            return Change::none;
-        }
-        links[link].nextTry = now + refusedInterval;
+        link.nextTry = now + refusedInterval;
+        link.asked = false;
         return Change::linkRefused;
     case Incoming::groupUnknown:
-        // Every link gets one; only the first of them tells something new.
-        if (!joining) {
-            return Change::none;
-        }
+        link.asked = false;
         forgetGroup(now);
         return Change::groupGone;
     default:
@@ -63,7 +66,8 @@ Registration::Change Registration::take(std::size_t link, ByteView datagram, Tim
 void Registration::linkFellSilent(std::size_t link, TimePoint now)
 {
     if (group) {
-        links[link] = {LinkState::joining, now};
+        links[link].state = LinkState::joining;
+        links[link].nextTry = now;
     }
 }
 
@@ -76,14 +80,22 @@ Registration::Change Registration::acceptGroup(ByteView datagram, TimePoint now)
         return Change::none;
     }
     group = id;
-    std::ranges::fill(links, Link{LinkState::joining, now});
+    for (Link &link : links) {
+        link.state = LinkState::joining;
+        link.nextTry = now;
+    }
     return Change::groupCreated;
 }
 
 void Registration::forgetGroup(TimePoint now)
 {
     group.reset();
-    std::ranges::fill(links, Link{});
+    // The receiver tells every link that has asked; only the first to be told is news.
+    for (Link &link : links) {
+        link.state = LinkState::waiting;
+        link.staleAnswer = link.asked;
+        link.asked = false;
+    }
     nextReg1 = now;
 }
 

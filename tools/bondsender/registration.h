@@ -35,8 +35,8 @@ public:
 
     /// What has to be sent by \a now.
     [[nodiscard]] std::vector<Outgoing> due(TimePoint now);
-    /// Takes the registration datagram \a datagram that came on \a link; others change nothing.
-    Change take(std::size_t link, ByteView datagram, TimePoint now);
+    /// Takes the registration datagram \a datagram that came on the link \a index; others change nothing.
+    Change take(std::size_t index, ByteView datagram, TimePoint now);
     /// Nothing has come on the registered \a link for too long: it has to join again.
     void linkFellSilent(std::size_t link, TimePoint now);
 
@@ -48,6 +48,8 @@ private:
     {
         LinkState state = LinkState::waiting;
         TimePoint nextTry;
+        bool asked = false;       ///< a REG2 has gone out, and no answer has come yet
+        bool staleAnswer = false; ///< the answer to a REG2 for a group since given up may still come
     };
 
     Change acceptGroup(ByteView datagram, TimePoint now);
