@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "srtfile.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <format>
 #include <fstream>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace srtfile {
@@ -14,6 +17,7 @@ namespace {
 constexpr int backlog = 16;
 constexpr int longestStreamId = 512;
 
+using Clock = std::chrono::steady_clock;
 using Message = std::array<char, payloadSize>;
 
 std::string streamIdOf(SRTSOCKET socket)
@@ -44,11 +48,15 @@ bool receiveStream(SRTSOCKET socket, const std::string &folder)
     if (srt_recv(socket, message.data(), payloadSize) == static_cast<int>(sizeMessageLength)) {
         wanted = readSize(message);
     }
+    Clock::time_point last = Clock::now();
+    Clock::duration longestPause{};
     while (received < wanted) {
         const int size = srt_recv(socket, message.data(), payloadSize);
         if (size <= 0) {
             break;
         }
+        const Clock::time_point now = Clock::now();
+        longestPause = std::max(longestPause, now - std::exchange(last, now));
         file.write(message.data(), size);
         received += static_cast<std::uint64_t>(size);
     }
@@ -56,10 +64,11 @@ bool receiveStream(SRTSOCKET socket, const std::string &folder)
     srt_bstats(socket, &statistics, 0);
     srt_close(socket);
     file.close();
-    writeLine(std::format(
-        R"({{"event":"ended","stream":"{}","wanted":{},"bytes":{},"packets":{},"lost":{},"dropped":{},"retransmitted":{}}})",
-        id, wanted, received, statistics.pktRecvTotal, statistics.pktRcvLossTotal, statistics.pktRcvDropTotal,
-        statistics.pktRcvRetrans));
+    const auto pauseMs = std::chrono::duration_cast<std::chrono::milliseconds>(longestPause).count();
+    writeLine(std::format(R"({{"event":"ended","stream":"{}","wanted":{},"bytes":{},"packets":{},"lost":{},)"
+                          R"("dropped":{},"retransmitted":{},"longestPauseMs":{}}})",
+                          id, wanted, received, statistics.pktRecvTotal, statistics.pktRcvLossTotal,
+                          statistics.pktRcvDropTotal, statistics.pktRcvRetrans, pauseMs));
     return wanted != 0 && received == wanted && file.good();
 }
 
