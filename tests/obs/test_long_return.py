@@ -9,8 +9,5 @@ class LongReturnTest(test_return.ReturnTest):
     gaps_s = (30, 180)
 
 
-# Imported for its code, not to run again here.
-del test_return
-
 if __name__ == "__main__":
     case.main()

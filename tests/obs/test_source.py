@@ -20,6 +20,10 @@ class SourceTest(case.ObsCase):
         self.dock = self.panel(self.obs)
         self.dock.wait_for_status("Aktiv")
 
+    def _end_without_leaks(self):
+        self.obs.quit()
+        self.assertIn("Number of memory leaks: 0", self.obs.log())
+
     def _repair(self, log_end):
         before = self.dock.log()
         self.dock.press("Quelle reparieren")
@@ -51,6 +55,7 @@ class SourceTest(case.ObsCase):
         self._repair(_UPDATED)
         self.assertEqual(remote.settings(case.SOURCE)["input"], _URL.replace("5002", "6002"))
         self.assertEqual(remote.items(), [case.SOURCE])
+        self._end_without_leaks()
 
     def test_a_source_of_another_scene_is_updated_where_it_is(self):
         remote = self.obs.remote
@@ -61,6 +66,7 @@ class SourceTest(case.ObsCase):
         self._repair(_UPDATED)
         self.assertEqual(remote.items("Other"), [])
         self.assertEqual(remote.items(home), [case.SOURCE])
+        self._end_without_leaks()
 
     def test_a_renamed_source_is_left_alone_and_a_new_one_is_made(self):
         remote = self.obs.remote
@@ -69,6 +75,7 @@ class SourceTest(case.ObsCase):
         self._repair(_MADE)
         self.assertEqual(sorted(remote.inputs()), ["Mine", case.SOURCE])
         self.assertEqual(sorted(remote.items()), ["Mine", case.SOURCE])
+        self._end_without_leaks()
 
 
 if __name__ == "__main__":
