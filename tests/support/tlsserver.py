@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """A TLS server that answers as a test tells it, also badly, and remembers what it was asked.
 
-One server has several doors (TCP ports): TLS doors that show one certificate each, and proxy doors that take a CONNECT
-to any host and then are that host, so that a client meets any name without a name service. A test in another process
-talks to the control door: one JSON object a line each way.
+One server has several doors (TCP ports): proxy doors that take a CONNECT to any host and then are that host, so that a
+client meets any name without a name service, and tunnel doors that pass it on to another server. A test in another
+process talks to the control door: one JSON object a line each way.
 
     {"command": "answer", "target": "/update.json", "status": 200, "headers": [["Location", "…"]],
      "body": "<base64>", "fill": 0, "framing": "length", "announced": 12, "then": "end", "pauseMs": 0}
@@ -42,19 +42,10 @@ class TlsServer:
         self._connections = 0
         self._resumed = threading.Event()
 
-    def openTlsDoor(self, name, certificate):
-        """A door that speaks TLS with `certificate` (a PEM file with its key) from the first byte on."""
-        context = _context(certificate)
-        self._open(name, lambda connection: self._serveTls(name, connection, context))
-
     def openProxyDoor(self, name, certificate):
         """A door that is an HTTP proxy first and, after a CONNECT, a TLS server with `certificate`."""
         context = _context(certificate)
         self._open(name, lambda connection: self._serveProxy(name, connection, context))
-
-    def openPlainDoor(self, name):
-        """A door that speaks HTTP without TLS."""
-        self._open(name, lambda connection: self._serveRequests(name, connection))
 
     def openTunnelDoor(self, name, port):
         """A door that is an HTTP proxy and, after a CONNECT to any host, the server on `port` of 127.0.0.1."""
@@ -211,7 +202,7 @@ def _answer(connection, answer, resumed):
             return False
     if framing == "chunked":
         connection.sendall(b"0\r\n\r\n")
-    if framing == "close" and isinstance(connection, ssl.SSLSocket):
+    if framing == "close":
         _sayGoodbye(connection)
     return framing != "close"
 

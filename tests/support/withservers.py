@@ -6,15 +6,13 @@ The program finds them in the environment variable TARVOLINE_TEST_SERVERS, a JSO
 
     authority            PEM file of the authority that issued the certificates; trusted by nobody but the test
     doors.proxy          port of a proxy behind which every host is the scripted server (tlsserver.py)
-    doors.tls            port of the scripted server itself, as localhost and 127.0.0.1
-    doors.expired, doors.otherHost, doors.unknownAuthority
-                         ports of the scripted server with a certificate that is no good
-    doors.plain          port of the scripted server without TLS
     doors.control        port of the scripted server's control door
-    service              port of the real service (vendorservice.py), when --service was given
+
+and, when --service names the configuration of the real service (vendorservice.py):
+
+    doors.serviceProxy   port of a proxy behind which every host is that service
     serviceRoot          the folder whose files it serves
     serviceScripts       the folder with its configuration and scripts
-    doors.serviceProxy   port of a proxy behind which every host is the real service
 
 Here and not in the test programs, because some of those run under Wine.
 """
@@ -31,8 +29,6 @@ from certificates import Authority
 from tlsserver import TlsServer
 from vendorservice import VendorService
 
-LOCAL_NAMES = ("localhost", "127.0.0.1")
-
 
 def main():
     parser = argparse.ArgumentParser()
@@ -44,15 +40,10 @@ def main():
     with tempfile.TemporaryDirectory(prefix="servers-") as folder:
         authority = Authority(Path(folder) / "authority")
         vendor = arguments.vendor
-        certificate = authority.issue(vendor, f"*.{vendor}", f"evil{vendor}", "other.example", *LOCAL_NAMES)
+        certificate = authority.issue(vendor, f"*.{vendor}", f"evil{vendor}", "other.example")
 
         server = TlsServer()
         server.openProxyDoor("proxy", certificate)
-        server.openTlsDoor("tls", certificate)
-        server.openTlsDoor("expired", authority.issue(*LOCAL_NAMES, expired=True))
-        server.openTlsDoor("otherHost", authority.issue("other.example"))
-        server.openTlsDoor("unknownAuthority", Authority(Path(folder) / "unknown", "Nobody").issue(*LOCAL_NAMES))
-        server.openPlainDoor("plain")
         server.openControlDoor()
         servers = {"authority": str(authority.certificate), "doors": server.doors}
 
@@ -60,8 +51,7 @@ def main():
         if arguments.service:
             service = VendorService(Path(folder) / "service", arguments.service, certificate)
             server.openTunnelDoor("serviceProxy", service.port)
-            servers |= {"service": service.port, "serviceRoot": str(service.root),
-                        "serviceScripts": str(Path(arguments.service).parent)}
+            servers |= {"serviceRoot": str(service.root), "serviceScripts": str(Path(arguments.service).parent)}
         try:
             return subprocess.run(arguments.command, env=os.environ | {"TARVOLINE_TEST_SERVERS": json.dumps(servers)},
                                   check=False).returncode
