@@ -3,6 +3,7 @@
 
 import re
 import subprocess
+import tempfile
 import time
 from pathlib import Path
 
@@ -24,10 +25,15 @@ class WineMachine:
         subprocess.run(["wineserver", "-w"], env=self._environment, check=False)
         subprocess.run(["rm", "-rf", self.driveC.parent], check=True)
 
-    def run(self, *command, environment=None):
+    def run(self, *command):
         """Runs a program to its end; the completed process holds its exit code and output."""
-        return subprocess.run([self._tools / "winerun", *map(str, command)], capture_output=True, text=True, errors="replace",
-                              env=self._environment | (environment or {}), stdin=subprocess.DEVNULL, check=False)
+        # A file and no pipe: what the program starts and leaves running would hold a pipe open.
+        with tempfile.TemporaryFile(mode="w+", errors="replace") as output:
+            result = subprocess.run([self._tools / "winerun", *map(str, command)], env=self._environment, check=False,
+                                    stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
+            output.seek(0)
+            result.stdout = output.read()
+        return result
 
     def start(self, *command):
         return subprocess.Popen([self._tools / "winerun", *map(str, command)], env=self._environment, stdin=subprocess.DEVNULL)
