@@ -28,8 +28,12 @@ function(tarvoline_add_test name)
         set(launcher "${CMAKE_SOURCE_DIR}/tests/support/withvendorservice.py" "${TARVOLINE_VENDOR_HOST}"
             "${CMAKE_BINARY_DIR}/packaging/service/tarvoline-service.conf")
     endif()
-    add_test(NAME ${name} COMMAND ${launcher} ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>
-        -o -,txt)
+    if(CMAKE_CROSSCOMPILING)
+        add_test(NAME ${name} COMMAND ${launcher} "${CMAKE_SOURCE_DIR}/tests/support/winetest.sh"
+            ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>)
+    else()
+        add_test(NAME ${name} COMMAND ${launcher} $<TARGET_FILE:${name}> -o -,txt)
+    endif()
     set(home "${CMAKE_BINARY_DIR}/tests/home/${name}")
     file(MAKE_DIRECTORY "${home}/runtime")
     if(NOT arg_TIMEOUT)
