@@ -9,6 +9,8 @@ import threading
 # Only who listens for every protocol is shown what leaves.
 _ETH_P_ALL = 0x0003
 _SO_TIMESTAMPNS = 35
+# Beyond what the system allows everybody: a burst after a stall must not be lost here of all places.
+_SO_RCVBUFFORCE = 33
 _OUTGOING = 4
 _ETHERNET_HEADER = 14
 _UDP_HEADER = 8
@@ -29,7 +31,7 @@ class DelayMeter:
         self._delays = []
         self._leaving = threading.Event()
         self._socket = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(_ETH_P_ALL))
-        self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, _BUFFER)
+        self._socket.setsockopt(socket.SOL_SOCKET, _SO_RCVBUFFORCE, _BUFFER)
         self._socket.setsockopt(socket.SOL_SOCKET, _SO_TIMESTAMPNS, 1)
         self._socket.bind(("lo", _ETH_P_ALL))
         self._socket.settimeout(_TICK_S)
@@ -44,11 +46,12 @@ class DelayMeter:
         self._thread.join()
         self._socket.close()
 
-    def take(self) -> tuple:
-        """The delays in milliseconds since the last call, sorted, and how many datagrams have not come through yet."""
+    def take(self, begin_ns: int, end_ns: int) -> tuple:
+        """The delays in milliseconds, sorted, of the datagrams sent between two moments of time.time_ns(), and how many of
+        them have not come through. Forgets everything before."""
         delays, self._delays = self._delays, []
-        waiting, self._sent_at = len(self._sent_at), {}
-        return sorted(delay / 1e6 for delay in delays), waiting
+        lost = sum(begin_ns <= at < end_ns for at in list(self._sent_at.values()))
+        return sorted(delay / 1e6 for at, delay in delays if begin_ns <= at < end_ns), lost
 
     def _watch(self):
         while not self._leaving.is_set():
@@ -70,7 +73,7 @@ class DelayMeter:
         if port == self._first:
             self._sent_at.setdefault(key, at)
         elif (sent := self._sent_at.pop(key, None)) is not None:
-            self._delays.append(at - sent)
+            self._delays.append((sent, at - sent))
 
 
 def _nanoseconds(extras) -> int:
