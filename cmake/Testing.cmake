@@ -42,7 +42,11 @@ function(tarvoline_add_test name)
     if(NOT arg_LABELS)
         set(arg_LABELS unit)
     endif()
+    set(sanitizer "")
+    if(TARVOLINE_SANITIZE STREQUAL "thread")
+        set(sanitizer "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan.supp")
+    endif()
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}" SKIP_RETURN_CODE 77
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;HOME=${home};XDG_CONFIG_HOME=${home}/.config;XDG_RUNTIME_DIR=${home}/runtime")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;HOME=${home};XDG_CONFIG_HOME=${home}/.config;XDG_RUNTIME_DIR=${home}/runtime;${sanitizer}")
 endfunction()
