@@ -1,0 +1,59 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The user asks for the public address in OBS; withjsonservice.py stands in for the vendor's service."""
+
+import json
+import os
+import socket
+
+import case
+from obs import wait_until
+
+_IP = "203.0.113.7"
+_OBS_ADDRESS = "srt://127.0.0.1:5002?mode=listener&latency=2000&lossmaxttl=40"
+
+
+def _answer(status, body):
+    """What the service answers from now on."""
+    ports = json.loads(os.environ["TARVOLINE_JSON_SERVICE"])
+    with socket.create_connection(("127.0.0.1", ports["control"])) as control, control.makefile("rw") as stream:
+        stream.write(json.dumps({"probe": {"status": status, "body": body}}) + "\n")
+        stream.flush()
+        stream.readline()
+
+
+class PublicIpTest(case.ObsCase):
+    def _hints(self, panel):
+        return [label.name for label in panel.group("Einstellungen").find_all("label")]
+
+    def _addresses(self, panel):
+        texts = panel.opened("Verbindungsadressen").find_all("text")
+        return sorted(text.text for text in texts)
+
+    def test_the_answer_reaches_field_store_address_and_log(self):
+        home = self.home()
+        session = self.session(home)
+        panel = self.panel(session)
+        panel.wait_for_status("Aktiv")
+        self.assertEqual(self._addresses(panel), [_OBS_ADDRESS, "srtla://ÖFFENTLICHE-IP-EINTRAGEN:5000/live"])
+
+        _answer(200, json.dumps({"ok": True, "ip": f" {_IP}\n"}))
+        panel.press("IP ermitteln")
+        panel.wait_for_log(f"NETZWERK | Öffentliche IP: {_IP}")
+        self.assertEqual(panel.values()["publicHost"], _IP)
+        self.assertIn(f"Öffentliche IP erkannt: {_IP}", self._hints(panel))
+        self.assertEqual(self._addresses(panel), [_OBS_ADDRESS, f"srtla://{_IP}:5000/live"])
+        store = home.folder / ".config" / "Tarvoline" / "SRTLA OBS Plugin.conf"
+        self.assertIn(f"publicHost={_IP}\n", store.read_text())
+
+        _answer(429, json.dumps({"ok": False, "message": "Zu viele Anfragen."}))
+        panel.press("IP ermitteln")
+        wait_until(lambda: "Zu viele Anfragen." in self._hints(panel), lambda: self._hints(panel))
+        self.assertEqual(panel.values()["publicHost"], _IP)
+        wait_until(lambda: panel.button("IP ermitteln").has_state("enabled"), "the button can be pressed again")
+
+        session.quit()
+        self.assertIn("Number of memory leaks: 0", session.log())
+
+
+if __name__ == "__main__":
+    case.main()
