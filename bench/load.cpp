@@ -148,6 +148,7 @@ LoadResult Load::run(std::uint16_t port, const LoadShape &shape)
 {
     const auto interval = std::chrono::nanoseconds(std::chrono::seconds(1)) / shape.burstsPerSecond;
     LoadResult result;
+    takeDelivered(); // what came late in the last round
     auto due = Clock::now();
     for (int burst = 0; burst < shape.bursts; ++burst) {
         for (int i = 0; i < shape.datagramsPerBurst; ++i) {

@@ -23,6 +23,7 @@ struct EngineProbe
     quint64 &receivedBytes() const { return engine.receivedBytes; }
     qint64 lastPublishedMs() const { return engine.lastPublishedMs; }
 
+    void readClientDatagrams() const { engine.readClientDatagrams(); }
     void cleanupSessions() const { engine.cleanupSessions(); }
     void publishStatistics() const { engine.publishStatistics(); }
     void handleDatagram(const QByteArray &datagram, const SrtlaEndpoint &sender) const

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The SRT listener isn't there, comes, goes away and comes back.
 #include "enginefixture.h"
+#include "udpreading.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -19,6 +20,7 @@ private Q_SLOTS:
     void theListenerAppearsLate();
     void theListenerGoesAndComesBack();
     void repliesBehindAnErrorAreRead();
+    void anErrorDuringANotificationDoesNotEndTheReading();
 
 private:
     void arrive();
@@ -167,6 +169,24 @@ void TestSrtlaEngineListener::repliesBehindAnErrorAreRead()
     arrive();
     QVERIFY(streamFlows());
     QCOMPARE(errorLines.size(), errors);
+}
+
+void TestSrtlaEngineListener::anErrorDuringANotificationDoesNotEndTheReading()
+{
+    QUdpSocket reader;
+    auto peer = std::make_unique<Peer>();
+    reader.connectToHost(QHostAddress(QHostAddress::LocalHost), peer->socket.localPort());
+    QByteArrayList received;
+    connect(&reader, &QIODevice::readyRead, this, [&] {
+        if (peer) {
+            // Qt has seen the datagram, and now an error comes in between.
+            peer.reset();
+            reader.write("answered by port unreachable");
+        }
+        drainDatagrams(reader, [&](const QNetworkDatagram &datagram) { received.append(datagram.data()); });
+    });
+    peer->send("behind the error", reader.localPort());
+    QTRY_COMPARE_WITH_TIMEOUT(received, QByteArrayList{"behind the error"}, ampleMs);
 }
 
 QTEST_GUILESS_MAIN(TestSrtlaEngineListener)

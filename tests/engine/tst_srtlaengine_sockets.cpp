@@ -33,6 +33,7 @@ class TestSrtlaEngineSockets : public QObject
 private Q_SLOTS:
     void emptyDatagramsFromSendersDoNotStopTheReading();
     void emptyDatagramsFromTheListenerDoNotStopTheReading();
+    void everythingPendingIsReadInOneCall();
     void largeBuffersAreAskedFor();
     void aStallLosesNothingFromSenders();
     void aStallLosesNothingFromTheListener();
@@ -88,6 +89,18 @@ void TestSrtlaEngineSockets::emptyDatagramsFromTheListenerDoNotStopTheReading()
     QCOMPARE(link.receive(), QByteArray(""));
     fixture.reply(typed(0x8001, 20), srtPort);
     QCOMPARE(link.receive(), typed(0x8001, 20));
+}
+
+void TestSrtlaEngineSockets::everythingPendingIsReadInOneCall()
+{
+    EngineFixture fixture;
+    Peer sender;
+    constexpr int count = 100;
+    for (int i = 0; i < count; ++i) {
+        sender.send(QByteArray(16, 'x'), fixture.port());
+    }
+    fixture.probe.readClientDatagrams(); // without returning to the event loop
+    QCOMPARE(fixture.probe.receivedPackets(), static_cast<quint64>(count));
 }
 
 void TestSrtlaEngineSockets::largeBuffersAreAskedFor()
