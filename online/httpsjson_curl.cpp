@@ -97,7 +97,7 @@ size_t bodyReceived(char *data, size_t unit, size_t units, void *context) noexce
 
 bool hasPeer(curl_socket_t socket)
 {
-    sockaddr_storage peer;
+    sockaddr_storage peer{};
     socklen_t bytes = sizeof peer;
     return getpeername(socket, reinterpret_cast<sockaddr *>(&peer), &bytes) == 0;
 }

@@ -1,22 +1,52 @@
 #!/usr/bin/env bash
-# The first process of the namespace that enter (lib.sh) makes: mounts what the command needs below the root, runs the
-# command there and ends with its exit code. The kernel takes down mounts and left-over processes when this one ends.
+# What enter (lib.sh) starts: gives the command what it needs below the root, runs it there and ends with its exit code.
+# inside.sh MODE ROOT PROJECT CACHE COMMAND [ARG...]
+# In a namespace this is the first process: the kernel takes down mounts and left-over processes when it ends.
 set -u
-root=$1 project=$2 cacheHome=$3
-shift 3
+mode=$1 root=$2 project=$3 cacheHome=$4
+shift 4
+shared=("$project" "$cacheHome")
+# shellcheck disable=SC2206
+shared+=(${TARVOLINE_BIND:-})
+[ -z "${DISPLAY:-}" ] || [ ! -d /tmp/.X11-unix ] || shared+=(/tmp/.X11-unix)
 
-mount --make-rprivate /
-mount -t proc proc "$root/proc"
-mount --rbind /sys "$root/sys"
-mount --rbind /dev "$root/dev"
-mount -t tmpfs tmpfs "$root/tmp"
-for folder in "$project" "$cacheHome" ${TARVOLINE_BIND:-}; do
-    mkdir -p "$root$folder"
-    mount --bind "$folder" "$root$folder"
-done
-if [ -n "${DISPLAY:-}" ] && [ -d /tmp/.X11-unix ]; then
-    mkdir -p "$root/tmp/.X11-unix"
-    mount --bind /tmp/.X11-unix "$root/tmp/.X11-unix"
+mountBelowRoot() {
+    local folder
+    mount --make-rprivate /
+    mount -t proc proc "$root/proc"
+    mount --rbind /sys "$root/sys"
+    mount --rbind /dev "$root/dev"
+    mount -t tmpfs tmpfs "$root/tmp"
+    for folder in "${shared[@]}"; do
+        mkdir -p "$root$folder"
+        mount --bind "$folder" "$root$folder"
+    done
+}
+
+# The root's own proot, because an older one does not know all calls of the programs there; so with the root's loader.
+useProot() {
+    local libraries=$root/usr/lib/x86_64-linux-gnu folder
+    [ -x "$root/usr/bin/proot" ] || { echo "missing: the program 'proot' in the build root" >&2; exit 1; }
+    # With its seccomp filter on, programs die of SIGBUS (proot 5.4.0 with Linux 6).
+    export PROOT_TMP_DIR=$temporary PROOT_NO_SECCOMP=1
+    entrance=(setpriv --pdeathsig KILL "$libraries/ld-linux-x86-64.so.2" --library-path "$libraries" "$root/usr/bin/proot"
+        --kill-on-exit --rootfs="$root" --root-id --cwd="$project" --bind="$temporary:/tmp")
+    for folder in /proc /sys /dev "${shared[@]}"; do
+        entrance+=("--bind=$folder")
+    done
+    "${entrance[@]}" /bin/true 2>/dev/null || {
+        echo "missing: the right to mount (CAP_SYS_ADMIN), user namespaces, or the right to trace processes for proot" >&2
+        exit 1
+    }
+}
+
+if [ "$mode" = proot ]; then
+    temporary=$(mktemp -d)
+    trap 'rm -rf "$temporary"' EXIT
+    useProot
+else
+    mountBelowRoot
+    entrance=(chroot "$root")
 fi
 
 environment=(HOME=/root PATH="${TARVOLINE_PATH:-$project/build/linux/bin:$project/bench}:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
@@ -28,18 +58,31 @@ for name in CI DISPLAY XAUTHORITY WAYLAND_DISPLAY ASAN_OPTIONS UBSAN_OPTIONS LSA
     [ -n "${!name:-}" ] && environment+=("$name=${!name}")
 done
 
+# The leak check traces the program, which proot does already.
+[ "$mode" != proot ] || environment+=("ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0")
+
 # Handed on so that the command can end in its own order; a terminal's interrupt reaches it without help.
-forward() { [ "$1" = INT ] && [ -t 0 ] || kill -s "$1" "$command" 2>/dev/null; }
+forward() { # SIGNAL
+    local receivers=$command signal=$1
+    [ "$1" = INT ] && [ -t 0 ] && return
+    [ "$mode" != proot ] || receivers=$(cat "/proc/$command/task/$command/children" 2>/dev/null)
+    # Without the caller there is nobody to be orderly for; proot ends the command's own children.
+    [ "$mode" != proot ] || [ -e "/proc/$PPID" ] || signal=KILL
+    # shellcheck disable=SC2086
+    [ -z "$receivers" ] || kill -s "$signal" $receivers 2>/dev/null
+}
 trap 'forward INT' INT
 trap 'forward TERM' TERM
 trap 'forward HUP' HUP
 
 # The shell ignores INT and QUIT for what it starts in the background; the command gets the usual ones back.
-chroot "$root" env -i --chdir="$project" --default-signal=INT,QUIT "${environment[@]}" "$@" <&0 &
+"${entrance[@]}" /usr/bin/env -i --chdir="$project" --default-signal=INT,QUIT "${environment[@]}" "$@" <&0 &
 command=$!
 while :; do
     code=0
     wait "$command" || code=$?
     kill -0 "$command" 2>/dev/null || break
 done
+code=0
+wait "$command" || code=$?
 exit "$code"

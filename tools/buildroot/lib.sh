@@ -46,65 +46,171 @@ needHostPackage() { # COMMAND PACKAGE
         die "missing: the program '$1', and 'apt-get install $2' failed here"
 }
 
+# How this user can work in a root on this machine:
+#   namespaces  may mount, in a namespace that takes its mounts along when it ends
+#   users       an ordinary user, the same within a user namespace
+#   proot       may not mount: proot traces the command and rewrites the paths that it asks for
+entryMode() {
+    if [ "$(id -u)" = 0 ]; then
+        if unshare --mount --pid --fork true 2>/dev/null; then echo namespaces; else echo proot; fi
+    elif "${userNamespace[@]}" true 2>/dev/null; then
+        echo users
+    else
+        echo proot
+    fi
+}
+userNamespace=(unshare --user --map-root-user --map-auto --mount --pid --fork)
+
+# The command that makes the mode's namespaces, as the array "namespace"; empty for proot.
+namespaceOf() { # MODE
+    case $1 in
+    namespaces) namespace=(unshare --mount --pid --fork --kill-child) ;;
+    users) namespace=("${userNamespace[@]}" --kill-child) ;;
+    *) namespace=() ;;
+    esac
+}
+
+# What keeps an ordinary user from making a root here; nothing when nothing does.
+userObstacle() {
+    command -v newuidmap >/dev/null 2>&1 || { echo "the program 'newuidmap' (sudo apt-get install uidmap)"; return; }
+    grep -q "^$(id -un):" /etc/subuid || { echo "ids for $(id -un) in /etc/subuid (sudo usermod --add-subuids)"; return; }
+    echo "user namespaces; run it as root, or have them allowed"
+}
+
+# Holds the lock of the root NAME in descriptor 9, and says when that takes a while.
+lockRoot() { # NAME
+    exec 9>"$rootsHome/$1.lock"
+    flock --nonblock 9 && return
+    say "Waiting for another call that works on the $1 build root …"
+    flock 9
+}
+
 # Makes the root NAME, or adds the packages that it lacks; one caller at a time.
 ensureRoot() { # NAME
     local root=$rootsHome/$1 missing
-    mkdir -p "$rootsHome" "$cacheHome/ccache"
-    (
-        flock 9
-        if [ ! -e "$root/etc/debian_version" ]; then
-            needHostPackage mmdebstrap mmdebstrap
-            say "Making the $1 build root in $root (once; about five minutes, 3 GB) …"
-            rm -rf "$root.new"
-            # The suite alone: a mirror's indexes of the suites beside it may be out of step, and the root gains nothing.
-            mmdebstrap --quiet --variant=apt --aptopt='Acquire::Check-Valid-Until "false"' \
-                --architectures="$(rootArchitectures "$1")" \
-                --setup-hook='sed -i -E "/ [a-z]+-(updates|security)/d" "$1/etc/apt/sources.list"' \
-                --include="$(rootPackages "$1" | paste -sd,)" ${extraMmdebstrap[@]+"${extraMmdebstrap[@]}"} \
-                "$(rootSuite "$1")" "$root.new" >&2 || die "The build root could not be made (see above)."
-            mv "$root.new" "$root"
-        fi
-        missing=$(comm -23 <(rootPackages "$1" | sed 's/:.*//' | sort -u) \
-            <(sed -n 's/^Package: //p' "$root/var/lib/dpkg/status" | sort -u) | paste -sd' ')
-        if [ -n "$missing" ]; then
-            say "Adding to the $1 build root: $missing …"
-            cp -L /etc/resolv.conf "$root/etc/resolv.conf"
-            # shellcheck disable=SC2086
-            enter "$1" sh -c 'apt-get -o Acquire::Check-Valid-Until=false update -qq &&
-                DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >/dev/null' sh $missing ||
-                die "Packages could not be added to the $1 build root: $missing"
-        fi
-    ) 9>"$rootsHome/$1.lock" || exit 1
+    mkdir -p "$rootsHome" "$cacheHome/ccache" || die "missing: the right to write to $cacheHome"
+    lockRoot "$1"
+    [ -e "$root/etc/debian_version" ] || makeRoot "$1"
+    missing=$(comm -23 <(rootPackages "$1" | sed 's/:.*//' | sort -u) <(installedPackages "$root") | paste -sd' ')
+    if [ -n "$missing" ]; then
+        say "Adding to the $1 build root: $missing …"
+        cp -L /etc/resolv.conf "$root/etc/resolv.conf"
+        # shellcheck disable=SC2016,SC2086
+        administer "$1" sh -c 'dpkg --configure -a && apt-get -o Acquire::Check-Valid-Until=false update -qq &&
+            apt-get install -y -qq --no-install-recommends "$@"' sh $missing >"$rootsHome/$1.log" 2>&1 || {
+            tail -n 5 "$rootsHome/$1.log" >&2
+            die "Packages could not be added to the $1 build root: $missing"
+        }
+    fi
+    exec 9>&-
+}
+
+# Whole ones only: an interrupted installation leaves others behind.
+installedPackages() { # ROOT
+    awk '/^Package: / { name = $2 } /^Status: install ok installed/ { print name }' "$1/var/lib/dpkg/status" | sort -u
+}
+
+rootMiB=5000 # of free space, with the packages that are unpacked from
+
+# A new root grows under another name, so that nobody takes half of one for whole.
+makeRoot() { # NAME
+    local root=$rootsHome/$1 mode options=() freeMiB code namespace
+    mode=$(entryMode)
+    freeMiB=$(df --output=avail -BM "$rootsHome" | tail -n 1 | tr -dc 0-9)
+    [ "$freeMiB" -ge $rootMiB ] || die "missing: $rootMiB MiB of free space in $rootsHome; there are $freeMiB"
+    needHostPackage mmdebstrap mmdebstrap
+    if [ "$mode" = proot ]; then
+        [ "$(id -u)" = 0 ] || die "missing: $(userObstacle)"
+        options+=(--skip=check/canmount)
+    fi
+    say "Making the $1 build root in $root (once; five to fifteen minutes, 3 GB) …"
+    removeRoot "$root.new"
+    # The suite alone: a mirror's indexes of the suites beside it may be out of step, and the root gains nothing.
+    # shellcheck disable=SC2016
+    options+=(--mode=root --variant=apt --aptopt='Acquire::Check-Valid-Until "false"'
+        --architectures="$(rootArchitectures "$1")"
+        --setup-hook='sed -i -E "/ [a-z]+-(updates|security)/d" "$1/etc/apt/sources.list"'
+        --include="$(rootPackages "$1" | paste -sd,)" "$(rootSuite "$1")" "$root.new")
+    namespaceOf "$mode"
+    [ ${#namespace[@]} = 0 ] || namespace+=(--mount-proc)
+    # In a namespace of its own too: however this ends, mmdebstrap's mounts and processes go with it.
+    setpriv --pdeathsig KILL ${namespace[@]+"${namespace[@]}"} mmdebstrap "${options[@]}" </dev/null >&2 &
+    # shellcheck disable=SC2064
+    trap "abandonRoot $! '$root.new' 130" INT
+    # shellcheck disable=SC2064
+    trap "abandonRoot $! '$root.new' 143" TERM HUP
+    code=0
+    wait $! || code=$?
+    trap - INT TERM HUP
+    if [ $code != 0 ]; then
+        removeRoot "$root.new"
+        die "The $1 build root could not be made: see the lines above (without a network there is no first call)."
+    fi
+    mv "$root.new" "$root"
+}
+
+abandonRoot() { # PID ROOT CODE
+    trap '' INT TERM HUP
+    say "Interrupted; removing the unfinished root …"
+    kill -KILL "$1" 2>/dev/null
+    wait "$1" 2>/dev/null || true
+    removeRoot "$2"
+    exit "$3"
+}
+
+# An ordinary user can only remove files of the namespace's other users from within.
+removeRoot() { # ROOT
+    [ -e "$1" ] || return 0
+    if [ "$(entryMode)" = users ]; then "${userNamespace[@]}" rm -rf "$1"; else rm -rf "$1"; fi
+}
+
+# Runs a command as the root's administrator, who installs packages; proot is no help there.
+administer() { # NAME COMMAND...
+    if [ "$(entryMode)" = proot ]; then
+        [ "$(id -u)" = 0 ] || die "missing: $(userObstacle)"
+        DEBIAN_FRONTEND=noninteractive chroot "$rootsHome/$1" "${@:2}" </dev/null
+    else
+        enter "$@" </dev/null
+    fi
 }
 
 # Runs a command in a root, in a mount and process namespace of its own, so that neither mounts nor processes are left,
 # however it ends. The command's exit code is the result; INT, TERM and HUP are handed on to it.
 enter() { # NAME COMMAND...
-    local inside=(setpriv --pdeathsig KILL unshare --mount --pid --fork --kill-child
-        bash "$project/tools/buildroot/inside.sh" "$rootsHome/$1" "$project" "$cacheHome" "${@:2}")
+    local mode namespace inside atOurDeath=KILL
+    mode=$(entryMode)
+    namespaceOf "$mode"
+    [ "$mode" != proot ] || atOurDeath=TERM # inside.sh has to end the command then; no kernel does it
+    # The shell ignores INT and QUIT for what it starts in the background, and a shell cannot trap what it came to ignored.
+    inside=(setpriv --pdeathsig "$atOurDeath" env --default-signal=INT --default-signal=QUIT ${namespace[@]+"${namespace[@]}"}
+        bash "$project/tools/buildroot/inside.sh" "$mode" "$rootsHome/$1" "$project" "$cacheHome" "${@:2}")
     if [ -t 0 ]; then
         trap : INT
-        "${inside[@]}"
+        "${inside[@]}" 9>&-
         return
     fi
-    "${inside[@]}" <&0 &
-    local unsharePid=$! code signal
+    "${inside[@]}" <&0 9>&- &
+    local started=$! code signal
     for signal in INT TERM HUP; do
         # shellcheck disable=SC2064
-        trap "forward $signal $unsharePid" "$signal"
+        trap "forward $signal $started $mode" "$signal"
     done
     while :; do
         code=0
-        wait "$unsharePid" || code=$?
-        kill -0 "$unsharePid" 2>/dev/null || break
+        wait "$started" || code=$?
+        kill -0 "$started" 2>/dev/null || break
     done
+    code=0 # a signal may have ended the wait above just when the command ended
+    wait "$started" || code=$?
     trap - INT TERM HUP
     return "$code"
 }
 
-forward() { # SIGNAL PARENT
-    local children
-    children=$(cat "/proc/$2/task/$2/children" 2>/dev/null) && [ -n "$children" ] || return 0
+# Inside.sh takes the signals: it is the child of unshare, or with proot what was started itself.
+forward() { # SIGNAL STARTED MODE
+    local receivers=$2
+    [ "$3" = proot ] || receivers=$(cat "/proc/$2/task/$2/children" 2>/dev/null) || return 0
+    [ -n "$receivers" ] || return 0
     # shellcheck disable=SC2086
-    kill -s "$1" $children 2>/dev/null || true
+    kill -s "$1" $receivers 2>/dev/null || true
 }
