@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Stands in for OBS Studio where only this matters: a process named obs64.exe with a visible window that goes when it is
-// asked to close. Notes its starts and its ends, with its working folder, in obs64.log beside it.
+// Stands in for OBS Studio where only this matters: a process named obs64.exe with a visible window that goes when it
+// is asked to close. Notes its starts and its ends, with its working folder, in obs64.log beside it.
 #include <windows.h>
 
 #include <fstream>
@@ -36,7 +36,8 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int)
     windowClass.hInstance = instance;
     windowClass.lpszClassName = "StandInObs";
     RegisterClassA(&windowClass);
-    CreateWindowA("StandInObs", "OBS", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 700, 500, 200, 100, nullptr, nullptr, instance, nullptr);
+    CreateWindowA("StandInObs", "OBS", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 700, 500, 200, 100, nullptr, nullptr, instance,
+                  nullptr);
     note("start");
     MSG message;
     while (GetMessageA(&message, nullptr, 0, 0) > 0) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The built module as Windows loads it, with obs.dll and obs-frontend-api.dll made from the double: OBS's part is played
-// from here, in OBS's order. TARVOLINE_TEST_MODULE names another module file than the built one.
+// The built module as Windows loads it, with obs.dll and obs-frontend-api.dll made from the double: OBS's part is
+// played from here, in OBS's order. TARVOLINE_TEST_MODULE names another module file than the built one.
 #include "support/obsdouble.h"
 
 #include <QApplication>
@@ -184,16 +184,12 @@ private Q_SLOTS:
         passphrase->setText(u"geheimnis1234"_s);
         Q_EMIT passphrase->editingFinished();
         module.close();
-        const QString output =
-            registryOutput({u"query"_s, u"HKCU\\Software\\Tarvoline\\SRTLA OBS Plugin"_s});
+        const QString output = registryOutput({u"query"_s, u"HKCU\\Software\\Tarvoline\\SRTLA OBS Plugin"_s});
         QVERIFY2(output.contains("geheimnis1234"_L1), qPrintable(output));
     }
 
 private:
-    static QString moduleFile()
-    {
-        return qEnvironmentVariable("TARVOLINE_TEST_MODULE", QStringLiteral(MODULE_FILE));
-    }
+    static QString moduleFile() { return qEnvironmentVariable("TARVOLINE_TEST_MODULE", QStringLiteral(MODULE_FILE)); }
 };
 
 QTEST_MAIN(TestLoadLibrary)
