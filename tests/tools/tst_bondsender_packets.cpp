@@ -30,8 +30,8 @@ class TestBondsenderPackets : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void classifiesByTypeAndLength_data();
-    void classifiesByTypeAndLength();
+    void classification_data();
+    void classification();
     void registrationsCarryTheId();
     void keepaliveBringsItsStampBack();
     void srtlaAckNamesTenNumbers();
@@ -42,28 +42,28 @@ private Q_SLOTS:
     void sequencesRunInACircle();
 };
 
-void TestBondsenderPackets::classifiesByTypeAndLength_data()
+void TestBondsenderPackets::classification_data()
 {
     QTest::addColumn<Bytes>("datagram");
     QTest::addColumn<Incoming>("kind");
-    QTest::newRow("empty") << Bytes{} << Incoming::malformed;
-    QTest::newRow("one byte") << Bytes{0x92} << Incoming::malformed;
-    QTest::newRow("REG2") << filled({0x92, 0x01}, 258) << Incoming::groupCreated;
-    QTest::newRow("short REG2") << filled({0x92, 0x01}, 257) << Incoming::malformed;
-    QTest::newRow("REG3") << Bytes{0x92, 0x02} << Incoming::linkRegistered;
-    QTest::newRow("long REG3") << Bytes{0x92, 0x02, 0x00} << Incoming::malformed;
-    QTest::newRow("REG_ERR") << Bytes{0x92, 0x10} << Incoming::linkRefused;
-    QTest::newRow("REG_NGP") << Bytes{0x92, 0x11} << Incoming::groupUnknown;
-    QTest::newRow("keepalive") << Bytes{0x90, 0x00} << Incoming::keepalive;
-    QTest::newRow("SRTLA ACK") << filled({0x91, 0x00}, 44) << Incoming::srtlaAck;
-    QTest::newRow("short SRTLA ACK") << filled({0x91, 0x00}, 40) << Incoming::malformed;
-    QTest::newRow("SRT ACK") << filled({0x80, 0x02}, 44) << Incoming::srt;
-    QTest::newRow("SRT data") << filled({0x00, 0x01}, 16) << Incoming::srt;
-    QTest::newRow("less than an SRT header") << filled({0x00, 0x01}, 15) << Incoming::malformed;
-    QTest::newRow("REG1 is never sent to us") << filled({0x92, 0x00}, 258) << Incoming::malformed;
+    QTest::newRow("empty") << Bytes{} << Incoming::Malformed;
+    QTest::newRow("one byte") << Bytes{0x92} << Incoming::Malformed;
+    QTest::newRow("REG2") << filled({0x92, 0x01}, 258) << Incoming::GroupCreated;
+    QTest::newRow("short REG2") << filled({0x92, 0x01}, 257) << Incoming::Malformed;
+    QTest::newRow("REG3") << Bytes{0x92, 0x02} << Incoming::LinkRegistered;
+    QTest::newRow("long REG3") << Bytes{0x92, 0x02, 0x00} << Incoming::Malformed;
+    QTest::newRow("REG_ERR") << Bytes{0x92, 0x10} << Incoming::LinkRefused;
+    QTest::newRow("REG_NGP") << Bytes{0x92, 0x11} << Incoming::GroupUnknown;
+    QTest::newRow("keepalive") << Bytes{0x90, 0x00} << Incoming::Keepalive;
+    QTest::newRow("SRTLA ACK") << filled({0x91, 0x00}, 44) << Incoming::SrtlaAck;
+    QTest::newRow("short SRTLA ACK") << filled({0x91, 0x00}, 40) << Incoming::Malformed;
+    QTest::newRow("SRT ACK") << filled({0x80, 0x02}, 44) << Incoming::Srt;
+    QTest::newRow("SRT data") << filled({0x00, 0x01}, 16) << Incoming::Srt;
+    QTest::newRow("less than an SRT header") << filled({0x00, 0x01}, 15) << Incoming::Malformed;
+    QTest::newRow("REG1 is never sent to us") << filled({0x92, 0x00}, 258) << Incoming::Malformed;
 }
 
-void TestBondsenderPackets::classifiesByTypeAndLength()
+void TestBondsenderPackets::classification()
 {
     QFETCH(Bytes, datagram);
     QFETCH(Incoming, kind);

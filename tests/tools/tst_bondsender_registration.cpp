@@ -76,15 +76,14 @@ void TestBondsenderRegistration::everyLinkJoinsTheGroup()
 {
     Registration registration(proposal, linkCount);
     (void)registration.due(start);
-    QVERIFY(registration.take(0, makeReg2(group), start) == Change::groupCreated);
+    QVERIFY(registration.take(0, makeReg2(group), start) == Change::GroupCreated);
     const auto outgoing = registration.due(start);
     QCOMPARE(outgoing.size(), linkCount);
     for (std::size_t link = 0; link < linkCount; ++link) {
-        QCOMPARE(outgoing[link].link, link);
-        QCOMPARE(outgoing[link].datagram, makeReg2(group));
-        QVERIFY(registration.state(link) == LinkState::joining);
-        QVERIFY(registration.take(link, reg3, start) == Change::linkRegistered);
-        QVERIFY(registration.state(link) == LinkState::registered);
+        QVERIFY(outgoing[link].link == link && outgoing[link].datagram == makeReg2(group));
+        QVERIFY(registration.state(link) == LinkState::Joining);
+        QVERIFY(registration.take(link, reg3, start) == Change::LinkRegistered);
+        QVERIFY(registration.state(link) == LinkState::Registered);
     }
     QVERIFY(registration.due(start + 1h).empty());
 }
@@ -105,14 +104,14 @@ void TestBondsenderRegistration::repeatsReg2UntilAnswered()
 void TestBondsenderRegistration::ignoresAGroupOfAnotherSender()
 {
     Registration registration(proposal, linkCount);
-    QVERIFY(registration.take(0, makeReg2(idWith(0xAB, 0xBB)), start) == Change::none);
+    QVERIFY(registration.take(0, makeReg2(idWith(0xAB, 0xBB)), start) == Change::None);
     QVERIFY(!registration.groupId());
 }
 
 void TestBondsenderRegistration::ignoresASecondGroup()
 {
     Registration registration = joined();
-    QVERIFY(registration.take(0, makeReg2(idWith(0xAA, 0xCC)), start) == Change::none);
+    QVERIFY(registration.take(0, makeReg2(idWith(0xAA, 0xCC)), start) == Change::None);
     QVERIFY(registration.groupId() == group);
 }
 
@@ -121,9 +120,9 @@ void TestBondsenderRegistration::beginsAnewWhenTheGroupIsGone()
     Registration registration = joined();
     registration.linkFellSilent(0, start);
     registration.linkFellSilent(1, start);
-    QVERIFY(registration.take(0, regNgp, start) == Change::groupGone);
-    QVERIFY(registration.take(1, regNgp, start) == Change::none);
-    QVERIFY(registration.state(2) == LinkState::waiting);
+    QVERIFY(registration.take(0, regNgp, start) == Change::GroupGone);
+    QVERIFY(registration.take(1, regNgp, start) == Change::None);
+    QVERIFY(registration.state(2) == LinkState::Waiting);
     const auto outgoing = registration.due(start);
     QCOMPARE(outgoing.size(), 1U);
     QCOMPARE(outgoing[0].datagram, makeReg1(proposal));
@@ -138,20 +137,20 @@ void TestBondsenderRegistration::aLateAnswerAboutTheOldGroupIsNoNews()
     registration.take(0, regNgp, start);
     (void)registration.due(start);
     const GroupId newGroup = idWith(0xAA, 0xCC);
-    QVERIFY(registration.take(0, makeReg2(newGroup), start) == Change::groupCreated);
+    QVERIFY(registration.take(0, makeReg2(newGroup), start) == Change::GroupCreated);
     (void)registration.due(start);
-    QVERIFY(registration.take(1, regNgp, start) == Change::none);
+    QVERIFY(registration.take(1, regNgp, start) == Change::None);
     QVERIFY(registration.groupId() == newGroup);
-    QVERIFY(registration.take(1, regNgp, start) == Change::groupGone);
+    QVERIFY(registration.take(1, regNgp, start) == Change::GroupGone);
 }
 
 void TestBondsenderRegistration::ignoresALateAnswerOnARegisteredLink()
 {
     Registration registration = joined();
-    QVERIFY(registration.take(0, regNgp, start) == Change::none);
-    QVERIFY(registration.take(0, regErr, start) == Change::none);
-    QVERIFY(registration.take(0, reg3, start) == Change::none);
-    QVERIFY(registration.state(0) == LinkState::registered);
+    QVERIFY(registration.take(0, regNgp, start) == Change::None);
+    QVERIFY(registration.take(0, regErr, start) == Change::None);
+    QVERIFY(registration.take(0, reg3, start) == Change::None);
+    QVERIFY(registration.state(0) == LinkState::Registered);
 }
 
 void TestBondsenderRegistration::silentLinkJoinsAgain()
@@ -162,7 +161,7 @@ void TestBondsenderRegistration::silentLinkJoinsAgain()
     QCOMPARE(outgoing.size(), 1U);
     QCOMPARE(outgoing[0].link, 1U);
     QCOMPARE(outgoing[0].datagram, makeReg2(group));
-    QVERIFY(registration.take(1, reg3, start + 5s) == Change::linkRegistered);
+    QVERIFY(registration.take(1, reg3, start + 5s) == Change::LinkRegistered);
 }
 
 void TestBondsenderRegistration::refusedLinkWaitsLonger()
@@ -170,7 +169,7 @@ void TestBondsenderRegistration::refusedLinkWaitsLonger()
     Registration registration = joined();
     registration.linkFellSilent(1, start);
     (void)registration.due(start);
-    QVERIFY(registration.take(1, regErr, start) == Change::linkRefused);
+    QVERIFY(registration.take(1, regErr, start) == Change::LinkRefused);
     QVERIFY(registration.due(start + Registration::refusedInterval - 1ms).empty());
     QCOMPARE(registration.due(start + Registration::refusedInterval).size(), 1U);
 }

@@ -27,7 +27,7 @@ public:
 private:
     struct Packet
     {
-        std::uint32_t sequence;
+        std::uint32_t sequence = 0;
         TimePoint sent;
     };
     std::deque<Packet> packets;

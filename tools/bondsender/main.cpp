@@ -36,6 +36,7 @@ int openSignals()
 void waitFor(const std::vector<int> &descriptors, Clock::duration longest)
 {
     std::vector<pollfd> polled;
+    polled.reserve(descriptors.size());
     for (const int descriptor : descriptors) {
         polled.push_back({descriptor, POLLIN, 0});
     }
@@ -78,11 +79,11 @@ int main(int argc, char **argv)
     std::string error;
     std::optional<Options> options = parseOptions(arguments, error);
     if (!options) {
-        std::fprintf(stderr, "bondsender: %s\n%s", error.c_str(), usageText.data());
+        std::fprintf(stderr, "bondsender: %s\n%s", error.c_str(), std::string(usageText).c_str());
         return exitUsage;
     }
     if (options->help) {
-        std::fputs(usageText.data(), stdout);
+        std::fputs(std::string(usageText).c_str(), stdout);
         return 0;
     }
     const bool live = !options->json && isatty(STDOUT_FILENO) != 0;
@@ -90,7 +91,7 @@ int main(int argc, char **argv)
         options->reportEvery = terminalInterval;
     }
     const TimePoint start = Clock::now();
-    Reporter reporter(options->json ? Reporter::Form::json : live ? Reporter::Form::live : Reporter::Form::text, start);
+    Reporter reporter(options->json ? Reporter::Form::Json : live ? Reporter::Form::Live : Reporter::Form::Text, start);
     Sender sender(*options, reporter, start);
     if (!sender.open(error)) {
         std::fprintf(stderr, "bondsender: %s\n", error.c_str());

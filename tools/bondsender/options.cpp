@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "options.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -185,12 +187,7 @@ bool setOption(Options &options, std::string_view name, const std::string &value
 bool takesValue(std::string_view name)
 {
     constexpr std::array<std::string_view, 6> names{"--listen", "--to", "--link", "--id", "--seed", "--every"};
-    for (const std::string_view known : names) {
-        if (name == known) {
-            return true;
-        }
-    }
-    return false;
+    return std::ranges::find(names, name) != names.end();
 }
 
 } // namespace
@@ -207,7 +204,7 @@ std::optional<Microseconds> parseDuration(std::string_view text)
     }
     constexpr double longestSeconds = 1e6;
     const auto number = parseNumber<double>(text);
-    if (!number || !(*number >= 0 && *number <= longestSeconds)) {
+    if (!number || std::isnan(*number) || *number < 0 || *number > longestSeconds) {
         return std::nullopt;
     }
     return Microseconds(static_cast<std::int64_t>(*number * static_cast<double>(unit)));
@@ -255,7 +252,9 @@ std::optional<Options> parseOptions(std::span<const std::string> arguments, std:
             return std::nullopt;
         }
         if (!setOption(options, name, arguments[at], error)) {
-            error = error.empty() ? "bad value: " + name + " " + arguments[at] : error;
+            if (error.empty()) {
+                error.append("bad value: ").append(name).append(" ").append(arguments[at]);
+            }
             return std::nullopt;
         }
         listenGiven = listenGiven || name == "--listen";

@@ -65,25 +65,25 @@ Bytes makeRegistration(std::uint16_t type, const GroupId &id)
 Incoming classifyIncoming(ByteView datagram)
 {
     const std::size_t size = datagram.size();
-    const auto only = [size](std::size_t wanted, Incoming kind) { return size == wanted ? kind : Incoming::malformed; };
+    const auto only = [size](std::size_t wanted, Incoming kind) { return size == wanted ? kind : Incoming::Malformed; };
     switch (typeOf(datagram)) {
     case typeKeepalive:
-        return Incoming::keepalive;
+        return Incoming::Keepalive;
     case typeSrtlaAck:
-        return only(srtlaAckSize, Incoming::srtlaAck);
+        return only(srtlaAckSize, Incoming::SrtlaAck);
     case typeReg2:
-        return only(registrationSize, Incoming::groupCreated);
+        return only(registrationSize, Incoming::GroupCreated);
     case typeReg3:
-        return only(typeSize, Incoming::linkRegistered);
+        return only(typeSize, Incoming::LinkRegistered);
     case typeRegErr:
-        return only(typeSize, Incoming::linkRefused);
+        return only(typeSize, Incoming::LinkRefused);
     case typeRegNgp:
-        return only(typeSize, Incoming::groupUnknown);
+        return only(typeSize, Incoming::GroupUnknown);
     default:
         break;
     }
     const bool srtlaType = (typeOf(datagram) & srtlaMask) == srtlaFamily;
-    return srtlaType || size < srtHeaderSize ? Incoming::malformed : Incoming::srt;
+    return srtlaType || size < srtHeaderSize ? Incoming::Malformed : Incoming::Srt;
 }
 
 Bytes makeReg1(const GroupId &proposal)
@@ -107,7 +107,7 @@ Bytes makeKeepalive(std::uint64_t stamp)
 
 std::optional<GroupId> groupIdOf(ByteView datagram)
 {
-    if (classifyIncoming(datagram) != Incoming::groupCreated) {
+    if (classifyIncoming(datagram) != Incoming::GroupCreated) {
         return std::nullopt;
     }
     GroupId id;
@@ -126,7 +126,7 @@ std::optional<std::uint64_t> keepaliveStamp(ByteView datagram)
 std::vector<std::uint32_t> srtlaAckedNumbers(ByteView datagram)
 {
     std::vector<std::uint32_t> numbers;
-    if (classifyIncoming(datagram) != Incoming::srtlaAck) {
+    if (classifyIncoming(datagram) != Incoming::SrtlaAck) {
         return numbers;
     }
     for (std::size_t offset = srtlaAckHeaderSize; offset < srtlaAckSize; offset += wordSize) {

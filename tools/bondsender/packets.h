@@ -22,14 +22,14 @@ using GroupId = std::array<std::uint8_t, groupIdSize>;
 
 /// What a datagram from the receiver is.
 enum class Incoming {
-    keepalive,
-    srtlaAck,
-    groupCreated,   ///< REG2: carries the id of the group that our REG1 made
-    linkRegistered, ///< REG3
-    linkRefused,    ///< REG_ERR: this endpoint belongs to another group
-    groupUnknown,   ///< REG_NGP: the receiver knows no such group
-    srt,            ///< the SRT listener's, for the caller
-    malformed,
+    Keepalive,
+    SrtlaAck,
+    GroupCreated,   ///< REG2: carries the id of the group that our REG1 made
+    LinkRegistered, ///< REG3
+    LinkRefused,    ///< REG_ERR: this endpoint belongs to another group
+    GroupUnknown,   ///< REG_NGP: the receiver knows no such group
+    Srt,            ///< the SRT listener's, for the caller
+    Malformed,
 };
 
 /// Tells what \a datagram is, by its type word and the length that goes with it.

@@ -22,7 +22,7 @@ std::vector<Outgoing> Registration::due(TimePoint now)
     }
     for (std::size_t index = 0; index < links.size(); ++index) {
         Link &link = links[index];
-        if (link.state == LinkState::joining && now >= link.nextTry) {
+        if (link.state == LinkState::Joining && now >= link.nextTry) {
             outgoing.push_back({index, makeReg2(*group)});
             link.nextTry = now + retryInterval;
             link.asked = true;
@@ -34,39 +34,39 @@ std::vector<Outgoing> Registration::due(TimePoint now)
 Registration::Change Registration::take(std::size_t index, ByteView datagram, TimePoint now)
 {
     const Incoming kind = classifyIncoming(datagram);
-    if (kind == Incoming::groupCreated) {
+    if (kind == Incoming::GroupCreated) {
         return acceptGroup(datagram, now);
     }
     Link &link = links[index];
-    if (kind == Incoming::groupUnknown && link.staleAnswer) {
+    if (kind == Incoming::GroupUnknown && link.staleAnswer) {
         link.staleAnswer = false;
-        return Change::none;
+        return Change::None;
     }
-    if (link.state != LinkState::joining) {
-        return Change::none;
+    if (link.state != LinkState::Joining) {
+        return Change::None;
     }
     switch (kind) {
-    case Incoming::linkRegistered:
-        link.state = LinkState::registered;
+    case Incoming::LinkRegistered:
+        link.state = LinkState::Registered;
         link.asked = false;
-        return Change::linkRegistered;
-    case Incoming::linkRefused:
+        return Change::LinkRegistered;
+    case Incoming::LinkRefused:
         link.nextTry = now + refusedInterval;
         link.asked = false;
-        return Change::linkRefused;
-    case Incoming::groupUnknown:
+        return Change::LinkRefused;
+    case Incoming::GroupUnknown:
         link.asked = false;
         forgetGroup(now);
-        return Change::groupGone;
+        return Change::GroupGone;
     default:
-        return Change::none;
+        return Change::None;
     }
 }
 
 void Registration::linkFellSilent(std::size_t link, TimePoint now)
 {
     if (group) {
-        links[link].state = LinkState::joining;
+        links[link].state = LinkState::Joining;
         links[link].nextTry = now;
     }
 }
@@ -77,14 +77,14 @@ Registration::Change Registration::acceptGroup(ByteView datagram, TimePoint now)
     // The answer to an earlier REG1 that was repeated meanwhile names a group that the repetition has replaced; the
     // REG2 that follows is refused as unknown then, and registration begins anew.
     if (group || !id || !std::equal(id->begin(), id->begin() + senderHalfSize, proposal.begin())) {
-        return Change::none;
+        return Change::None;
     }
     group = id;
     for (Link &link : links) {
-        link.state = LinkState::joining;
+        link.state = LinkState::Joining;
         link.nextTry = now;
     }
-    return Change::groupCreated;
+    return Change::GroupCreated;
 }
 
 void Registration::forgetGroup(TimePoint now)
@@ -92,7 +92,7 @@ void Registration::forgetGroup(TimePoint now)
     group.reset();
     // The receiver tells every link that has asked; only the first to be told is news.
     for (Link &link : links) {
-        link.state = LinkState::waiting;
+        link.state = LinkState::Waiting;
         link.staleAnswer = link.asked;
         link.asked = false;
     }

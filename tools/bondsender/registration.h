@@ -22,9 +22,9 @@ struct Outgoing
 class Registration
 {
 public:
-    enum class LinkState { waiting, joining, registered };
+    enum class LinkState { Waiting, Joining, Registered };
     /// What a datagram from the receiver has changed.
-    enum class Change { none, groupCreated, linkRegistered, linkRefused, groupGone };
+    enum class Change { None, GroupCreated, LinkRegistered, LinkRefused, GroupGone };
 
     /// Unanswered registrations are repeated this often.
     static constexpr std::chrono::milliseconds retryInterval{1000};
@@ -46,7 +46,7 @@ public:
 private:
     struct Link
     {
-        LinkState state = LinkState::waiting;
+        LinkState state = LinkState::Waiting;
         TimePoint nextTry;
         bool asked = false;       ///< a REG2 has gone out, and no answer has come yet
         bool staleAnswer = false; ///< the answer to a REG2 for a group since given up may still come

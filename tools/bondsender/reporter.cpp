@@ -63,7 +63,7 @@ void Reporter::event(std::string_view name, std::initializer_list<std::pair<std:
 {
     const double time = seconds(std::chrono::duration_cast<Microseconds>(now - started));
     std::string line;
-    if (form == Form::json) {
+    if (form == Form::Json) {
         // Values are numbers, addresses and fixed words: nothing in them needs escaping.
         line = std::format(R"({{"event":"{}","seconds":{:.3f})", name, time);
         for (const auto &[key, value] : details) {
@@ -83,7 +83,7 @@ void Reporter::event(std::string_view name, std::initializer_list<std::pair<std:
 
 void Reporter::totals(const Snapshot &snapshot)
 {
-    if (form == Form::json) {
+    if (form == Form::Json) {
         write(toJson(snapshot) + '\n');
     } else {
         writeLive(snapshot);
@@ -93,7 +93,7 @@ void Reporter::totals(const Snapshot &snapshot)
 void Reporter::writeLive(const Snapshot &snapshot)
 {
     std::string text;
-    if (form == Form::live && liveLines > 0) {
+    if (form == Form::Live && liveLines > 0) {
         text = std::format("\x1b[{}A", liveLines); // cursor up, over the lines of the last look
     }
     const double elapsed = seconds(snapshot.runningFor - previousTime);
@@ -102,7 +102,7 @@ void Reporter::writeLive(const Snapshot &snapshot)
         const Snapshot::Row &row = snapshot.links[index];
         const double bits = static_cast<double>(row.link.sentBytes - previousBytes[index]) * bitsPerByte;
         text += rowText(row, elapsed > 0 ? bits / elapsed / microsecondsPerSecond : 0);
-        text += form == Form::live ? "\x1b[K\n" : "\n"; // clear what the last look left on the line
+        text += form == Form::Live ? "\x1b[K\n" : "\n"; // clear what the last look left on the line
         previousBytes[index] = row.link.sentBytes;
     }
     previousTime = snapshot.runningFor;

@@ -44,7 +44,7 @@ struct Snapshot
 class Reporter
 {
 public:
-    enum class Form { json, text, live };
+    enum class Form { Json, Text, Live };
 
     Reporter(Form newForm, TimePoint start) : form(newForm), started(start) {}
 

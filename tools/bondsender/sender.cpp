@@ -52,6 +52,7 @@ std::vector<Link> makeLinks(const Options &options)
     const auto receiver = makeEndpoint(options.receiverAddress, options.receiverPort);
     const std::uint64_t seed = options.seed.value_or(randomSeed());
     std::vector<Link> links;
+    links.reserve(options.links.size());
     for (const LinkOptions &link : options.links) {
         links.emplace_back(link, receiver.value_or(Endpoint{}), seed + links.size());
     }
@@ -143,6 +144,7 @@ void Sender::readCaller(TimePoint now)
 void Sender::sendStream(const Bytes &datagram, TimePoint now)
 {
     std::vector<LinkLoad> loads;
+    loads.reserve(links.size());
     for (std::size_t index = 0; index < links.size(); ++index) {
         loads.push_back(links[index].load(isRegistered(index), now));
     }
@@ -167,15 +169,15 @@ void Sender::takeReplies(TimePoint now)
 void Sender::takeReply(std::size_t index, const Bytes &datagram, TimePoint now)
 {
     switch (classifyIncoming(datagram)) {
-    case Incoming::keepalive:
+    case Incoming::Keepalive:
         if (const auto stamp = keepaliveStamp(datagram)) {
             links[index].keepaliveAnswered(*stamp, now);
         }
         break;
-    case Incoming::srtlaAck:
+    case Incoming::SrtlaAck:
         links[index].acknowledgedOnLink(srtlaAckedNumbers(datagram));
         break;
-    case Incoming::srt:
+    case Incoming::Srt:
         for (Link &link : links) {
             if (const auto sequence = srtAckedUpTo(datagram)) {
                 link.acknowledgedUpTo(*sequence);
@@ -189,7 +191,7 @@ void Sender::takeReply(std::size_t index, const Bytes &datagram, TimePoint now)
             callerSocket.send(datagram, *caller);
         }
         break;
-    case Incoming::malformed:
+    case Incoming::Malformed:
         break;
     default:
         takeRegistration(index, datagram, now);
@@ -198,25 +200,28 @@ void Sender::takeReply(std::size_t index, const Bytes &datagram, TimePoint now)
 
 void Sender::takeRegistration(std::size_t index, const Bytes &datagram, TimePoint now)
 {
-    const auto &id = registration.groupId();
-    const std::string lastGroup = id ? shortName(*id) : "";
+    const auto groupName = [this] {
+        const auto &id = registration.groupId();
+        return id ? shortName(*id) : std::string();
+    };
+    const std::string lastGroup = groupName();
     switch (registration.take(index, datagram, now)) {
-    case Registration::Change::groupCreated:
+    case Registration::Change::GroupCreated:
         ++groupsCreated;
-        reporter.event("groupCreated", {{"group", shortName(*registration.groupId())}}, now);
+        reporter.event("groupCreated", {{"group", groupName()}}, now);
         nextTick = now;
         break;
-    case Registration::Change::linkRegistered:
+    case Registration::Change::LinkRegistered:
         reporter.event("linkRegistered", {{"link", links[index].address()}, {"group", lastGroup}}, now);
         break;
-    case Registration::Change::linkRefused:
+    case Registration::Change::LinkRefused:
         reporter.event("linkRefused", {{"link", links[index].address()}}, now);
         break;
-    case Registration::Change::groupGone:
+    case Registration::Change::GroupGone:
         reporter.event("groupGone", {{"group", lastGroup}}, now);
         nextTick = now;
         break;
-    case Registration::Change::none:
+    case Registration::Change::None:
         break;
     }
 }
@@ -258,7 +263,7 @@ void Sender::watchLink(std::size_t index, TimePoint now)
 
 bool Sender::isRegistered(std::size_t index) const
 {
-    return registration.state(index) == Registration::LinkState::registered;
+    return registration.state(index) == Registration::LinkState::Registered;
 }
 
 Snapshot Sender::snapshot(TimePoint now) const
@@ -271,8 +276,8 @@ Snapshot Sender::snapshot(TimePoint now) const
         const Link &link = links[index];
         const auto state = registration.state(index);
         const std::string word = link.isCut(now)                                ? "cut"
-                                 : state == Registration::LinkState::registered ? "registered"
-                                 : state == Registration::LinkState::joining    ? "joining"
+                                 : state == Registration::LinkState::Registered ? "registered"
+                                 : state == Registration::LinkState::Joining    ? "joining"
                                                                                 : "waiting";
         look.links.push_back({link.address(), link.port(), word, link.roundTrip(), link.unacknowledged(),
                               link.counters(), link.upCounters(), link.downCounters()});

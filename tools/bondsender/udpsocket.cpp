@@ -70,9 +70,9 @@ std::uint16_t UdpSocket::localPort() const
     return ntohs(address.sin_port);
 }
 
-std::optional<UdpSocket::Datagram> UdpSocket::receive()
+std::optional<UdpSocket::Datagram> UdpSocket::receive() const
 {
-    std::array<std::uint8_t, largestDatagram> buffer;
+    std::array<std::uint8_t, largestDatagram> buffer; // NOLINT(*-member-init): filled by the system
     sockaddr_in address{};
     socklen_t length = sizeof address;
     const ssize_t size = recvfrom(fd, buffer.data(), buffer.size(), 0, reinterpret_cast<sockaddr *>(&address), &length);
@@ -82,7 +82,7 @@ std::optional<UdpSocket::Datagram> UdpSocket::receive()
     return Datagram{Bytes(buffer.begin(), buffer.begin() + size), {address.sin_addr.s_addr, ntohs(address.sin_port)}};
 }
 
-void UdpSocket::send(ByteView datagram, const Endpoint &to)
+void UdpSocket::send(ByteView datagram, const Endpoint &to) const
 {
     const sockaddr_in address = toSystem(to);
     sendto(fd, datagram.data(), datagram.size(), 0, reinterpret_cast<const sockaddr *>(&address), sizeof address);

@@ -44,9 +44,9 @@ public:
     [[nodiscard]] int descriptor() const { return fd; }
     [[nodiscard]] std::uint16_t localPort() const;
     /// The next datagram that waits; nothing if there is none.
-    [[nodiscard]] std::optional<Datagram> receive();
+    [[nodiscard]] std::optional<Datagram> receive() const;
     /// A datagram that the system refuses is lost, as it would be on the road.
-    void send(ByteView datagram, const Endpoint &to);
+    void send(ByteView datagram, const Endpoint &to) const;
 
 private:
     int fd = -1;

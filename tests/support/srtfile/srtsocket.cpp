@@ -52,7 +52,7 @@ sockaddr_in loopback(int port)
 void writeLine(const std::string &line)
 {
     static std::mutex mutex;
-    const std::lock_guard lock(mutex);
+    const std::scoped_lock lock(mutex);
     std::fputs((line + '\n').c_str(), stdout);
     std::fflush(stdout);
 }

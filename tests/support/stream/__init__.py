@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The programs on a stream's road, for tests and demonstrations: SRT caller, bonding sender, engine host, SRT listener."""
+"""The programs on a stream's road: SRT caller, bonding sender, engine host, SRT listener."""
 
 from .process import PATIENCE_S, Ended, JsonProcess, TimedOut, free_udp_port
 from .programs import BondSender, EngineHost, SrtReceiver, SrtSender

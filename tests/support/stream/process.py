@@ -21,8 +21,8 @@ class Ended(AssertionError):
 
 
 class JsonProcess:
-    """A running program whose standard output is one JSON object a line; each is kept, in order, in `objects`, and as it
-    was written in `lines`."""
+    """A running program whose standard output is one JSON object a line; each is kept, in order, in `objects`, and as
+    it was written in `lines`."""
 
     def __init__(self, arguments, *, stderr=None):
         self.arguments = [str(word) for word in arguments]
@@ -30,8 +30,8 @@ class JsonProcess:
         self.objects = []
         self._news = threading.Condition()
         self._at_end = False
-        self._process = subprocess.Popen(self.arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=stderr,
-                                         encoding="utf-8")
+        self._process = subprocess.Popen(self.arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                         stderr=stderr, encoding="utf-8")
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
 
