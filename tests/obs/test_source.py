@@ -20,9 +20,14 @@ class SourceTest(case.ObsCase):
         self.dock = self.panel(self.obs)
         self.dock.wait_for_status("Aktiv")
 
-    def _end_without_leaks(self):
+    def _end_with_every_source_destroyed(self):
+        names = list(self.obs.remote.inputs())
         self.obs.quit()
-        self.assertIn("Number of memory leaks: 0", self.obs.log())
+        # Not OBS's count of leaked memory: a media source that is closed while it waits for a caller now and then loses
+        # some, also without the plug-in. A source whose reference was not given back lives until OBS clears the rest away.
+        before_the_rest = self.obs.log().split("Freeing OBS context data")[0]
+        for name in names:
+            self.assertIn(f"source '{name}' destroyed", before_the_rest)
 
     def _repair(self, log_end):
         before = self.dock.log()
@@ -55,7 +60,7 @@ class SourceTest(case.ObsCase):
         self._repair(_UPDATED)
         self.assertEqual(remote.settings(case.SOURCE)["input"], _URL.replace("5002", "6002"))
         self.assertEqual(remote.items(), [case.SOURCE])
-        self._end_without_leaks()
+        self._end_with_every_source_destroyed()
 
     def test_a_source_of_another_scene_is_updated_where_it_is(self):
         remote = self.obs.remote
@@ -66,7 +71,7 @@ class SourceTest(case.ObsCase):
         self._repair(_UPDATED)
         self.assertEqual(remote.items("Other"), [])
         self.assertEqual(remote.items(home), [case.SOURCE])
-        self._end_without_leaks()
+        self._end_with_every_source_destroyed()
 
     def test_a_renamed_source_is_left_alone_and_a_new_one_is_made(self):
         remote = self.obs.remote
@@ -75,7 +80,7 @@ class SourceTest(case.ObsCase):
         self._repair(_MADE)
         self.assertEqual(sorted(remote.inputs()), ["Mine", case.SOURCE])
         self.assertEqual(sorted(remote.items()), ["Mine", case.SOURCE])
-        self._end_without_leaks()
+        self._end_with_every_source_destroyed()
 
 
 if __name__ == "__main__":
