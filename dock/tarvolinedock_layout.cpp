@@ -44,6 +44,8 @@ QPushButton *buttonOfWidth(const QString &text, int maximumWidth)
 {
     auto *button = new QPushButton(text);
     button->setMaximumWidth(maximumWidth);
+    // OBS's themes pad buttons so widely that the words would be cut off at these widths.
+    button->setStyleSheet(QStringLiteral("padding-left: 2px; padding-right: 2px;"));
     return button;
 }
 

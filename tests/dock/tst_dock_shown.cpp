@@ -2,10 +2,12 @@
 // The shown panel: groups that open and close, scrolling, the way of the Tab key.
 #include "dockfixture.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
@@ -108,6 +110,16 @@ private Q_SLOTS:
         fixture->dock->resize(340, 1400);
         QTRY_VERIFY(!area->verticalScrollBar()->isVisible());
         QVERIFY(!area->horizontalScrollBar()->isVisible());
+    }
+
+    void themeWithWidePaddingCutsOffNoWord()
+    {
+        qApp->setStyleSheet(u"QPushButton { border: 1px solid gray; padding: 6px 20px; }"_s);
+        const auto restored = qScopeGuard([] { qApp->setStyleSheet(QString()); });
+        const QList<QPushButton *> buttons = fixture->dock->findChildren<QPushButton *>();
+        for (const QPushButton *button : buttons) {
+            QVERIFY2(button->sizeHint().width() <= button->maximumWidth(), qPrintable(button->text()));
+        }
     }
 
 private:
