@@ -77,12 +77,12 @@ userObstacle() {
     echo "user namespaces; run it as root, or have them allowed"
 }
 
-# Holds the lock of the root NAME in descriptor 9, and says when that takes a while.
+# Holds the lock of the root NAME in descriptor 8 (windows.sh holds others in 9), and says when that takes a while.
 lockRoot() { # NAME
-    exec 9>"$rootsHome/$1.lock"
-    flock --nonblock 9 && return
+    exec 8>"$rootsHome/$1.lock"
+    flock --nonblock 8 && return
     say "Waiting for another call that works on the $1 build root …"
-    flock 9
+    flock 8
 }
 
 # Makes the root NAME, or adds the packages that it lacks; one caller at a time.
@@ -102,7 +102,7 @@ ensureRoot() { # NAME
             die "Packages could not be added to the $1 build root: $missing"
         }
     fi
-    exec 9>&-
+    exec 8>&-
 }
 
 # Whole ones only: an interrupted installation leaves others behind.
@@ -186,10 +186,10 @@ enter() { # NAME COMMAND...
         bash "$project/tools/buildroot/inside.sh" "$mode" "$rootsHome/$1" "$project" "$cacheHome" "${@:2}")
     if [ -t 0 ]; then
         trap : INT
-        "${inside[@]}" 9>&-
+        "${inside[@]}" 8>&-
         return
     fi
-    "${inside[@]}" <&0 9>&- &
+    "${inside[@]}" <&0 8>&- &
     local started=$! code signal
     for signal in INT TERM HUP; do
         # shellcheck disable=SC2064
