@@ -49,6 +49,7 @@ class TestBondsenderRegistration : public QObject
 private Q_SLOTS:
     void repeatsReg1OnTheNextLink();
     void everyLinkJoinsTheGroup();
+    void answeredLinksAreRegistered();
     void repeatsReg2UntilAnswered();
     void ignoresAGroupOfAnotherSender();
     void ignoresASecondGroup();
@@ -81,6 +82,15 @@ void TestBondsenderRegistration::everyLinkJoinsTheGroup()
     QCOMPARE(outgoing.size(), linkCount);
     for (std::size_t link = 0; link < linkCount; ++link) {
         QVERIFY(outgoing[link].link == link && outgoing[link].datagram == makeReg2(group));
+    }
+}
+
+void TestBondsenderRegistration::answeredLinksAreRegistered()
+{
+    Registration registration(proposal, linkCount);
+    registration.take(0, makeReg2(group), start);
+    (void)registration.due(start);
+    for (std::size_t link = 0; link < linkCount; ++link) {
         QVERIFY(registration.state(link) == LinkState::Joining);
         QVERIFY(registration.take(link, reg3, start) == Change::LinkRegistered);
         QVERIFY(registration.state(link) == LinkState::Registered);
