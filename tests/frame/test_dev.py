@@ -38,6 +38,11 @@ def waitUntilGone(mark):
     return not running(mark)
 
 
+# A caller that runs this in the background may ignore interrupts, and what it starts would do so, too. Python's own
+# handler does not outlive the start of another program.
+signal.signal(signal.SIGINT, signal.default_int_handler)
+
+
 class Dev:
     """What holds on every kind of machine; "prefix" makes the machine poorer."""
 
@@ -81,8 +86,10 @@ class Dev:
             self.assertEqual(started.stdout.readline(), "ready\n")
             self.assertTrue(running(MARK))
             started.send_signal(number)
-            code = started.wait(PATIENCE_S)
-        return code
+            try:
+                return started.wait(PATIENCE_S)
+            finally:
+                started.kill()
 
     def testInterruptReachesTheCommandAndLeavesNoProcesses(self):
         self.assertEqual(self.interrupt(signal.SIGINT), 41)
