@@ -3,8 +3,8 @@ include(CTest)
 
 # tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds]
 #                    [SERVERS | JSON_SERVICE | VENDOR_SERVICE])
-# A Qt Test executable that CTest runs without a display, in a home of its own; with SERVERS beside the HTTPS servers of
-# tests/support/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's of withjsonservice.py, with
+# A Qt Test executable that CTest runs without a display (under Wine on a virtual one), in a home of its own; with
+# SERVERS beside the HTTPS servers of tests/support/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's of withjsonservice.py, with
 # VENDOR_SERVICE in a network in which the vendor's host is the real service (withvendorservice.py; Linux only).
 function(tarvoline_add_test name)
     cmake_parse_arguments(arg "SERVERS;JSON_SERVICE;VENDOR_SERVICE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
@@ -46,11 +46,15 @@ function(tarvoline_add_test name)
     if(NOT arg_LABELS)
         set(arg_LABELS unit)
     endif()
+    set(platform "QT_QPA_PLATFORM=offscreen")
+    if(CMAKE_CROSSCOMPILING)
+        set(platform "") # Qt's own windows on winetest.sh's screen
+    endif()
     set(sanitizer "")
     if(TARVOLINE_SANITIZE STREQUAL "thread")
         set(sanitizer "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan.supp")
     endif()
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}" SKIP_RETURN_CODE 77
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;HOME=${home};XDG_CONFIG_HOME=${home}/.config;XDG_RUNTIME_DIR=${home}/runtime;${sanitizer}")
+        ENVIRONMENT "${platform};HOME=${home};XDG_CONFIG_HOME=${home}/.config;XDG_RUNTIME_DIR=${home}/runtime;${sanitizer}")
 endfunction()
