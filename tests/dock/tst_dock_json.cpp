@@ -38,11 +38,6 @@ struct Answers
     }
 };
 
-int vendorConnections()
-{
-    return JsonService::connections(u"vendor"_s);
-}
-
 } // namespace
 
 class TestDockJson : public QObject
@@ -156,14 +151,14 @@ void TestDockJson::answersFailures()
 void TestDockJson::answersSeveralAtOnce()
 {
     constexpr int requests = 3;
-    const int before = vendorConnections();
+    const int before = JsonService::heldRequests();
     QStringList expected;
     for (int i = 0; i < requests; ++i) {
         expected += u"/hold/%1"_s.arg(i);
         post(expected.last());
     }
     // All of them are at the server before any of them is answered.
-    QTRY_COMPARE_WITH_TIMEOUT(vendorConnections(), before + requests, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(JsonService::heldRequests(), before + requests, patienceMs);
     QCOMPARE(answers->replies.size(), 0);
     JsonService::release();
     QTRY_COMPARE_WITH_TIMEOUT(answers->replies.size(), requests, patienceMs);
@@ -179,9 +174,9 @@ void TestDockJson::answersSeveralAtOnce()
 void TestDockJson::keepsTheMainThreadFree()
 {
     constexpr int enoughTurns = 100;
-    const int before = vendorConnections();
+    const int before = JsonService::heldRequests();
     post(u"/hold"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(vendorConnections(), before + 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(JsonService::heldRequests(), before + 1, patienceMs);
 
     int turns = 0;
     QTimer timer;
@@ -195,9 +190,9 @@ void TestDockJson::keepsTheMainThreadFree()
 
 void TestDockJson::dropsTheReplyOfADeadDock()
 {
-    const int before = vendorConnections();
+    const int before = JsonService::heldRequests();
     post(u"/hold"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(vendorConnections(), before + 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(JsonService::heldRequests(), before + 1, patienceMs);
     fixture->dock.reset();
     JsonService::release();
     QVERIFY(waitForWorkers());

@@ -18,7 +18,7 @@ inline int port(const QString &what)
     return QJsonDocument::fromJson(ports).object().value(what).toInt();
 }
 
-/** Sends a command and returns what has happened so far: "connections" (by port) and "probes" (requests). */
+/** Sends a command and returns what has happened so far: "connections" (by port), "held" and "probes" (requests). */
 inline QJsonObject control(const QJsonObject &command = {})
 {
     constexpr int patienceMs = 30000;
@@ -34,6 +34,12 @@ inline QJsonObject control(const QJsonObject &command = {})
 inline int connections(const QString &what)
 {
     return control().value(QStringLiteral("connections")).toObject().value(what).toInt(-1);
+}
+
+/** Requests to "/hold" that have arrived so far. */
+inline int heldRequests()
+{
+    return control().value(QStringLiteral("held")).toInt(-1);
 }
 
 /** Requests that reached the path of the public address query so far. */

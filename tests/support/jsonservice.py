@@ -40,6 +40,7 @@ class Service:
     def __init__(self):
         self.ports = {}
         self._counts = {}
+        self._held = 0
         self._listeners = []  # kept open, also those that nobody accepts from
         self._lock = threading.Lock()
         self._probes = []
@@ -118,6 +119,8 @@ class Service:
             path = answer["path"]
         name, _, argument = path[1:].partition("/")
         if name == "hold":
+            with self._lock:
+                self._held += 1
             self._released.wait()
             return echo(connection, request, argument)
         return ANSWERS.get(name, echo)(connection, request, argument)
@@ -132,7 +135,8 @@ class Service:
                     self._released.clear()
                 if command.get("release"):
                     self._released.set()
-                stream.write(json.dumps({"connections": self._counts, "probes": self._probes}) + "\n")
+                state = {"connections": self._counts, "held": self._held, "probes": self._probes}
+                stream.write(json.dumps(state) + "\n")
             stream.flush()
 
 
