@@ -8,6 +8,13 @@
 #include "udpport.h"
 #include "udpreading.h"
 
+namespace {
+
+/// How long replies may wait for a signal that may never come, far below what a sender waits for an answer.
+constexpr qint64 lookAgainMs = 20;
+
+} // namespace
+
 SrtlaEngine::SrtSocket::SrtSocket() = default;
 SrtlaEngine::SrtSocket::~SrtSocket() = default;
 
@@ -34,6 +41,9 @@ void SrtlaEngine::forwardToSrt(const QSharedPointer<SrtlaGroup> &group, const QB
     // Closed when a slot that heard of the new socket stopped the engine.
     if (group->srtSocket && group->srtSocket->isOpen()) {
         group->srtSocket->write(datagram);
+        if (!signalsOutliveErrors() && nowMs() - group->srtSocket->lastReadMs >= lookAgainMs) {
+            readSrtDatagrams(group->id);
+        }
     }
 }
 
@@ -44,6 +54,7 @@ void SrtlaEngine::readSrtDatagrams(const QByteArray &groupId)
     if (!group || !group->srtSocket) {
         return;
     }
+    group->srtSocket->lastReadMs = nowMs();
     drainDatagrams(*group->srtSocket,
                    [this, &group](const QNetworkDatagram &received) { routeSrtReply(*group, received.data()); });
     releaseAfterHandler(std::move(group));

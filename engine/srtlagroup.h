@@ -20,6 +20,8 @@ public:
     ~SrtSocket() override;
 
     QByteArray groupId;
+    /// When the engine last looked for datagrams, by its clock.
+    qint64 lastReadMs = 0;
 };
 
 /// One link of a group. Times are milliseconds of the engine's clock.

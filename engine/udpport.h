@@ -16,3 +16,6 @@ void enlargeReceiveBuffer(QUdpSocket &socket);
 /// fails when any other socket holds it, one that shares included, and keeps later ones out. On failure the result is
 /// false and the socket's errorString says why. 0 lets the system choose a port.
 [[nodiscard]] bool bindExclusively(QUdpSocket &socket, quint16 port);
+
+/// Whether a socket that an ICMP error was reported on is sure to signal readyRead for the datagrams that come later.
+[[nodiscard]] bool signalsOutliveErrors();

@@ -23,3 +23,8 @@ bool bindExclusively(QUdpSocket &socket, quint16 port)
     ::setsockopt(static_cast<int>(socket.socketDescriptor()), SOL_SOCKET, SO_REUSEADDR, &off, sizeof off);
     return true;
 }
+
+bool signalsOutliveErrors()
+{
+    return true;
+}
