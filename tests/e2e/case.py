@@ -14,8 +14,8 @@ import stream  # noqa: E402
 _PROJECT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build" / "linux"))
 
-# SRT drops what comes too late: under Wine a slower stream with more time keeps the machine's load out of the result. Rate
-# times time must fit SRT's receive buffer of 8192 packets.
+# SRT drops what comes too late: under Wine a slower stream with more time keeps the machine's load out of the result.
+# Rate times time must fit SRT's receive buffer of 8192 packets.
 _EASIER_STREAM = {"megabits_per_second": 16.0, "latency_ms": 5000} if "TARVOLINE_UNDER_WINE" in os.environ else {}
 
 
