@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The packages for Windows on a Windows machine of each test's own (Wine).
 
-Usage: test_packages.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE
+Usage: test_packages.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE TEST-THAT-LOADS-THE-MODULE
 """
 
 import hashlib
@@ -39,7 +39,7 @@ OBS_PROGRAM = OBS_FOLDER + "/bin/64bit/obs64.exe"
 
 
 class Packages(unittest.TestCase):
-    folder = version = standInObs = tools = None
+    folder = version = standInObs = tools = moduleTest = None
 
     def setUp(self):
         self.machine = WineMachine(self.tools, dict(os.environ))
@@ -80,6 +80,17 @@ class Packages(unittest.TestCase):
         entry = self.machine.registry(APP_KEY)
         self.assertEqual(entry["DisplayName"], "Tarvoline SRTLA for OBS Studio")
         self.assertEqual(entry["DisplayVersion"], self.version)
+
+    def testTheInstalledModuleLoads(self):
+        self.assertEqual(self.install(), 0)
+        report = self.machine.driveC / "report.txt"
+        self.machine.setEnvironment("TARVOLINE_TEST_MODULE", f"C:/{PLUGINS}/tarvoline-srtla/{MODULE}")
+        result = self.machine.run(self.moduleTest, "-o", r"C:\report.txt,txt")
+        self.assertEqual(result.returncode, 0, report.read_text() if report.exists() else result.stdout)
+        # Without its module in place the same test fails: it is this file that was loaded.
+        (self.app / MODULE).unlink()
+        self.assertNotEqual(self.machine.run(self.moduleTest, "-o", r"C:\report.txt,txt",
+                                             "everyEntryPointAnswersInTheOrderOfObs").returncode, 0)
 
     def testUninstallLeavesTheSettingsAlone(self):
         self.machine.setRegistry(SETTINGS, "listenPort", "5000")
@@ -212,5 +223,5 @@ def wine(path):
 if __name__ == "__main__":
     Packages.folder = Archives.folder = Path(sys.argv[1])
     Packages.version = Archives.version = sys.argv[2]
-    Packages.standInObs, Packages.tools = Path(sys.argv[3]), Path(sys.argv[4])
-    unittest.main(argv=sys.argv[:1] + sys.argv[5:])
+    Packages.standInObs, Packages.tools, Packages.moduleTest = map(Path, sys.argv[3:6])
+    unittest.main(argv=sys.argv[:1] + sys.argv[6:])

@@ -49,6 +49,9 @@ class WineMachine:
         path.write_bytes(content)
         return path
 
+    def setEnvironment(self, name, value):
+        self._environment[name] = value
+
     def setRegistry(self, key, name, value):
         which = ["/v", name] if name else ["/ve"]
         assert self.run("reg", "add", key, *which, "/d", value, "/f").returncode == 0
