@@ -191,16 +191,10 @@ void TestDockInstall::asksToTheLetter()
     const QList<ServerRequest> requests = fixture.servers.requests();
     QCOMPARE(requests.size(), 1);
     QCOMPARE(requests.first().body, QByteArray());
-    QByteArrayList lines = requests.first().head.split('\n');
-    QCOMPARE(lines.takeFirst(), QByteArray("GET /setup.exe HTTP/1.1\r"));
-    // Qt's own: what this Qt can unpack, and the user's language.
-    lines.removeIf([](const QByteArray &line) {
-        return line.startsWith("Accept-Encoding: ") || line.startsWith("Accept-Language: ");
-    });
-    std::sort(lines.begin(), lines.end());
-    const QByteArrayList expected{"", "\r", "Connection: Keep-Alive\r", "Host: " + QByteArray(vendorHost) + "\r",
-                                  "User-Agent: Tarvoline-SRTLA/0.9.2\r"};
-    QCOMPARE(lines, expected);
+    QVERIFY(requests.first().head.startsWith("GET /setup.exe HTTP/1.1\r\n"));
+    const QByteArrayList expected{"", "\r", "connection: Keep-Alive\r", "host: " + QByteArray(vendorHost) + "\r",
+                                  "user-agent: Tarvoline-SRTLA/0.9.2\r"};
+    QCOMPARE(headerLines(requests.first().head), expected);
 
     QCOMPARE(fixture.network->made().size(), 1);
     const QNetworkRequest request = fixture.network->made().first();

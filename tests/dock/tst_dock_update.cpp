@@ -146,21 +146,15 @@ void TestDockUpdate::asksToTheLetter()
     QCOMPARE(requests.size(), 1);
     QCOMPARE(requests.first().door, u"proxy"_s);
     QCOMPARE(requests.first().body, QByteArray());
-    QByteArrayList lines = requests.first().head.split('\n');
-    QCOMPARE(lines.takeFirst(), QByteArray("GET /update.json HTTP/1.1\r"));
-    // Qt's own: what this Qt can unpack, and the user's language.
-    lines.removeIf([](const QByteArray &line) {
-        return line.startsWith("Accept-Encoding: ") || line.startsWith("Accept-Language: ");
-    });
-    std::sort(lines.begin(), lines.end());
+    QVERIFY(requests.first().head.startsWith("GET /update.json HTTP/1.1\r\n"));
     const QByteArrayList expected{"",
                                   "\r",
-                                  "Accept: application/json\r",
-                                  "Cache-Control: no-cache\r",
-                                  "Connection: Keep-Alive\r",
-                                  "Host: " + vendor.toLatin1() + "\r",
-                                  "User-Agent: Tarvoline-SRTLA/0.9.2\r"};
-    QCOMPARE(lines, expected);
+                                  "accept: application/json\r",
+                                  "cache-control: no-cache\r",
+                                  "connection: Keep-Alive\r",
+                                  "host: " + vendor.toLatin1() + "\r",
+                                  "user-agent: Tarvoline-SRTLA/0.9.2\r"};
+    QCOMPARE(headerLines(requests.first().head), expected);
 
     QCOMPARE(fixture.network->made().size(), 1);
     const QNetworkRequest request = fixture.network->made().first();

@@ -9,6 +9,26 @@
 #include <QPushButton>
 #include <QTest>
 
+#include <algorithm>
+
+/**
+ * The lines of a request's head below the first, sorted, with the names of the headers in lower case as Qt 6.8 writes
+ * them, and without those of Qt's own: what this Qt can unpack, and the user's language.
+ */
+inline QByteArrayList headerLines(const QByteArray &head)
+{
+    QByteArrayList lines = head.split('\n').mid(1);
+    for (QByteArray &line : lines) {
+        const qsizetype name = line.indexOf(':') + 1;
+        line = line.first(name).toLower() + line.sliced(name);
+    }
+    lines.removeIf([](const QByteArray &line) {
+        return line.startsWith("accept-encoding: ") || line.startsWith("accept-language: ");
+    });
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
 /** A quiet dock that was given what switches its updates on: a network manager and the two buttons. */
 class UpdateFixture : public DockFixture
 {
