@@ -14,9 +14,16 @@ import stream  # noqa: E402
 _PROJECT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build" / "linux"))
 
+UNDER_WINE = "TARVOLINE_UNDER_WINE" in os.environ
 # SRT drops what comes too late: under Wine a slower stream with more time keeps the machine's load out of the result.
 # Rate times time must fit SRT's receive buffer of 8192 packets.
-_EASIER_STREAM = {"megabits_per_second": 16.0, "latency_ms": 5000} if "TARVOLINE_UNDER_WINE" in os.environ else {}
+_EASIER_STREAM = {"megabits_per_second": 16.0, "latency_ms": 5000} if UNDER_WINE else {}
+
+
+def dropped_by_system(udp_port):
+    """Datagrams that arrived at a bound UDP port of this network and found its buffer full."""
+    rows = [row.split() for row in pathlib.Path("/proc/net/udp").read_text(encoding="ascii").splitlines()[1:]]
+    return sum(int(row[-1]) for row in rows if int(row[1].split(":")[1], 16) == udp_port)
 
 
 class RoadCase(unittest.TestCase):

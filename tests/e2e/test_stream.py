@@ -5,7 +5,7 @@ import filecmp
 import random
 import re
 
-from case import RoadCase, main
+from case import UNDER_WINE, RoadCase, dropped_by_system, main
 
 FILE_SIZE = 20 * 1024 * 1024 + 777  # not a multiple of a packet
 LINKS = ["127.0.0.11", "127.0.0.12", "127.0.0.13"]
@@ -56,6 +56,8 @@ class StreamTest(RoadCase):
         """What the engine host wrote fits what was sent to it, and it ends as it should."""
         delivered = sum(of_links(totals, "sent")) + sum(up(totals, "duplicated")) - sum(
             sum(up(totals, reason)) for reason in ("lost", "cut", "overflowed"))
+        if UNDER_WINE:  # too slow there, on a busy machine, for bursts; SRT sends again what they cost
+            delivered -= dropped_by_system(engine.port)
         engine.wait_for(lambda line: line.get("packets") == delivered, f"{delivered} packets counted")
         self.assertEqual(engine.stop(), 0)
 

@@ -2,6 +2,7 @@
 """A program that tells what it does in lines of JSON."""
 
 import json
+import os
 import signal
 import socket
 import subprocess
@@ -31,7 +32,7 @@ class JsonProcess:
         self._news = threading.Condition()
         self._at_end = False
         self._process = subprocess.Popen(self.arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                         stderr=stderr, encoding="utf-8")
+                                         stderr=stderr, encoding="utf-8", process_group=0)
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
 
@@ -81,9 +82,9 @@ class JsonProcess:
         return code
 
     def kill(self):
-        """Ends it at once, if it still runs."""
+        """Ends it at once, if it still runs, with what it has started: under Wine that holds our end of the pipe."""
         if self.running():
-            self._process.kill()
+            os.killpg(self.pid, signal.SIGKILL)
         self.exit_code()
 
     def tail(self) -> str:
