@@ -59,10 +59,15 @@ public:
         invoke("downloadAndInstallUpdate");
         QVERIFY(!checkButton->isEnabled());
         QVERIFY(!installButton->isEnabled());
+        waitForTheButtons();
+        waitForTheNetwork();
+    }
+    void waitForTheButtons() const
+    {
         QTRY_VERIFY_WITH_TIMEOUT(checkButton->isEnabled(), waitMs);
         QVERIFY(installButton->isEnabled());
-        QTRY_COMPARE_WITH_TIMEOUT(network->openReplies(), 0, waitMs);
     }
+    void waitForTheNetwork() const { QTRY_COMPARE_WITH_TIMEOUT(network->openReplies(), 0, waitMs); }
 
     [[nodiscard]] QString savedPath() const
     {

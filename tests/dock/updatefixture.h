@@ -25,7 +25,7 @@ inline QByteArrayList headerLines(const QByteArray &head)
     lines.removeIf([](const QByteArray &line) {
         return line.startsWith("accept-encoding: ") || line.startsWith("accept-language: ");
     });
-    std::sort(lines.begin(), lines.end());
+    std::ranges::sort(lines);
     return lines;
 }
 
@@ -34,10 +34,9 @@ class UpdateFixture : public DockFixture
 {
 public:
     explicit UpdateFixture(const QString &door = QStringLiteral("proxy"))
-        : network(std::make_unique<VendorNetwork>(servers, door)), probe(buildQuiet())
+        : network(std::make_unique<VendorNetwork>(servers, door)), probe(buildQuiet()),
+          checkButton(new QPushButton(dock.get())), installButton(new QPushButton(dock.get()))
     {
-        checkButton = new QPushButton(dock.get());
-        installButton = new QPushButton(dock.get());
         installButton->setVisible(false);
         probe.updateCheckButton() = checkButton;
         probe.installUpdateButton() = installButton;
