@@ -2,11 +2,12 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Makes the packages for Windows out of a built module: the installer, a zip for OBS's plug-in folder, a zip in the
 layout of a portable OBS, and SHA256SUMS. What stands behind "--" is the command that runs Inno Setup's compiler.
-The zips of two runs hold the same bytes; the installer carries the time of its making.
+The zips of two runs hold the same bytes, and so does the installer where SOURCE_DATE_EPOCH gives the time of its files.
 """
 
 import argparse
 import hashlib
+import os
 import shutil
 import subprocess
 import sys
@@ -98,12 +99,23 @@ def makeInstaller(stage, tree, arguments):
     readme.mkdir()
     for name, path in texts(arguments, "installed").items():
         shutil.copyfile(path, readme / name)
+    setTimes(tree, readme)
     defines = {"Tree": tree, "Readme": readme, "Output": arguments.output}
     result = subprocess.run([*arguments.iscc, *(f"/D{name}={windowsPath(path)}" for name, path in defines.items()),
                              windowsPath(arguments.script)], capture_output=True, text=True, errors="replace", check=False)
     if result.returncode != 0:
         sys.exit(f"The installer was not made:\n{result.stdout}{result.stderr}")
     return arguments.output / f"Tarvoline-SRTLA-Plugin-Setup-v{arguments.version}.exe"
+
+
+def setTimes(*folders):
+    """The files' times, which the installer notes, are those of the commit in a release."""
+    seconds = os.environ.get("SOURCE_DATE_EPOCH")
+    if seconds is None:
+        return
+    for folder in folders:
+        for path in folder.rglob("*"):
+            os.utime(path, (int(seconds), int(seconds)))
 
 
 def windowsPath(path):
