@@ -1,0 +1,119 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""packaging/release: the archive of the sources, and what it refuses. The packages have tests of their own."""
+
+import os
+import shutil
+import subprocess
+import tarfile
+import tempfile
+import unittest
+from pathlib import Path
+
+PROJECT = Path(__file__).resolve().parents[2]
+COMMITTED_AT = "2001-09-09T01:46:40+00:00"
+COMMITTED_AT_S = 1_000_000_000
+ARCHIVE = "tarvoline-srtla-7.8.9.tar.gz"
+
+
+class Release(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.project = self.folder / "project"
+        (self.project / "packaging").mkdir(parents=True)
+        shutil.copy(PROJECT / "packaging" / "release", self.project / "packaging")
+        (self.project / "buildspec.json").write_text(
+            '{\n    "name": "tarvoline-srtla",\n    "displayName": "Another",\n    "version": "7.8.9",\n'
+            '    "vendorHost": "vendor.test"\n}\n')
+        (self.project / ".gitignore").write_text("/build/\n/dist/\n")
+        self.git("init", "--quiet")
+        self.commit()
+
+    def git(self, *arguments):
+        author = {"GIT_AUTHOR_NAME": "a", "GIT_AUTHOR_EMAIL": "a@b", "GIT_COMMITTER_NAME": "a",
+                  "GIT_COMMITTER_EMAIL": "a@b", "GIT_AUTHOR_DATE": COMMITTED_AT, "GIT_COMMITTER_DATE": COMMITTED_AT}
+        subprocess.run(["git", *arguments], cwd=self.project, env=os.environ | author, check=True, capture_output=True)
+
+    def commit(self):
+        self.git("add", "--all")
+        self.git("commit", "--quiet", "--message", "x")
+
+    def release(self, *arguments):
+        return subprocess.run(["packaging/release", *arguments], cwd=self.project, capture_output=True, text=True,
+                              check=False)
+
+    def archive(self):
+        return self.project / "dist" / ARCHIVE
+
+    def assertRefused(self, done, *words):
+        self.assertEqual(done.returncode, 1, done.stderr)
+        for word in words:
+            self.assertIn(word, done.stderr)
+        self.assertFalse((self.project / "dist").exists())
+
+    def testTwoRunsGiveTheSameBytes(self):
+        self.assertEqual(self.release("--sources-only").returncode, 0)
+        first = self.archive().read_bytes()
+        # Other times of the files, another folder and another time of day must not show.
+        for path in self.project.glob("*.json"):
+            os.utime(path, (COMMITTED_AT_S * 1.5, COMMITTED_AT_S * 1.5))
+        self.project = self.project.rename(self.folder / "elsewhere")
+        self.assertEqual(self.release("--sources-only").returncode, 0)
+        self.assertEqual(self.archive().read_bytes(), first)
+        # gzip keeps a time in these bytes unless told not to: two runs within one second would agree all the same.
+        self.assertEqual(first[4:8], bytes(4))
+
+    def testTheArchiveHoldsTheCommitInOneFolder(self):
+        (self.project / "build").mkdir()
+        (self.project / "build" / "leftover").write_text("x")
+        self.assertEqual(self.release("--sources-only").returncode, 0)
+        with tarfile.open(self.archive()) as archive:
+            self.assertEqual({entry.name for entry in archive if entry.isfile()},
+                             {f"tarvoline-srtla-7.8.9/{name}"
+                              for name in ("buildspec.json", ".gitignore", "packaging/release")})
+            self.assertEqual({entry.mtime for entry in archive}, {COMMITTED_AT_S})
+
+    def testTheSumsAreThoseOfTheFiles(self):
+        self.assertEqual(self.release("--sources-only").returncode, 0)
+        done = subprocess.run(["sha256sum", "--check", "--strict", "SHA256SUMS"], cwd=self.project / "dist",
+                              capture_output=True, text=True, check=False)
+        self.assertEqual((done.returncode, done.stdout), (0, f"{ARCHIVE}: OK\n"))
+
+    def testAnEarlierReleaseIsReplaced(self):
+        (self.project / "dist").mkdir()
+        (self.project / "dist" / "old").write_text("x")
+        self.assertEqual(self.release("--sources-only").returncode, 0)
+        self.assertEqual({path.name for path in (self.project / "dist").iterdir()}, {ARCHIVE, "SHA256SUMS"})
+
+    def testAChangedFileIsRefused(self):
+        (self.project / "buildspec.json").write_text("{}")
+        self.assertRefused(self.release("--sources-only"), "buildspec.json", "Commit or stash")
+
+    def testANewFileIsRefused(self):
+        (self.project / "forgotten.cpp").write_text("")
+        self.assertRefused(self.release("--sources-only"), "forgotten.cpp", "Commit or stash")
+
+    def testSourcesWithoutGitAreRefused(self):
+        shutil.rmtree(self.project / ".git")
+        self.assertRefused(self.release("--sources-only"), "no Git checkout")
+
+    def testAFolderWithoutTheInstallerIsRefused(self):
+        self.assertRefused(self.release("--windows", str(self.folder)), "holds no Tarvoline-SRTLA-Plugin-Setup-v7.8.9.exe")
+
+    def testABuildThatFailsLeavesTheEarlierRelease(self):
+        (self.project / "dev").write_text("#!/bin/sh\nexit 1\n")
+        (self.project / "dev").chmod(0o755)
+        self.commit()
+        self.assertEqual(self.release("--sources-only").returncode, 0)
+        self.assertNotEqual(self.release().returncode, 0)
+        self.assertTrue(self.archive().exists())
+
+    def testAnUnknownOptionShowsTheUsage(self):
+        for arguments in (["--fast"], ["--windows"]):
+            done = self.release(*arguments)
+            self.assertEqual(done.returncode, 2)
+            self.assertIn("usage: packaging/release", done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
