@@ -123,7 +123,8 @@ class StreamTest(RoadCase):
         engine = self.engine(listener.port)
         bonds = [self.bond(engine, LINKS, "--id", GROUP),
                  self.bond(engine, ["127.0.0.21", "127.0.0.22"], "--id", OTHER_GROUP)]
-        callers = [self.caller(bond, file, stream_id=file.name) for bond, file in zip(bonds, (first, second))]
+        callers = [self.caller(bond, file, stream_id=file.name, one_of_two=True)
+                   for bond, file in zip(bonds, (first, second))]
         engine.wait_for(lambda line: line.get("groups") == 2 and line["paths"] == 5, "two groups with five links")
         self.assertEqual(listener.exit_code(), 0, listener.tail())
         self.assertEqual([caller.exit_code() for caller in callers], [0, 0])
