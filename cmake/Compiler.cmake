@@ -23,6 +23,11 @@ if(TARVOLINE_SANITIZE)
     add_link_options(-fsanitize=${TARVOLINE_SANITIZE})
 endif()
 
+option(TARVOLINE_FUZZ "Count coverage for libFuzzer in every target (clang), and make the fuzz targets fuzzers" OFF)
+if(TARVOLINE_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
     set(CMAKE_C_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")

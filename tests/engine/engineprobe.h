@@ -24,6 +24,7 @@ struct EngineProbe
     qint64 lastPublishedMs() const { return engine.lastPublishedMs; }
 
     void readClientDatagrams() const { engine.readClientDatagrams(); }
+    void readSrtDatagrams(const QByteArray &groupId) const { engine.readSrtDatagrams(groupId); }
     void cleanupSessions() const { engine.cleanupSessions(); }
     void publishStatistics() const { engine.publishStatistics(); }
     void handleDatagram(const QByteArray &datagram, const SrtlaEndpoint &sender) const

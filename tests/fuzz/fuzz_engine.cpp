@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Sequences of datagrams from several endpoints and from the SRT listener, with time moved between them.
+#include "enginescenario.h"
+#include "inputreader.h"
+
+namespace {
+
+constexpr int maximumEvents = 100;
+constexpr std::size_t idBytes = 256;
+constexpr std::size_t maximumRawBytes = 32;
+
+/// Around every length that the rules tell apart.
+constexpr std::array<std::size_t, 14> lengths{0, 1, 2, 10, 15, 16, 17, 44, 257, 258, 259, 1316, 1500, 1501};
+/// Around the time-out and the timers' intervals.
+constexpr std::array<int, 8> timeSteps{1, 1000, 2000, 4000, 7999, 8000, 8001, 16000};
+
+/// A few bytes of the input, brought to one of the lengths with zeros.
+std::string rawDatagram(InputReader &input)
+{
+    std::string datagram = input.bytes(input.byte() % maximumRawBytes);
+    datagram.resize(lengths[input.byte() % lengths.size()]);
+    return datagram;
+}
+
+std::string reg1(InputReader &input)
+{
+    constexpr int senders = 4;
+    constexpr std::size_t senderHalf = 128;
+    std::string datagram("\x92\0", 2);
+    datagram.append(senderHalf - 1, '\x5a');
+    // Senders differ in the last byte that counts, and may differ in the first that does not.
+    datagram += static_cast<char>(input.below(senders));
+    datagram += static_cast<char>(input.byte());
+    datagram.resize(2 + idBytes);
+    return datagram;
+}
+
+std::string reg2(InputReader &input, const EngineScenario &scenario)
+{
+    std::string id = scenario.groupId(input.byte());
+    const std::uint8_t spoilt = input.byte();
+    if (spoilt >= 0xC0) { // often enough right to get anywhere
+        id[spoilt % 2 == 0 ? idBytes - 1 : spoilt % idBytes] ^= '\1';
+    }
+    return "\x92\x01" + id;
+}
+
+std::string srtPacket(InputReader &input, std::uint8_t firstByte)
+{
+    std::string datagram(1, static_cast<char>(firstByte));
+    datagram += input.bytes(3);
+    constexpr std::size_t header = 16;
+    datagram.resize(header + input.byte());
+    return datagram;
+}
+
+void sendData(int endpoint, InputReader &input, EngineScenario &scenario)
+{
+    const int count = 1 + input.below(12); // some make a full acknowledgement at once
+    const std::string datagram = srtPacket(input, input.byte() & 0x7FU);
+    for (int i = 0; i < count; ++i) {
+        std::string next = datagram;
+        next[3] = static_cast<char>(next[3] + i);
+        scenario.sendDatagram(endpoint, next);
+    }
+}
+
+std::string keepalive(InputReader &input)
+{
+    constexpr std::size_t mostBehindType = 9;
+    return std::string("\x90\0", 2) + input.bytes(input.byte() % mostBehindType);
+}
+
+void playEvent(InputReader &input, EngineScenario &scenario)
+{
+    constexpr int kinds = 12;
+    constexpr std::uint8_t restart = 0xFF; // rare in life as well
+    // Each byte is taken in a statement of its own: compilers differ in the order in which they evaluate arguments.
+    const int kind = input.below(kinds);
+    const std::uint8_t choice = input.byte();
+    const int endpoint = choice % endpointCount;
+    switch (kind) {
+    case 0:
+        scenario.sendDatagram(endpoint, reg1(input));
+        break;
+    case 1:
+    case 2:
+        scenario.sendDatagram(endpoint, reg2(input, scenario));
+        break;
+    case 3:
+    case 4:
+        sendData(endpoint, input, scenario);
+        break;
+    case 5:
+        scenario.sendDatagram(endpoint, srtPacket(input, input.byte() | 0x80U));
+        break;
+    case 6:
+        scenario.sendDatagram(endpoint, rawDatagram(input));
+        break;
+    case 7:
+        scenario.sendReply(choice, rawDatagram(input));
+        break;
+    case 8:
+        scenario.advance(timeSteps[choice % timeSteps.size()]);
+        break;
+    case 9:
+        scenario.cleanup();
+        break;
+    case 10:
+        scenario.publishStatistics();
+        break;
+    default:
+        if (choice == restart) {
+            scenario.restart();
+        } else {
+            scenario.sendDatagram(endpoint, keepalive(input));
+        }
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    prepareScenarios();
+    InputReader input(data, size);
+    EngineScenario scenario;
+    for (int i = 0; i < maximumEvents && !input.atEnd(); ++i) {
+        playEvent(input, scenario);
+    }
+    return 0;
+}

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The update manifest's bytes, and whether what was read from them may be installed.
+#include "check.h"
+#include "updatemanifest.h"
+#include "updateoffer.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QUrl>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace {
+
+constexpr qsizetype mostBytes = 65536;
+
+/// The member as it should have been read; \a value must be a string for anything but an empty text.
+QString expectedText(const QJsonObject &object, const char *name)
+{
+    const QJsonValue value = object[QLatin1StringView(name)];
+    return value.isString() ? value.toString().trimmed() : QString();
+}
+
+void requireMembers(const UpdateManifest &manifest, const QJsonObject &object)
+{
+    const QString product = expectedText(object, "product");
+    require(product.isEmpty() || product == QStringLiteral("tarvoline-srtla"), "another product's manifest");
+    require(manifest.latestVersion == expectedText(object, "latest_version"), "the version");
+    require(manifest.downloadUrl == expectedText(object, "download_url"), "the address");
+    require(manifest.releaseNotes == expectedText(object, "release_notes"), "the notes");
+    require(manifest.sha256 == expectedText(object, "sha256").toLower(), "the digest");
+    require(manifest.installMode == expectedText(object, "install_mode"), "the way to install");
+}
+
+void requireSafeOffer(const UpdateManifest &manifest)
+{
+    if (!isInstallableOffer(manifest.downloadUrl, manifest.sha256, manifest.installMode)) {
+        return;
+    }
+    const auto isHex = [](QChar c) {
+        return (c >= QLatin1Char('0') && c <= QLatin1Char('9')) || (c >= QLatin1Char('a') && c <= QLatin1Char('f'));
+    };
+    const QUrl url(manifest.downloadUrl);
+    require(url.scheme() == QStringLiteral("https"), "an installer without TLS");
+    require(url.path().toLower().endsWith(QStringLiteral(".exe")), "an installer that is no program");
+    require(manifest.sha256.size() == 64 && std::ranges::all_of(manifest.sha256, isHex), "an installer without digest");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    const QByteArray body(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
+    const ManifestReading reading = readUpdateManifest(body);
+    const QJsonDocument document = QJsonDocument::fromJson(body);
+    require(reading.isJsonObject == (body.size() <= mostBytes && document.isObject()), "whether it is an object");
+    require(reading.isJsonObject || !reading.manifest, "a manifest that is no object");
+    if (reading.isJsonObject) {
+        const QString product = expectedText(document.object(), "product");
+        const bool usable = (product.isEmpty() || product == QStringLiteral("tarvoline-srtla")) &&
+                            !expectedText(document.object(), "latest_version").isEmpty();
+        require(reading.manifest.has_value() == usable, "whether it is a manifest");
+    }
+    if (reading.manifest) {
+        requireMembers(*reading.manifest, document.object());
+        requireSafeOffer(*reading.manifest);
+        (void)compareVersions(reading.manifest->latestVersion, QStringLiteral("0.9.2"));
+    }
+    return 0;
+}
