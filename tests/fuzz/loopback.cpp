@@ -48,7 +48,7 @@ void sendTo(int socket, const std::string &datagram, std::uint16_t port)
     const sockaddr_in address = socketAddress(firstHost, port);
     const ssize_t sent = ::sendto(socket, datagram.data(), datagram.size(), 0,
                                   reinterpret_cast<const sockaddr *>(&address), sizeof address);
-    require(sent == static_cast<ssize_t>(datagram.size()), "loopback refused a datagram");
+    require(std::cmp_equal(sent, datagram.size()), "loopback refused a datagram");
 }
 
 } // namespace
