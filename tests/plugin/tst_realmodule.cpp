@@ -68,8 +68,9 @@ class TestRealModule : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        // libobs does not start without an X display, though nothing is drawn here.
-        display.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-nolisten"_s, u"tcp"_s});
+        // libobs does not start without an X display, though nothing is drawn here. Without "-noreset" the server
+        // starts anew whenever its last client leaves, and refuses who comes meanwhile.
+        display.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
         QTRY_VERIFY2_WITH_TIMEOUT(display.canReadLine(), qPrintable(display.errorString()), patienceMs);
         qputenv("DISPLAY", ':' + display.readLine().trimmed());
     }
