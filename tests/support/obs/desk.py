@@ -53,7 +53,7 @@ class Desk:
         reading, writing = os.pipe()
         with open(self.folder / "xvfb.log", "wb") as log:
             self._processes.append(subprocess.Popen(
-                ["Xvfb", "-displayfd", str(writing), "-screen", "0", _SCREEN, "+extension", "GLX", "-noreset", "-nolisten", "tcp",
+                ["Xvfb", "-displayfd", str(writing), "-screen", "0", _SCREEN, "+extension", "GLX", "-nolisten", "tcp",
                  "-noreset"],
                 pass_fds=[writing], stdin=subprocess.DEVNULL, stdout=log, stderr=log))
         os.close(writing)
