@@ -5,6 +5,8 @@
 #include <QTest>
 #include <QtEndian>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -119,6 +121,11 @@ QByteArray Peer::receive()
     return received.data();
 }
 
+SrtlaEndpoint remoteLink(quint16 port)
+{
+    return {QHostAddress(u"192.0.2.7"_s), port}; // set apart for documentation
+}
+
 EngineFixture::EngineFixture()
 {
     // Port 0 lets the system choose; the probe tells which.
@@ -141,9 +148,28 @@ QByteArray EngineFixture::openGroup(Peer &link, char seed) const
     return answer.size() == 258 && answer.startsWith(QByteArray::fromHex("9201")) ? answer.sliced(2) : QByteArray();
 }
 
+QByteArray EngineFixture::openGroup(const SrtlaEndpoint &link, char seed) const
+{
+    probe.handleDatagram(reg1(idProposal(seed)), link);
+    return probe.senderIndex().value(link);
+}
+
 bool EngineFixture::join(Peer &link, const QByteArray &groupId) const
 {
     return ask(link, reg2(groupId)) == reg3;
+}
+
+QByteArray EngineFixture::connectLinks(std::initializer_list<Peer *> links) const
+{
+    const QByteArray id = openGroup(**links.begin());
+    const bool joined = std::ranges::all_of(links, [&](Peer *link) { return join(*link, id); });
+    return joined ? id : QByteArray();
+}
+
+quint16 EngineFixture::carryHandshake(Peer &link)
+{
+    send(link, srtHandshake());
+    return listener.receive() == srtHandshake() ? listener.lastSenderPort : quint16{0};
 }
 
 bool EngineFixture::nothingAnswered(Peer &link) const

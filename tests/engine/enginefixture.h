@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <QUdpSocket>
 
+#include <initializer_list>
 #include <optional>
 
 /// How long a test waits for what has to come: ample even on a busy machine.
@@ -68,6 +69,9 @@ public:
     quint16 lastSenderPort = 0; ///< of the datagram that receive returned last
 };
 
+/// A link of another machine, for datagrams that are handed to the engine: nothing that is sent there arrives.
+SrtlaEndpoint remoteLink(quint16 port);
+
 /// A running engine on a port of the system's choice, with an SRT listener beside it.
 class EngineFixture
 {
@@ -81,8 +85,14 @@ public:
     QByteArray ask(Peer &link, const QByteArray &datagram) const;
     /// REG1 from \a link; returns the id of the new group, empty if the answer was none.
     QByteArray openGroup(Peer &link, char seed = 'a') const;
+    /// As REG1 from \a link would, without the answer.
+    QByteArray openGroup(const SrtlaEndpoint &link, char seed) const;
     /// REG2 from \a link; returns whether it was registered.
     bool join(Peer &link, const QByteArray &groupId) const;
+    /// Opens a group from the first of \a links and registers them all; returns its id, empty if that failed.
+    QByteArray connectLinks(std::initializer_list<Peer *> links) const;
+    /// Has \a link carry a handshake to the listener; returns the port of the group's socket, 0 if it did not arrive.
+    quint16 carryHandshake(Peer &link);
     /// Asks something whose answer is known: whatever \a link sent before has been handled when it comes, and an answer
     /// to it would have come first. Returns whether the known answer came first.
     bool nothingAnswered(Peer &link) const;

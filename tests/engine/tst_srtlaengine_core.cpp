@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Start, stop, teardown and the creation of a group's socket.
+// Start, stop and teardown.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -25,11 +25,7 @@ private Q_SLOTS:
     void ipv6SendersAreNotServed();
     void shutdownIsSilentAndFinal();
     void theDestructorIsSilent();
-    void aGroupThatForwardedNothingHasNoSocket();
-    void theFirstForwardedPacketCreatesTheSocket();
-    void eachGroupIsAPeerOfItsOwn();
     void theClockIsZeroBeforeTheFirstStart();
-    void theSystemsErrorIsReportedWhenTheListenerCannotBeReached();
 };
 
 void TestSrtlaEngineCore::aNewEngineIsIdle()
@@ -207,8 +203,7 @@ void TestSrtlaEngineCore::shutdownIsSilentAndFinal()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    fixture.send(link, srtHandshake());
-    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    QVERIFY(fixture.carryHandshake(link) != 0);
     fixture.record.all.clear();
 
     fixture.engine.shutdown();
@@ -238,59 +233,6 @@ void TestSrtlaEngineCore::theDestructorIsSilent()
     QVERIFY2(next.bind(QHostAddress::AnyIPv4, port, QUdpSocket::DontShareAddress), qPrintable(next.errorString()));
 }
 
-void TestSrtlaEngineCore::aGroupThatForwardedNothingHasNoSocket()
-{
-    EngineFixture fixture;
-    Peer link;
-    const QByteArray id = fixture.openGroup(link);
-    QVERIFY(fixture.join(link, id));
-    QCOMPARE(fixture.ask(link, typed(0x9000, 10)), typed(0x9000, 10));
-    fixture.send(link, srtData(1, 15));
-    QVERIFY(fixture.nothingAnswered(link));
-    QVERIFY(!fixture.probe.group(id)->srtSocket);
-    QVERIFY(!fixture.record.logLines.join(u'\n').contains(u"SRT | Gruppe"));
-}
-
-void TestSrtlaEngineCore::theFirstForwardedPacketCreatesTheSocket()
-{
-    EngineFixture fixture;
-    Peer link;
-    const QByteArray id = fixture.openGroup(link);
-    QVERIFY(fixture.join(link, id));
-    fixture.record.logLines.clear();
-    fixture.send(link, srtHandshake());
-    QCOMPARE(fixture.listener.receive(), srtHandshake());
-    QCOMPARE(fixture.listener.lastSenderPort, fixture.srtPort(id));
-    const QString line = u"SRT | Gruppe 616263646566 → 127.0.0.1:%1"_s.arg(fixture.listener.socket.localPort());
-    QCOMPARE(fixture.record.logLines, QStringList{line});
-
-    const SrtlaEngine::SrtSocket *const socket = fixture.probe.group(id)->srtSocket.get();
-    QCOMPARE(socket->groupId, id);
-    QCOMPARE(socket->parent(), nullptr);
-    QCOMPARE(socket->state(), QAbstractSocket::ConnectedState);
-    QCOMPARE(socket->peerPort(), fixture.listener.socket.localPort());
-
-    fixture.send(link, srtData(7));
-    QCOMPARE(fixture.listener.receive(), srtData(7));
-    QCOMPARE(fixture.probe.group(id)->srtSocket.get(), socket);
-    QCOMPARE(fixture.record.logLines, QStringList{line});
-}
-
-void TestSrtlaEngineCore::eachGroupIsAPeerOfItsOwn()
-{
-    EngineFixture fixture;
-    Peer first;
-    Peer second;
-    QVERIFY(fixture.join(first, fixture.openGroup(first, 'a')));
-    QVERIFY(fixture.join(second, fixture.openGroup(second, 'b')));
-    fixture.send(first, srtData(1));
-    QCOMPARE(fixture.listener.receive(), srtData(1));
-    const quint16 firstPort = fixture.listener.lastSenderPort;
-    fixture.send(second, srtData(2));
-    QCOMPARE(fixture.listener.receive(), srtData(2));
-    QVERIFY(fixture.listener.lastSenderPort != firstPort);
-}
-
 void TestSrtlaEngineCore::theClockIsZeroBeforeTheFirstStart()
 {
     ClockedEngine engine;
@@ -301,30 +243,6 @@ void TestSrtlaEngineCore::theClockIsZeroBeforeTheFirstStart()
     QCOMPARE(probe.lastPublishedMs(), 0);
     QVERIFY(engine.start(0, QHostAddress(QHostAddress::LocalHost), 5002));
     QCOMPARE(probe.lastPublishedMs(), 0);
-}
-
-void TestSrtlaEngineCore::theSystemsErrorIsReportedWhenTheListenerCannotBeReached()
-{
-    // An address set apart for documentation. In a network namespace of loopback alone nothing leads there.
-    const QHostAddress unreachable(u"192.0.2.1"_s);
-    QUdpSocket same;
-    same.connectToHost(unreachable, 5002);
-    if (same.state() == QAbstractSocket::ConnectedState) {
-        QSKIP("this system has a route to anywhere");
-    }
-    ClockedEngine engine;
-    const EngineProbe probe{engine};
-    QVERIFY(engine.start(0, unreachable, 5002));
-    SignalRecord record(engine);
-    const SrtlaEndpoint link{QHostAddress(u"192.0.2.7"_s), 40000};
-    probe.handleDatagram(reg1(idProposal('a')), link);
-    const QByteArray id = probe.groups().keys().constFirst();
-    probe.handleDatagram(reg2(id), link);
-    record.logLines.clear();
-    probe.handleDatagram(srtHandshake(), link);
-    QCOMPARE(record.logLines, (QStringList{u"SRT | Gruppe 616263646566: %1"_s.arg(same.errorString()),
-                                           u"SRT | Gruppe 616263646566 → 192.0.2.1:5002"_s}));
-    QVERIFY(probe.group(id));
 }
 
 QTEST_GUILESS_MAIN(TestSrtlaEngineCore)

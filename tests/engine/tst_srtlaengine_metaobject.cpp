@@ -102,8 +102,7 @@ void TestSrtlaEngineMetaObject::textsAreTranslatedInTheEnginesContext()
         Peer link;
         Peer next;
         QVERIFY(fixture.join(link, fixture.openGroup(link, 'a')));
-        fixture.send(link, srtHandshake());
-        QCOMPARE(fixture.listener.receive(), srtHandshake());
+        QVERIFY(fixture.carryHandshake(link) != 0);
         Q_EMIT fixture.probe.groups().begin()->get()->srtSocket->errorOccurred(QAbstractSocket::NetworkError);
         QVERIFY(!fixture.openGroup(next, 'a').isEmpty());          // a new session of the same sender
         QVERIFY(fixture.join(next, fixture.openGroup(next, 'b'))); // a new registration

@@ -149,9 +149,8 @@ void TestSrtlaEngineReentrancy::stoppingWhileAReplyIsSent()
     EngineFixture fixture;
     Peer link;
     QVERIFY(fixture.join(link, fixture.openGroup(link)));
-    fixture.send(link, srtHandshake());
-    QCOMPARE(fixture.listener.receive(), srtHandshake());
-    const quint16 srtPort = fixture.listener.lastSenderPort;
+    const quint16 srtPort = fixture.carryHandshake(link);
+    QVERIFY(srtPort != 0);
     // The reply is sent inside the readyRead of the group's own socket.
     connect(&fixture.probe.clientSocket(), &QIODevice::bytesWritten, this, [&] { fixture.engine.stop(); });
     // Slots run in the order of their connection: this one after the engine's, if the socket is still there then.
@@ -172,8 +171,7 @@ void TestSrtlaEngineReentrancy::aNewSessionInsideAnErrorLine()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    fixture.send(link, srtHandshake());
-    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    QVERIFY(fixture.carryHandshake(link) != 0);
     QWeakPointer<SrtlaGroup> group = fixture.probe.groups().value(id);
     connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&](const QString &line) {
         if (line.startsWith(u"SRT | Gruppe 616263646566: ")) {
@@ -201,8 +199,7 @@ void TestSrtlaEngineReentrancy::stoppingOnASignalOfTheSocketItself()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    fixture.send(link, srtHandshake());
-    QCOMPARE(fixture.listener.receive(), srtHandshake());
+    QVERIFY(fixture.carryHandshake(link) != 0);
     QWeakPointer<SrtlaGroup> group = fixture.probe.groups().value(id);
     // Emitted in the middle of writing a forwarded packet.
     connect(fixture.probe.group(id)->srtSocket.get(), &QIODevice::bytesWritten, this, [&] { fixture.engine.stop(); });

@@ -23,17 +23,7 @@ private Q_SLOTS:
     void groupsDoNotGetEachOthersReplies();
     void everySocketErrorIsOneLogLine();
     void anErrorLeavesTheGroupWorkingOnTheSameSocket();
-
-private:
-    /// Has \a link carry a packet, and returns the port of the group's socket.
-    static quint16 carry(EngineFixture &fixture, Peer &link);
 };
-
-quint16 TestSrtlaEngineReturnPath::carry(EngineFixture &fixture, Peer &link)
-{
-    fixture.send(link, srtHandshake());
-    return fixture.listener.receive() == srtHandshake() ? fixture.listener.lastSenderPort : quint16{0};
-}
 
 void TestSrtlaEngineReturnPath::acksGoToEveryLinkOnceAndOtherPacketsToOneLink_data()
 {
@@ -64,7 +54,7 @@ void TestSrtlaEngineReturnPath::acksGoToEveryLinkOnceAndOtherPacketsToOneLink()
     for (Peer &link : links) {
         QVERIFY(fixture.join(link, id));
     }
-    const quint16 srtPort = carry(fixture, links[1]);
+    const quint16 srtPort = fixture.carryHandshake(links[1]);
     QCOMPARE(srtPort, fixture.srtPort(id));
     fixture.reply(datagram, srtPort);
 
@@ -86,14 +76,13 @@ void TestSrtlaEngineReturnPath::repliesFollowTheTrafficFromLinkToLink()
     EngineFixture fixture;
     Peer first;
     Peer second;
-    const QByteArray id = fixture.openGroup(first);
-    QVERIFY(fixture.join(first, id));
-    QVERIFY(fixture.join(second, id));
-    const quint16 srtPort = carry(fixture, first);
+    const QByteArray id = fixture.connectLinks({&first, &second});
+    QVERIFY(!id.isEmpty());
+    const quint16 srtPort = fixture.carryHandshake(first);
     fixture.reply(typed(0x8003, 20), srtPort);
     QCOMPARE(first.receive(), typed(0x8003, 20));
 
-    QCOMPARE(carry(fixture, second), srtPort);
+    QCOMPARE(fixture.carryHandshake(second), srtPort);
     fixture.reply(typed(0x8003, 24), srtPort);
     QCOMPARE(second.receive(), typed(0x8003, 24));
     QVERIFY(fixture.nothingAnswered(first));
@@ -104,10 +93,9 @@ void TestSrtlaEngineReturnPath::repliesFollowARepeatedReg2()
     EngineFixture fixture;
     Peer first;
     Peer second;
-    const QByteArray id = fixture.openGroup(first);
-    QVERIFY(fixture.join(first, id));
-    QVERIFY(fixture.join(second, id));
-    const quint16 srtPort = carry(fixture, first);
+    const QByteArray id = fixture.connectLinks({&first, &second});
+    QVERIFY(!id.isEmpty());
+    const quint16 srtPort = fixture.carryHandshake(first);
     QVERIFY(fixture.join(second, id));
     fixture.reply(typed(0x8003, 20), srtPort);
     QCOMPARE(second.receive(), typed(0x8003, 20));
@@ -128,7 +116,7 @@ void TestSrtlaEngineReturnPath::beforeTheFirstSrtPacketOnlyAcksAreSent()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = carry(fixture, link);
+    const quint16 srtPort = fixture.carryHandshake(link);
     // A socket without an SRT packet before it does not come about over the network: take the mark back.
     fixture.probe.group(id)->hasReplyEndpoint = false;
     fixture.reply(datagram, srtPort);
@@ -144,7 +132,7 @@ void TestSrtlaEngineReturnPath::repliesOfAGroupWithoutLinksAreDiscarded()
     Peer late;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = carry(fixture, link);
+    const quint16 srtPort = fixture.carryHandshake(link);
     fixture.engine.setMs = 8001;
     fixture.probe.group(id)->lastActivityMs = 8001; // keeps the group
     fixture.probe.cleanupSessions();
@@ -166,10 +154,9 @@ void TestSrtlaEngineReturnPath::repliesStillGoToALinkThatTimedOut()
     fixture.engine.setMs = 0;
     Peer gone;
     Peer alive;
-    const QByteArray id = fixture.openGroup(gone);
-    QVERIFY(fixture.join(gone, id));
-    QVERIFY(fixture.join(alive, id));
-    const quint16 srtPort = carry(fixture, gone);
+    const QByteArray id = fixture.connectLinks({&gone, &alive});
+    QVERIFY(!id.isEmpty());
+    const quint16 srtPort = fixture.carryHandshake(gone);
     fixture.engine.setMs = 8001;
     QCOMPARE(fixture.ask(alive, typed(0x9000, 2)), typed(0x9000, 2));
     fixture.probe.cleanupSessions();
@@ -188,7 +175,7 @@ void TestSrtlaEngineReturnPath::repliesAreCountedNowhere()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = carry(fixture, link);
+    const quint16 srtPort = fixture.carryHandshake(link);
     const quint64 packets = fixture.probe.receivedPackets();
     const quint64 bytes = fixture.probe.receivedBytes();
     fixture.reply(typed(0x8002, 44), srtPort);
@@ -205,8 +192,8 @@ void TestSrtlaEngineReturnPath::groupsDoNotGetEachOthersReplies()
     Peer second;
     QVERIFY(fixture.join(first, fixture.openGroup(first, 'a')));
     QVERIFY(fixture.join(second, fixture.openGroup(second, 'b')));
-    const quint16 firstPort = carry(fixture, first);
-    const quint16 secondPort = carry(fixture, second);
+    const quint16 firstPort = fixture.carryHandshake(first);
+    const quint16 secondPort = fixture.carryHandshake(second);
     fixture.reply(typed(0x8002, 44), secondPort);
     fixture.reply(typed(0x8002, 20), firstPort);
     QCOMPARE(first.receive(), typed(0x8002, 20));
@@ -221,7 +208,7 @@ void TestSrtlaEngineReturnPath::everySocketErrorIsOneLogLine()
     Peer link;
     const QByteArray id = fixture.openGroup(link, '?');
     QVERIFY(fixture.join(link, id));
-    QVERIFY(carry(fixture, link) != 0);
+    QVERIFY(fixture.carryHandshake(link) != 0);
     fixture.record.all.clear();
     // Which errors a system reports, and when, differs; a signal from the socket does not.
     SrtlaEngine::SrtSocket *const socket = fixture.probe.group(id)->srtSocket.get();
@@ -238,11 +225,11 @@ void TestSrtlaEngineReturnPath::anErrorLeavesTheGroupWorkingOnTheSameSocket()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = carry(fixture, link);
+    const quint16 srtPort = fixture.carryHandshake(link);
     SrtlaEngine::SrtSocket *const socket = fixture.probe.group(id)->srtSocket.get();
     Q_EMIT socket->errorOccurred(QAbstractSocket::ConnectionRefusedError);
     QCOMPARE(fixture.probe.group(id)->srtSocket.get(), socket);
-    QCOMPARE(carry(fixture, link), srtPort);
+    QCOMPARE(fixture.carryHandshake(link), srtPort);
     fixture.reply(typed(0x8001, 16), srtPort);
     QCOMPARE(link.receive(), typed(0x8001, 16));
 }

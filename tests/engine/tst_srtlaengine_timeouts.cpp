@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Silent links and groups, and the statistics, on a clock that the test moves.
+// Silent links and groups, on a clock that the test moves.
 #include "enginefixture.h"
 
 #include <QTest>
+
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -24,33 +26,19 @@ private Q_SLOTS:
     void aRepeatedReg2DoesNotKeepALink();
     void formerLinksAreNotFound();
     void pendingSequenceNumbersAreForgotten();
-    void statistics_data();
-    void statistics();
-    void twoTicksWithoutTrafficPublishNoRate();
-    void groupsAndLinksAreCounted();
-    void whateverArrivesIsCounted();
     void theTimersCallTheirSlots();
 
 private:
-    EngineFixture *fixture = nullptr;
-    /// A link of any address, without a socket.
-    static SrtlaEndpoint link(quint16 port) { return {QHostAddress(u"192.0.2.7"_s), port}; }
-    QByteArray openGroup(char seed, quint16 port) const;
+    std::unique_ptr<EngineFixture> fixture;
 
 private Q_SLOTS:
     void init()
     {
-        fixture = new EngineFixture;
+        fixture = std::make_unique<EngineFixture>();
         fixture->engine.setMs = 0;
     }
-    void cleanup() { delete std::exchange(fixture, nullptr); }
+    void cleanup() { fixture.reset(); }
 };
-
-QByteArray TestSrtlaEngineTimeouts::openGroup(char seed, quint16 port) const
-{
-    fixture->probe.handleDatagram(reg1(idProposal(seed)), link(port));
-    return fixture->probe.senderIndex().value(link(port));
-}
 
 void TestSrtlaEngineTimeouts::aLinkIsDroppedAfterMoreThan8000Ms_data()
 {
@@ -67,27 +55,27 @@ void TestSrtlaEngineTimeouts::aLinkIsDroppedAfterMoreThan8000Ms()
 {
     QFETCH(qint64, silentMs);
     QFETCH(bool, kept);
-    const QByteArray id = openGroup('a', 40000);
-    fixture->probe.handleDatagram(reg2(id), link(40000));
+    const QByteArray id = fixture->openGroup(remoteLink(40000), 'a');
+    fixture->probe.handleDatagram(reg2(id), remoteLink(40000));
     fixture->engine.setMs = 500;
-    fixture->probe.handleDatagram(srtData(1), link(40000));
+    fixture->probe.handleDatagram(srtData(1), remoteLink(40000));
     fixture->probe.group(id)->lastActivityMs = 500 + silentMs; // the link alone
     fixture->record.all.clear();
 
     fixture->engine.setMs = 500 + silentMs;
     fixture->probe.cleanupSessions();
-    QCOMPARE(fixture->probe.path(id, link(40000)) != nullptr, kept);
+    QCOMPARE(fixture->probe.path(id, remoteLink(40000)) != nullptr, kept);
     QCOMPARE(fixture->record.all, kept ? QStringList() : QStringList{u"log TIMEOUT | Weg 192.0.2.7:40000 entfernt"_s});
 }
 
 void TestSrtlaEngineTimeouts::theGroupGoesWithItsLastLinkAfterAllLinkLines()
 {
-    const QByteArray first = openGroup('a', 1);
-    const QByteArray second = openGroup('b', 2);
+    const QByteArray first = fixture->openGroup(remoteLink(1), 'a');
+    const QByteArray second = fixture->openGroup(remoteLink(2), 'b');
     for (const quint16 port : {quint16{1}, quint16{11}}) {
-        fixture->probe.handleDatagram(reg2(first), link(port));
+        fixture->probe.handleDatagram(reg2(first), remoteLink(port));
     }
-    fixture->probe.handleDatagram(reg2(second), link(2));
+    fixture->probe.handleDatagram(reg2(second), remoteLink(2));
     fixture->record.logLines.clear();
     fixture->engine.setMs = 8001;
     fixture->probe.cleanupSessions();
@@ -107,10 +95,10 @@ void TestSrtlaEngineTimeouts::theGroupGoesWithItsLastLinkAfterAllLinkLines()
 
 void TestSrtlaEngineTimeouts::aGroupWithRecentActivityOutlivesItsLastLink()
 {
-    const QByteArray id = openGroup('a', 1);
-    fixture->probe.handleDatagram(reg2(id), link(1));
+    const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
+    fixture->probe.handleDatagram(reg2(id), remoteLink(1));
     fixture->engine.setMs = 3000;
-    fixture->probe.handleDatagram(reg2(id), link(1)); // refreshes the group, not the link
+    fixture->probe.handleDatagram(reg2(id), remoteLink(1)); // refreshes the group, not the link
     fixture->engine.setMs = 8001;
     fixture->probe.cleanupSessions();
     QVERIFY(fixture->probe.group(id));
@@ -136,7 +124,7 @@ void TestSrtlaEngineTimeouts::aGroupWithoutLinksIsDropped()
 {
     QFETCH(qint64, silentMs);
     QFETCH(bool, kept);
-    const QByteArray id = openGroup('a', 1);
+    const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
     fixture->engine.setMs = silentMs;
     fixture->probe.cleanupSessions();
     QCOMPARE(fixture->probe.group(id) != nullptr, kept);
@@ -145,27 +133,27 @@ void TestSrtlaEngineTimeouts::aGroupWithoutLinksIsDropped()
 
 void TestSrtlaEngineTimeouts::onlyTheDeadLinkOfAGroupGoes()
 {
-    const QByteArray id = openGroup('a', 1);
-    fixture->probe.handleDatagram(reg2(id), link(1));
-    fixture->probe.handleDatagram(reg2(id), link(2));
-    fixture->probe.handleDatagram(srtData(1), link(1));
+    const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
+    fixture->probe.handleDatagram(reg2(id), remoteLink(1));
+    fixture->probe.handleDatagram(reg2(id), remoteLink(2));
+    fixture->probe.handleDatagram(srtData(1), remoteLink(1));
     const SrtlaEngine::SrtSocket *const socket = fixture->probe.group(id)->srtSocket.get();
     QVERIFY(socket);
     fixture->engine.setMs = 8001;
-    fixture->probe.handleDatagram(srtData(2), link(2));
+    fixture->probe.handleDatagram(srtData(2), remoteLink(2));
     fixture->record.logLines.clear();
     fixture->probe.cleanupSessions();
     QCOMPARE(fixture->record.logLines, QStringList{u"TIMEOUT | Weg 192.0.2.7:1 entfernt"_s});
-    QVERIFY(fixture->probe.path(id, link(2)));
+    QVERIFY(fixture->probe.path(id, remoteLink(2)));
     QCOMPARE(fixture->probe.group(id)->srtSocket.get(), socket);
     QCOMPARE(socket->state(), QAbstractSocket::ConnectedState);
 }
 
 void TestSrtlaEngineTimeouts::aGroupWithALinkStaysWhateverItsOwnTime()
 {
-    const QByteArray id = openGroup('a', 1);
+    const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
     fixture->engine.setMs = 8001;
-    fixture->probe.handleDatagram(reg2(id), link(1));
+    fixture->probe.handleDatagram(reg2(id), remoteLink(1));
     fixture->probe.group(id)->lastActivityMs = 0;
     fixture->probe.cleanupSessions();
     QVERIFY(fixture->probe.group(id));
@@ -173,37 +161,37 @@ void TestSrtlaEngineTimeouts::aGroupWithALinkStaysWhateverItsOwnTime()
 
 void TestSrtlaEngineTimeouts::keepalivesKeepALinkAndItsGroup()
 {
-    const QByteArray id = openGroup('a', 1);
-    fixture->probe.handleDatagram(reg2(id), link(1));
+    const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
+    fixture->probe.handleDatagram(reg2(id), remoteLink(1));
     fixture->record.logLines.clear();
     for (qint64 now = 8000; now <= 400000; now += 8000) {
         fixture->engine.setMs = now;
         fixture->probe.cleanupSessions();
-        fixture->probe.handleDatagram(typed(0x9000, 10), link(1));
+        fixture->probe.handleDatagram(typed(0x9000, 10), remoteLink(1));
     }
-    QVERIFY(fixture->probe.path(id, link(1)));
+    QVERIFY(fixture->probe.path(id, remoteLink(1)));
     QCOMPARE(fixture->record.logLines, QStringList());
 }
 
 void TestSrtlaEngineTimeouts::shortPacketsKeepALink()
 {
-    const QByteArray id = openGroup('a', 1);
-    fixture->probe.handleDatagram(reg2(id), link(1));
+    const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
+    fixture->probe.handleDatagram(reg2(id), remoteLink(1));
     fixture->engine.setMs = 8000;
-    fixture->probe.handleDatagram(QByteArray(1, 'x'), link(1));
+    fixture->probe.handleDatagram(QByteArray(1, 'x'), remoteLink(1));
     fixture->engine.setMs = 16000;
     fixture->probe.cleanupSessions();
-    QVERIFY(fixture->probe.path(id, link(1)));
+    QVERIFY(fixture->probe.path(id, remoteLink(1)));
 }
 
 void TestSrtlaEngineTimeouts::aRepeatedReg2DoesNotKeepALink()
 {
-    const QByteArray id = openGroup('a', 1);
-    fixture->probe.handleDatagram(reg2(id), link(1));
+    const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
+    fixture->probe.handleDatagram(reg2(id), remoteLink(1));
     fixture->engine.setMs = 8001;
-    fixture->probe.handleDatagram(reg2(id), link(1));
+    fixture->probe.handleDatagram(reg2(id), remoteLink(1));
     fixture->probe.cleanupSessions();
-    QVERIFY(!fixture->probe.path(id, link(1)));
+    QVERIFY(!fixture->probe.path(id, remoteLink(1)));
     QVERIFY(fixture->probe.group(id));
 }
 
@@ -242,77 +230,9 @@ void TestSrtlaEngineTimeouts::pendingSequenceNumbersAreForgotten()
     QCOMPARE(fixture->probe.path(id, gone.endpoint())->pendingAcks, QList<quint32>{9});
 }
 
-void TestSrtlaEngineTimeouts::statistics_data()
-{
-    QTest::addColumn<qint64>("elapsedMs");
-    QTest::addColumn<quint64>("bytes");
-    QTest::addColumn<QString>("published");
-    QTest::newRow("10 Mbit/s") << qint64{1000} << quint64{1250000} << u"statistics 0 0 10 0 1250000"_s;
-    QTest::newRow("a late tick") << qint64{2000} << quint64{1250000} << u"statistics 0 0 5 0 1250000"_s;
-    QTest::newRow("the same millisecond") << qint64{0} << quint64{125} << u"statistics 0 0 1 0 125"_s;
-    QTest::newRow("one byte") << qint64{1000} << quint64{1}
-                              << u"statistics 0 0 %1 0 1"_s.arg(QString::number(8.0 * 1000.0 / 1e9, 'g', 17));
-    QTest::newRow("nothing") << qint64{1000} << quint64{0} << u"statistics 0 0 0 0 0"_s;
-}
-
-void TestSrtlaEngineTimeouts::statistics()
-{
-    QFETCH(qint64, elapsedMs);
-    QFETCH(quint64, bytes);
-    QFETCH(QString, published);
-    fixture->engine.setMs = 5000;
-    fixture->probe.publishStatistics();
-    fixture->record.all.clear();
-    fixture->engine.setMs = 5000 + elapsedMs;
-    fixture->probe.receivedBytes() += bytes;
-    fixture->probe.publishStatistics();
-    QCOMPARE(fixture->record.all, QStringList{published});
-    QCOMPARE(fixture->probe.lastPublishedMs(), 5000 + elapsedMs);
-}
-
-void TestSrtlaEngineTimeouts::twoTicksWithoutTrafficPublishNoRate()
-{
-    fixture->probe.receivedBytes() = 1250000;
-    fixture->engine.setMs = 1000;
-    fixture->probe.publishStatistics();
-    QCOMPARE(fixture->record.all.last(), u"statistics 0 0 10 0 1250000"_s); // the first divides by the time since start
-    fixture->record.all.clear();
-    fixture->engine.setMs = 2000;
-    fixture->probe.publishStatistics();
-    fixture->engine.setMs = 3000;
-    fixture->probe.publishStatistics();
-    QCOMPARE(fixture->record.all, (QStringList{u"statistics 0 0 0 0 1250000"_s, u"statistics 0 0 0 0 1250000"_s}));
-}
-
-void TestSrtlaEngineTimeouts::groupsAndLinksAreCounted()
-{
-    const QByteArray first = openGroup('a', 1);
-    openGroup('b', 2);
-    fixture->probe.handleDatagram(reg2(first), link(1));
-    fixture->probe.handleDatagram(reg2(first), link(3));
-    fixture->engine.setMs = 1000;
-    fixture->record.all.clear();
-    fixture->probe.publishStatistics();
-    QCOMPARE(fixture->record.all, QStringList{u"statistics 2 2 0 0 0"_s});
-}
-
-void TestSrtlaEngineTimeouts::whateverArrivesIsCounted()
-{
-    Peer peer;
-    fixture->send(peer, QByteArray());
-    fixture->send(peer, QByteArray(2000, 'x'));
-    const QByteArray id = fixture->openGroup(peer);
-    QVERIFY(fixture->join(peer, id));
-    fixture->record.all.clear();
-    fixture->engine.setMs = 1000;
-    fixture->probe.publishStatistics();
-    const double rate = 2516.0 * 8.0 * 1000.0 / 1e9;
-    QCOMPARE(fixture->record.all, QStringList{u"statistics 1 1 %1 4 2516"_s.arg(QString::number(rate, 'g', 17))});
-}
-
 void TestSrtlaEngineTimeouts::theTimersCallTheirSlots()
 {
-    openGroup('a', 1);
+    fixture->openGroup(remoteLink(1), 'a');
     fixture->record.all.clear();
     QTRY_VERIFY_WITH_TIMEOUT(!fixture->record.all.isEmpty(), ampleMs);
     QVERIFY(fixture->record.all.first().startsWith(u"statistics 1 0 "));
