@@ -29,9 +29,18 @@ ReceiverModel makeModel()
     return {names, "127.0.0.1:" + std::to_string(surroundings().listenerPort())};
 }
 
-SrtlaEndpoint endpointOf(int endpoint)
+const SrtlaEndpoint &endpointOf(int endpoint)
 {
-    return {QHostAddress(QString::fromStdString(Loopback::address(endpoint))), surroundings().port(endpoint)};
+    // Made once: every comparison asks for all of them.
+    static const std::array<SrtlaEndpoint, endpointCount> endpoints = [] {
+        std::array<SrtlaEndpoint, endpointCount> made;
+        for (int i = 0; i < endpointCount; ++i) {
+            made[static_cast<std::size_t>(i)] = {QHostAddress(QString::fromStdString(Loopback::address(i))),
+                                                 surroundings().port(i)};
+        }
+        return made;
+    }();
+    return endpoints[static_cast<std::size_t>(endpoint)];
 }
 
 void comparePath(const SrtlaPath *path, const ReceiverModel::Link &link)
@@ -90,6 +99,18 @@ void EngineScenario::sendDatagram(int endpoint, const std::string &datagram)
     if (groupsBefore == 0 && model.allGroups().contains(givenId)) {
         groupIds.push_back(givenId);
     }
+    compare(std::move(expected));
+}
+
+void EngineScenario::sendDatagrams(int endpoint, const std::vector<std::string> &datagrams)
+{
+    Expected expected;
+    for (const std::string &datagram : datagrams) {
+        surroundings().sendFromEndpoint(endpoint, datagram, probe.clientSocket().localPort());
+        expected.append(model.datagram(endpoint, datagram, {}));
+    }
+    probe.readClientDatagrams();
+    collected = surroundings().collect();
     compare(std::move(expected));
 }
 

@@ -28,6 +28,8 @@ public:
     EngineScenario();
 
     void sendDatagram(int endpoint, const std::string &datagram);
+    /// Several at once, which wait for the engine together; no REG1 may be among them.
+    void sendDatagrams(int endpoint, const std::vector<std::string> &datagrams);
     /// From the SRT listener to the socket that the group with this number once had; nothing when it has none.
     void sendReply(std::size_t group, const std::string &datagram);
     void advance(std::int64_t milliseconds);

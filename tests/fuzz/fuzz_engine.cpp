@@ -57,12 +57,13 @@ std::string srtPacket(InputReader &input, std::uint8_t firstByte)
 void sendData(int endpoint, InputReader &input, EngineScenario &scenario)
 {
     const int count = 1 + input.below(12); // some make a full acknowledgement at once
-    const std::string datagram = srtPacket(input, input.byte() & 0x7FU);
+    std::string datagram = srtPacket(input, input.byte() & 0x7FU);
+    std::vector<std::string> datagrams;
     for (int i = 0; i < count; ++i) {
-        std::string next = datagram;
-        next[3] = static_cast<char>(next[3] + i);
-        scenario.sendDatagram(endpoint, next);
+        datagrams.push_back(datagram);
+        datagram[3] = static_cast<char>(datagram[3] + 1);
     }
+    scenario.sendDatagrams(endpoint, datagrams);
 }
 
 std::string keepalive(InputReader &input)

@@ -51,6 +51,16 @@ std::string acknowledgement(const std::vector<std::uint32_t> &numbers)
 
 } // namespace
 
+void Expected::append(const Expected &later)
+{
+    for (std::size_t i = 0; i < toEndpoint.size(); ++i) {
+        toEndpoint[i].insert(toEndpoint[i].end(), later.toEndpoint[i].begin(), later.toEndpoint[i].end());
+    }
+    toListener.insert(toListener.end(), later.toListener.begin(), later.toListener.end());
+    log.insert(log.end(), later.log.begin(), later.log.end());
+    idIsGood = idIsGood && later.idIsGood;
+}
+
 ReceiverModel::ReceiverModel(std::array<std::string, endpointCount> endpointNames, std::string listenerName)
     : names(std::move(endpointNames)), listener(std::move(listenerName))
 {

@@ -21,6 +21,9 @@ struct Expected
     std::vector<std::string> log;
     /// False when the id that the receiver gave a new group is none it may give.
     bool idIsGood = true;
+
+    /// What one more event adds.
+    void append(const Expected &later);
 };
 
 /// The rules of the receiver over again, as plainly as they can be written: no index, no cache, no socket. Shares no
