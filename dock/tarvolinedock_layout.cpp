@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The panel: its widgets, and what they are connected to.
+// The panel: its widgets.
 #include "docksettings.h"
+#include "panelparts.h"
 #include "tarvolinedock.h"
 
 #include <QBoxLayout>
@@ -64,25 +65,7 @@ QGroupBox *collapsibleGroup(const QString &title)
     return group;
 }
 
-void showChildren(QWidget *group, bool visible)
-{
-    const QList<QWidget *> children = group->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
-    for (QWidget *child : children) {
-        child->setVisible(visible);
-    }
-}
-
 } // namespace
-
-// Widgets that are needed only while the panel is connected.
-struct TarvolineDock::PanelParts
-{
-    QGroupBox *connectionGroup = nullptr;
-    QGroupBox *logGroup = nullptr;
-    QPushButton *copyAddressButton = nullptr;
-    QPushButton *copyPasswordButton = nullptr;
-    QPushButton *repairButton = nullptr;
-};
 
 void TarvolineDock::buildUi()
 {
@@ -115,9 +98,6 @@ void TarvolineDock::buildUi()
 
     connectUi(parts);
 
-    targetPortEdit->setReadOnly(linkPortsCheck->isChecked());
-    showChildren(parts.connectionGroup, false);
-    logView->hide();
     scrollArea->setWidget(content);
     outer->addWidget(scrollArea);
     setMinimumSize(minimumPanelSize);
@@ -275,32 +255,4 @@ void TarvolineDock::buildLogGroup(QVBoxLayout *column, PanelParts &parts)
     logView->setReadOnly(true);
     logView->setMaximumHeight(logHeight);
     layout->addWidget(logView);
-}
-
-void TarvolineDock::connectUi(const PanelParts &parts)
-{
-    connect(startButton, &QPushButton::clicked, this, &TarvolineDock::startReceiver);
-    connect(stopButton, &QPushButton::clicked, this, &TarvolineDock::stopReceiver);
-    connect(parts.repairButton, &QPushButton::clicked, this, &TarvolineDock::createOrRepairSource);
-    connect(parts.copyAddressButton, &QPushButton::clicked, this, &TarvolineDock::copyMoblinAddress);
-    connect(showPasswordButton, &QPushButton::clicked, this, &TarvolineDock::togglePasswordVisibility);
-    connect(parts.copyPasswordButton, &QPushButton::clicked, this, &TarvolineDock::copyPassword);
-    connect(queryIpButton, &QPushButton::clicked, this, &TarvolineDock::queryPublicIp);
-    connect(parts.connectionGroup, &QGroupBox::toggled, this,
-            [group = parts.connectionGroup](bool on) { showChildren(group, on); });
-    connect(parts.logGroup, &QGroupBox::toggled, this, [this](bool on) { logView->setVisible(on); });
-    connectEdits();
-    connect(autoStartCheck, &QCheckBox::toggled, this, &TarvolineDock::saveSettings);
-    connect(autoSourceCheck, &QCheckBox::toggled, this, &TarvolineDock::saveSettings);
-}
-
-void TarvolineDock::connectEdits()
-{
-    // The link comes before the addresses, so that they are computed from the linked port.
-    connect(listenPortEdit, &QLineEdit::textChanged, this, &TarvolineDock::syncTargetPortFromListenPort);
-    connect(linkPortsCheck, &QCheckBox::toggled, this, &TarvolineDock::applyPortLink);
-    for (QLineEdit *edit : {listenPortEdit, targetPortEdit, publicHostEdit, streamIdEdit, passwordEdit}) {
-        connect(edit, &QLineEdit::textChanged, this, &TarvolineDock::updateUrls);
-        connect(edit, &QLineEdit::editingFinished, this, &TarvolineDock::saveSettings);
-    }
 }

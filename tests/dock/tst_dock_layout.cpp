@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Every widget of the panel: texts, sizes, margins, policies, order.
+// The panel from the outside in: its column, and every group but the two forms.
 #include "dockfixture.h"
+#include "panelview.h"
 
 #include <QBoxLayout>
-#include <QCheckBox>
-#include <QFormLayout>
 #include <QGroupBox>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMetaMethod>
 #include <QPushButton>
 #include <QScrollArea>
@@ -16,74 +14,8 @@
 
 #include <optional>
 
+using namespace PanelView;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QScrollArea *scrollAreaOf(const TarvolineDock &dock)
-{
-    return dock.findChild<QScrollArea *>(Qt::FindDirectChildrenOnly);
-}
-
-QVBoxLayout *columnOf(const TarvolineDock &dock)
-{
-    return qobject_cast<QVBoxLayout *>(scrollAreaOf(dock)->widget()->layout());
-}
-
-// The group box at a place of the column, null where something else stands.
-QGroupBox *groupAt(const TarvolineDock &dock, int index)
-{
-    return qobject_cast<QGroupBox *>(columnOf(dock)->itemAt(index)->widget());
-}
-
-QFormLayout *formAt(const TarvolineDock &dock, int index)
-{
-    return qobject_cast<QFormLayout *>(groupAt(dock, index)->layout());
-}
-
-QString rowLabel(const QFormLayout *form, int row)
-{
-    const QLayoutItem *item = form->itemAt(row, QFormLayout::LabelRole);
-    return item ? qobject_cast<QLabel *>(item->widget())->text() : QString();
-}
-
-QWidget *field(const QFormLayout *form, int row)
-{
-    return form->itemAt(row, QFormLayout::FieldRole)->widget();
-}
-
-// What stands side by side in a box layout, as texts; an edit as "[…]", a stretch as "~".
-QStringList describe(const QLayout *layout)
-{
-    QStringList parts;
-    for (int i = 0; i < layout->count(); ++i) {
-        QWidget *widget = layout->itemAt(i)->widget();
-        if (!widget) {
-            parts << u"~"_s;
-        } else if (const auto *label = qobject_cast<QLabel *>(widget)) {
-            parts << label->text();
-        } else if (const auto *edit = qobject_cast<QLineEdit *>(widget)) {
-            parts << u"[%1]"_s.arg(edit->text());
-        } else if (const auto *button = qobject_cast<QAbstractButton *>(widget)) {
-            parts << button->text();
-        } else {
-            parts << QString::fromLatin1(widget->metaObject()->className());
-        }
-    }
-    return parts;
-}
-
-QHBoxLayout *rowOf(const QWidget *row)
-{
-    return qobject_cast<QHBoxLayout *>(row->layout());
-}
-
-// Column places, top to bottom.
-enum Place { Title, Status, Settings, Addresses, Buttons, Version, Log, End, PlaceCount };
-
-const QMargins groupMargins(8, 7, 8, 8);
-
-} // namespace
 
 class TestDockLayout : public QObject
 {
@@ -189,125 +121,6 @@ private Q_SLOTS:
         QCOMPARE(layout->itemAt(1)->widget(), status);
         QCOMPARE(status->textInteractionFlags(), Qt::NoTextInteraction);
         QVERIFY(!groupAt(*fixture->dock, Status)->isCheckable());
-    }
-
-    void settingsFormHasItsRows()
-    {
-        const QFormLayout *form = formAt(*fixture->dock, Settings);
-        QVERIFY(form);
-        QVERIFY(!groupAt(*fixture->dock, Settings)->isCheckable());
-        QCOMPARE(form->contentsMargins(), groupMargins);
-        QCOMPARE(form->horizontalSpacing(), 8);
-        QCOMPARE(form->verticalSpacing(), 5);
-        QCOMPARE(form->fieldGrowthPolicy(), QFormLayout::AllNonFixedFieldsGrow);
-        QCOMPARE(form->rowCount(), 7);
-        const QStringList labels{u"Ports:"_s,     QString(),      u"IP / Domain:"_s, QString(),
-                                 u"Stream-ID:"_s, u"Passwort:"_s, QString()};
-        for (int row = 0; row < form->rowCount(); ++row) {
-            QCOMPARE(rowLabel(form, row), labels.at(row));
-            QVERIFY(!form->itemAt(row, QFormLayout::SpanningRole));
-        }
-    }
-
-    void portRowShowsBothPorts()
-    {
-        const DockProbe probe(*fixture->dock);
-        const QFormLayout *form = formAt(*fixture->dock, Settings);
-        const QHBoxLayout *row = rowOf(field(form, 0));
-        QCOMPARE(row->contentsMargins(), QMargins(0, 0, 0, 0));
-        QCOMPARE(row->spacing(), 5);
-        QCOMPARE(describe(row), (QStringList{u"SRTLA"_s, u"[5000]"_s, u"OBS"_s, u"[5002]"_s}));
-        QCOMPARE(row->itemAt(1)->widget(), probe.listenPortEdit());
-        QCOMPARE(row->itemAt(3)->widget(), probe.targetPortEdit());
-        QVERIFY(!probe.listenPortEdit()->isReadOnly());
-        QVERIFY(probe.targetPortEdit()->isReadOnly());
-
-        QCOMPARE(field(form, 1), probe.linkPortsCheck());
-        QCOMPARE(probe.linkPortsCheck()->text(), u"OBS-Port = SRTLA + 2"_s);
-        QVERIFY(probe.linkPortsCheck()->isChecked());
-    }
-
-    void hostRowHasTheQueryButtonAndTheHint()
-    {
-        const DockProbe probe(*fixture->dock);
-        const QFormLayout *form = formAt(*fixture->dock, Settings);
-        const QHBoxLayout *row = rowOf(field(form, 2));
-        QCOMPARE(row->contentsMargins(), QMargins(0, 0, 0, 0));
-        QCOMPARE(row->spacing(), 5);
-        QCOMPARE(describe(row), (QStringList{u"[]"_s, u"IP ermitteln"_s}));
-        QCOMPARE(row->itemAt(0)->widget(), probe.publicHostEdit());
-        QCOMPARE(row->stretch(0), 1);
-        QCOMPARE(row->stretch(1), 0);
-        QCOMPARE(row->itemAt(1)->widget(), probe.queryIpButton());
-        QCOMPARE(probe.queryIpButton()->maximumWidth(), 108);
-        QCOMPARE(probe.queryIpButton()->toolTip(), u"Öffentliche IP-Adresse dieses Internetanschlusses ermitteln"_s);
-
-        QCOMPARE(field(form, 3), probe.ipHintLabel());
-        QCOMPARE(probe.ipHintLabel()->text(),
-                 u"Öffentliche IP kann automatisch ermittelt oder manuell eingetragen werden."_s);
-        QVERIFY(probe.ipHintLabel()->wordWrap());
-    }
-
-    void streamIdRowShowsLive()
-    {
-        const DockProbe probe(*fixture->dock);
-        QCOMPARE(field(formAt(*fixture->dock, Settings), 4), probe.streamIdEdit());
-        QCOMPARE(probe.streamIdEdit()->text(), u"live"_s);
-    }
-
-    void passwordRowHasItsTwoButtons()
-    {
-        const DockProbe probe(*fixture->dock);
-        const QHBoxLayout *row = rowOf(field(formAt(*fixture->dock, Settings), 5));
-        QCOMPARE(row->contentsMargins(), QMargins(0, 0, 0, 0));
-        QCOMPARE(row->spacing(), 5);
-        QCOMPARE(describe(row), (QStringList{u"[]"_s, u"Zeigen"_s, u"Kopieren"_s}));
-        QCOMPARE(row->itemAt(0)->widget(), probe.passwordEdit());
-        QCOMPARE(row->stretch(0), 0);
-        QCOMPARE(probe.passwordEdit()->echoMode(), QLineEdit::Password);
-        QCOMPARE(probe.passwordEdit()->placeholderText(), u"Kein Passwort"_s);
-        QCOMPARE(row->itemAt(1)->widget(), probe.showPasswordButton());
-        QCOMPARE(probe.showPasswordButton()->maximumWidth(), 74);
-        QCOMPARE(row->itemAt(2)->widget()->maximumWidth(), 78);
-    }
-
-    void startUpSwitchesStandBelowEachOther()
-    {
-        const DockProbe probe(*fixture->dock);
-        const auto *box = qobject_cast<QVBoxLayout *>(field(formAt(*fixture->dock, Settings), 6)->layout());
-        QVERIFY(box);
-        QCOMPARE(box->contentsMargins(), QMargins(0, 0, 0, 0));
-        QCOMPARE(box->spacing(), 2);
-        QCOMPARE(describe(box), (QStringList{u"Receiver mit OBS starten"_s, u"Quelle bei OBS-Start reparieren"_s}));
-        QCOMPARE(box->itemAt(0)->widget(), probe.autoStartCheck());
-        QCOMPARE(box->itemAt(1)->widget(), probe.autoSourceCheck());
-    }
-
-    void addressGroupIsClosedWithTwoRows()
-    {
-        const DockProbe probe(*fixture->dock);
-        const QGroupBox *group = groupAt(*fixture->dock, Addresses);
-        QVERIFY(group->isCheckable());
-        QVERIFY(!group->isChecked());
-        const QFormLayout *form = formAt(*fixture->dock, Addresses);
-        QVERIFY(form);
-        QCOMPARE(form->contentsMargins(), groupMargins);
-        QCOMPARE(form->horizontalSpacing(), 7);
-        QCOMPARE(form->verticalSpacing(), 5);
-        QCOMPARE(form->rowCount(), 2);
-        QCOMPARE(rowLabel(form, 0), u"IRL-App:"_s);
-        const QHBoxLayout *row = rowOf(field(form, 0));
-        QCOMPARE(row->contentsMargins(), QMargins(0, 0, 0, 0));
-        QCOMPARE(row->spacing(), 5);
-        QCOMPARE(row->count(), 2);
-        QCOMPARE(row->itemAt(0)->widget(), probe.moblinAddressEdit());
-        QVERIFY(probe.moblinAddressEdit()->isReadOnly());
-        const auto *copy = qobject_cast<QPushButton *>(row->itemAt(1)->widget());
-        QCOMPARE(copy->text(), u"Kopieren"_s);
-        QCOMPARE(copy->maximumWidth(), 78);
-        QCOMPARE(rowLabel(form, 1), u"OBS:"_s);
-        QCOMPARE(field(form, 1), probe.obsAddressEdit());
-        QVERIFY(probe.obsAddressEdit()->isReadOnly());
     }
 
     void buttonRowOffersStart()
