@@ -101,6 +101,13 @@ class ObsCase(unittest.TestCase):
         """The dock of a session, on the screen."""
         return obs.Panel(session.screen).open()
 
+    def assert_destroyed(self, session: obs.ObsSession, names):
+        """Checks in the log of an OBS that ended that nobody kept a reference to these sources: OBS destroyed them as its
+        scenes went, and not with what it clears away at last."""
+        before_the_rest = session.log().split("Freeing OBS context data")[0]
+        for name in names:
+            self.assertIn(f"source '{name}' destroyed", before_the_rest)
+
     def _clear(self):
         failed = any(error for _, error in getattr(self._outcome.result, "failures", []) +
                      getattr(self._outcome.result, "errors", []) if _ is self)

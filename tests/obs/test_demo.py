@@ -1,30 +1,52 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What ./run starts, on a machine without a display."""
+"""What ./run starts: with a display, and on a machine without one."""
 
 import os
 import pathlib
+import signal
 import socket
 import subprocess
 import sys
 import unittest
 
 import case
+import obs
+from obs import wait_until
 
 _DEMO = pathlib.Path(__file__).resolve().parents[2] / "tools" / "obsdemo" / "obsdemo.py"
 _PNG = b"\x89PNG\r\n\x1a\n"
+_LAST_WORDS = "Close OBS or press Ctrl+C to end."
+
+# An empty display has a single one.
+_COLOURS_OF_A_WINDOW = 50
 
 
 class DemoTest(unittest.TestCase):
     def setUp(self):
         self.folder = case.scratch(self.id().removeprefix("__main__."))
         self.shots = self.folder / "shots"
+        self.users_home = self.folder / "user"
+        self.users_home.mkdir()
+        self.users_config = self.users_home / ".config" / "obs-studio" / "global.ini"
+        obs.write_ini(self.users_config, {"General": {"LastVersion": 1}})
+        self.addCleanup(self._expect_the_users_home_as_it_was, self.users_config.read_bytes())
 
-    def _run(self, *arguments):
-        environment = {name: value for name, value in os.environ.items() if name != "DISPLAY"}
-        return subprocess.run(
-            [sys.executable, "-B", _DEMO, "--folder", self.folder / "obs", "--shots", self.shots, "--build", case.BUILD,
-             *arguments],
-            env=environment, capture_output=True, text=True, timeout=300, check=False)
+    def _expect_the_users_home_as_it_was(self, config):
+        files = [path for path in self.users_home.rglob("*") if path.is_file()]
+        self.assertEqual(files, [self.users_config])
+        self.assertEqual(self.users_config.read_bytes(), config)
+
+    def _command(self, *arguments):
+        return [sys.executable, "-B", _DEMO, "--folder", self.folder / "obs", "--shots", self.shots, "--build", case.BUILD,
+                *arguments]
+
+    def _environment(self, **more):
+        kept = {name: value for name, value in os.environ.items() if name != "DISPLAY"}
+        return kept | {"HOME": str(self.users_home)} | more
+
+    def _run(self, *arguments, **environment):
+        return subprocess.run(self._command(*arguments), env=self._environment(**environment), capture_output=True,
+                              text=True, timeout=300, check=False)
 
     def test_it_shows_the_picture_and_saves_what_is_seen(self):
         run = self._run()
@@ -47,6 +69,46 @@ class DemoTest(unittest.TestCase):
             run = self._run()
         self.assertEqual(run.returncode, 1, run.stdout + run.stderr)
         self.assertIn("UDP port 5000 is taken", run.stdout)
+
+    def test_it_says_that_no_picture_came(self):
+        # An encoder that sends nothing.
+        programs = self.folder / "programs"
+        programs.mkdir()
+        encoder = programs / "ffmpeg"
+        encoder.write_text("#!/bin/sh\nexec sleep infinity\n")
+        encoder.chmod(0o755)
+        run = self._run("--patience", "2", PATH=f"{programs}:{os.environ['PATH']}")
+        self.assertEqual(run.returncode, 1, run.stdout + run.stderr)
+        self.assertIn("No picture within 2 s.", run.stdout)
+        self.assertIn("START | SRTLA UDP 5000 → SRT 127.0.0.1:5002", run.stdout)
+        self.assertFalse(self.shots.exists())
+
+    def test_by_itself_it_waits_a_minute_for_the_picture(self):
+        run = self._run("--help")
+        self.assertRegex(run.stdout, r"--patience SECONDS\s+how long to wait for the picture when there is no\s+display \(60\)")
+
+    def test_on_a_display_obs_stands_there_until_the_user_ends_it(self):
+        desk = case.desk()
+        said = self.folder / "said"
+        with open(said, "wb") as output:
+            demo = subprocess.Popen(self._command(), env=self._environment(DISPLAY=desk.display), stdout=output,
+                                    stderr=output, stdin=subprocess.DEVNULL)
+        self.addCleanup(demo.kill)
+        wait_until(lambda: _LAST_WORDS in said.read_text() or demo.poll() is not None, said.read_text)
+        self.assertIsNone(demo.poll(), said.read_text())
+        self.assertIn("srtla://", said.read_text())
+        self.assertIn("forward UDP port 5000", said.read_text())
+        wait_until(lambda: self._colours_on(desk) > _COLOURS_OF_A_WINDOW, "OBS stands on the display")
+
+        demo.send_signal(signal.SIGINT)
+        self.assertEqual(demo.wait(obs.PATIENCE_S), 0, said.read_text())
+        self.assertFalse(self.shots.exists())
+
+    def _colours_on(self, desk):
+        picture = self.folder / "display.png"
+        subprocess.run(["import", "-display", desk.display, "-window", "root", picture], check=True)
+        return int(subprocess.run(["identify", "-format", "%k", picture], capture_output=True, text=True,
+                                  check=True).stdout)
 
 
 if __name__ == "__main__":

@@ -7,6 +7,9 @@ import case
 from obs import Road, wait_until
 
 _PASSPHRASE = "four words of secret"
+_GUESS = "four words of guessing"
+# libsrt's own words, in the log of the caller.
+_REFUSED = "REJECT reported from HS processing: Incorrect passphrase"
 
 # Longer than the receiver lets a link be silent, so that the cut link is dropped and has to register again.
 _CUT_FROM_S, _CUT_UNTIL_S = 6, 20
@@ -51,14 +54,18 @@ class RoadTest(case.ObsCase):
         case.wait_for_picture(session)
 
         # OBS ends in the middle of the stream.
-        took = session.quit()
+        session.quit()
         self.assertEqual(session.exit_code(), 0)
         self.assertIn("[Tarvoline SRTLA] Plugin sicher entladen", session.log())
         self.assertIn("Number of memory leaks: 0", session.log())
-        print(f"OBS ended {took:.1f} s after File > Exit, with the stream running")
 
     def test_a_passphrase_lets_in_who_knows_it(self):
         session, panel = self._ready(_PASSPHRASE)
+        stranger = self._road(passphrase=_GUESS).start()
+        wait_until(lambda: _REFUSED in stranger.encoder_log(), "the caller with another passphrase is refused")
+        self.assertIsNone(session.remote.picture(case.SOURCE))
+        stranger.stop()
+
         self._road(passphrase=_PASSPHRASE).start()
         case.wait_for_picture(session)
 

@@ -107,10 +107,10 @@ def _prove(session, options):
     """Waits for the picture, and saves what is on the virtual display."""
     if options.demo:
         try:
-            obs.wait_until(lambda: _shows_pattern(session), "the picture", _PICTURE_WITHIN_S, _LOOK_AGAIN_S)
+            obs.wait_until(lambda: _shows_pattern(session), "the picture", options.patience, _LOOK_AGAIN_S)
         except obs.TimedOut:
             lines = "".join(f"\n  {line}" for line in obs.Panel(session.screen).log())
-            raise Trouble(f"No picture within {_PICTURE_WITHIN_S} s. The dock's log:{lines}\n"
+            raise Trouble(f"No picture within {options.patience:g} s. The dock's log:{lines}\n"
                           f"OBS's log: {session.home.latest_log()}") from None
         _say("The picture has arrived in OBS.")
     _save_screenshots(session, options)
@@ -151,6 +151,8 @@ def _lan_address() -> str:
 def _options():
     parser = argparse.ArgumentParser(prog="./run", description="Opens OBS with the dock and a bonded test stream.")
     parser.add_argument("--no-demo", dest="demo", action="store_false", help="without the test stream")
+    parser.add_argument("--patience", type=float, default=_PICTURE_WITHIN_S, metavar="SECONDS",
+                        help="how long to wait for the picture when there is no display (%(default)s)")
     parser.add_argument("--shots", type=pathlib.Path, default=_PROJECT / "build" / "demo" / "shots",
                         help="where the screenshots go when there is no display (%(default)s)")
     parser.add_argument("--folder", type=pathlib.Path, default=_PROJECT / "build" / "demo" / "obs",

@@ -63,6 +63,11 @@ class ObsHome:
         logs = sorted((self.config / "logs").glob("*.txt"), key=lambda path: path.stat().st_mtime_ns)
         return logs[-1] if logs else None
 
+    def unfinished_runs(self) -> list:
+        """The notes from which OBS knows at its start which runs did not end well; one that ends takes its own away. An
+        OBS built without its crash detection makes none."""
+        return sorted(path.name for path in (self.config / ".sentinel").glob("*"))
+
     def _user_settings(self) -> dict:
         settings = {
             "General": {"FirstRun": "true", "LastVersion": 0x20020000, "Language": "en-US", "ConfirmOnExit": "false"},

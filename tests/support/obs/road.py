@@ -31,12 +31,12 @@ class Encoder:
             "-c:v", "libx264", "-preset", "ultrafast", "-tune", "zerolatency", "-colorspace", "bt709",
             "-color_primaries", "bt709", "-color_trc", "bt709", "-g", str(rate),
             "-threads", "1", "-b:v", f"{bitrate_kbit}k", *constant, "-c:a", "aac", "-b:a", "64k", "-f", "mpegts", url]
-        self._log = log
+        self.log = log
         self._process = None
 
     def start(self):
         """Starts sending."""
-        with open(self._log, "ab") as log:
+        with open(self.log, "ab") as log:
             self._process = subprocess.Popen(self._arguments, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
         return self
 
@@ -123,6 +123,10 @@ class Road:
     def sender_log(self) -> str:
         """What the bonding sender wrote so far, unless it was `shown`."""
         return self._sender.log.read_text()
+
+    def encoder_log(self) -> str:
+        """What the encoder wrote so far."""
+        return self._encoder.log.read_text() if self._encoder.log.exists() else ""
 
     def __enter__(self):
         return self.start()

@@ -3,6 +3,7 @@
 
 import os
 import subprocess
+import time
 
 from .wait import PATIENCE_S, wait_until
 
@@ -117,10 +118,13 @@ class Screen:
             place = next((entry for entry in below if entry.name == title), None) or _missing(place, title)
         return place
 
-    def exit(self):
-        """Chooses File > Exit."""
+    def exit(self) -> float:
+        """Chooses File > Exit, and returns the moment of it (time.monotonic)."""
+        entry = self.menu_entry("File", "Exit")
+        chosen = time.monotonic()
         # OBS may be gone before it answers.
-        self._without_answer(self.menu_entry("File", "Exit").press)
+        self._without_answer(entry.press)
+        return chosen
 
     def message_boxes(self) -> list:
         """The message boxes on the screen."""

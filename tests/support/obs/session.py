@@ -15,7 +15,7 @@ from .wait import PATIENCE_S, TimedOut, wait_until
 
 _ARGUMENTS = ["--disable-updater", "--verbose"]
 
-# Several at once on one machine; OBS then keeps no note of whether it ended well either.
+# Several at once on one machine, without OBS asking about it.
 _SIDE_BY_SIDE = ["--multi"]
 
 
@@ -36,19 +36,19 @@ class ObsSession:
         """OBS's process id."""
         return self._process.pid
 
-    def start(self, shutdown_check=False):
-        """Starts OBS and waits until its window stands and its remote control answers. With `shutdown_check` OBS takes
-        note of how it ends, and looks how the run before ended, as it does for a user."""
-        self.launch(shutdown_check)
+    def start(self, alone=False):
+        """Starts OBS and waits until its window stands and its remote control answers. `alone` it runs as a user starts
+        it, without leave to run beside another one."""
+        self.launch(alone)
         self.remote = wait_until(self._try_remote, "OBS answers on its remote control")
         self.screen.main_window()
         return self
 
-    def launch(self, shutdown_check=False):
+    def launch(self, alone=False):
         """Starts OBS and waits for nothing."""
         self._port = free_port()
         self.home.create(self._port)
-        arguments = _ARGUMENTS + ([] if shutdown_check else _SIDE_BY_SIDE)
+        arguments = _ARGUMENTS + ([] if alone else _SIDE_BY_SIDE)
         environment = {name: os.environ[name] for name in ("PATH", "LANG") if name in os.environ}
         environment |= self.desk.environment() | {
             "HOME": str(self.home.folder),
@@ -88,9 +88,7 @@ class ObsSession:
         """Ends OBS as a user does, with File > Exit, and returns the seconds it took. Raises TimedOut when it hangs, after
         it was killed."""
         self._close_remote()
-        asked = time.monotonic()
-        self.screen.exit()
-        return self._wait_for_end(asked, timeout_s)
+        return self._wait_for_end(self.screen.exit(), timeout_s)
 
     def interrupt(self, timeout_s=PATIENCE_S) -> float:
         """Ends OBS by a signal, as when the user's session closes; returns the seconds it took."""
