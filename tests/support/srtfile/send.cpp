@@ -53,13 +53,16 @@ void sendPaced(SRTSOCKET socket, const std::vector<char> &bytes, double megabits
     }
 }
 
-bool waitForHangUp(SRTSOCKET socket)
+// A live stream goes on: SRT sends a lost packet again when a later one shows the gap, and the last of all never.
+bool goOnUntilHangUp(SRTSOCKET socket)
 {
+    constexpr char filler = 0;
     const auto deadline = Clock::now() + patience;
     while (srt_getsockstate(socket) == SRTS_CONNECTED) {
         if (Clock::now() > deadline) {
             return false;
         }
+        srt_send(socket, &filler, sizeof filler); // fails when the listener has just hung up
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return true;
@@ -80,7 +83,7 @@ bool send(const Options &options)
     sendSize(socket, bytes.size());
     sendPaced(socket, bytes, options.megabitsPerSecond);
     writeLine(R"({"event":"sent"})");
-    const bool fetched = waitForHangUp(socket);
+    const bool fetched = goOnUntilHangUp(socket);
     srt_close(socket);
     return fetched;
 }
