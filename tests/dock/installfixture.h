@@ -6,16 +6,12 @@
 #include "buildspec.h"
 
 #include <QCryptographicHash>
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 
 /** A dock with updates switched on, a user who says yes, and a temporary folder that is the installer's alone. */
 class InstallFixture : public UpdateFixture
 {
 public:
-    static constexpr int waitMs = 60000;
-
     explicit InstallFixture(const QString &door = QStringLiteral("proxy")) : UpdateFixture(door)
     {
         boxes.answerWith([](QMessageBox &box) { MessageBoxes::press(box, QMessageBox::Yes); });

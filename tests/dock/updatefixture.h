@@ -5,7 +5,10 @@
 #include "support/httpsservers.h"
 #include "support/vendornetwork.h"
 
+#include <QDir>
+#include <QFile>
 #include <QLabel>
+#include <QProcess>
 #include <QPushButton>
 #include <QTest>
 
@@ -33,6 +36,9 @@ inline QByteArrayList headerLines(const QByteArray &head)
 class UpdateFixture : public DockFixture
 {
 public:
+    /** How long a test waits for what has to come: ample even on a busy machine. */
+    static constexpr int waitMs = 60000;
+
     explicit UpdateFixture(const QString &door = QStringLiteral("proxy"))
         : network(std::make_unique<VendorNetwork>(servers, door)), probe(buildQuiet()),
           checkButton(new QPushButton(dock.get())), installButton(new QPushButton(dock.get()))
@@ -57,6 +63,36 @@ public:
         probe.pendingUpdateVersion() = urlDigestVersion.at(2);
     }
     void invoke(const char *slot) const { QVERIFY(QMetaObject::invokeMethod(dock.get(), slot)); }
+
+    /** Asks for updates as the button does, and waits for the end of it. */
+    void check() const
+    {
+        invoke("checkForUpdatesManually");
+        QVERIFY(!checkButton->isEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(checkButton->isEnabled(), waitMs);
+        QTRY_COMPARE_WITH_TIMEOUT(network->openReplies(), 0, waitMs);
+    }
+
+    /** Has the real service offer @p installer as version 1.2.3 under "/Setup-v1.2.3.exe", with these notes. */
+    void publish(const QByteArray &installer, const QByteArray &notes = {}) const
+    {
+        const QDir root(servers.text(QStringLiteral("serviceRoot")));
+        const auto write = [&root](const QString &name, const QByteArray &data) {
+            QFile file(root.filePath(name));
+            QVERIFY2(file.open(QIODevice::WriteOnly) && file.write(data) == data.size(),
+                     qPrintable(file.errorString()));
+        };
+        const QString installerName = QStringLiteral("Setup-v1.2.3.exe");
+        const QString notesName = QStringLiteral("notes.txt");
+        write(installerName, installer);
+        write(notesName, notes);
+        QProcess script;
+        script.start(QStringLiteral("python3"),
+                     {servers.text(QStringLiteral("serviceScripts")) + u"/makemanifest.py", QStringLiteral("1.2.3"),
+                      root.filePath(installerName), QStringLiteral("--notes"), root.filePath(notesName)});
+        QVERIFY(script.waitForFinished(waitMs));
+        QVERIFY2(script.exitCode() == 0, script.readAllStandardError().constData());
+    }
 
     HttpsServers servers;
     std::unique_ptr<VendorNetwork> network;

@@ -25,6 +25,12 @@ struct ServerAnswer
     int pauseMs = 0;
 };
 
+/** The answer that sends a client on to @p target. */
+inline ServerAnswer redirectTo(const QString &target)
+{
+    return {.status = 302, .headers = {{QStringLiteral("Location"), target}}};
+}
+
 /** A request as it came in, byte for byte. */
 struct ServerRequest
 {
