@@ -15,6 +15,7 @@ namespace {
 constexpr int exitUsage = 2;
 constexpr const char *usageText =
     "usage: srtfile send --port PORT --file FILE --streamid NAME --rate MBIT [--latency MS] [--passphrase TEXT]\n"
+    "                    [--repeat N] [--from MS] [--reconnect 1]\n"
     "       srtfile receive --port PORT --folder FOLDER [--streams N] [--latency MS] [--passphrase TEXT]\n";
 
 bool parse(int argc, char **argv, Options &options)
@@ -27,8 +28,9 @@ bool parse(int argc, char **argv, Options &options)
                                                      {"--folder", &options.folder},
                                                      {"--streamid", &options.streamId},
                                                      {"--passphrase", &options.passphrase}};
-    const std::map<std::string, int *> numbers{
-        {"--port", &options.port}, {"--latency", &options.latencyMs}, {"--streams", &options.streams}};
+    const std::map<std::string, int *> numbers{{"--port", &options.port},       {"--latency", &options.latencyMs},
+                                               {"--streams", &options.streams}, {"--repeat", &options.repeat},
+                                               {"--from", &options.fromMs},     {"--reconnect", &options.reconnect}};
     for (int at = 2; at < argc; at += 2) {
         const std::string name = argv[at];
         const std::string value = argv[at + 1];
@@ -42,7 +44,7 @@ bool parse(int argc, char **argv, Options &options)
             return false;
         }
     }
-    const bool sending = options.mode == "send" && options.megabitsPerSecond > 0;
+    const bool sending = options.mode == "send" && options.megabitsPerSecond > 0 && options.repeat > 0;
     return options.port != 0 && (sending || options.mode == "receive");
 }
 

@@ -14,8 +14,11 @@
 namespace srtfile {
 namespace {
 
-constexpr int backlog = 16;
+constexpr int backlog = 256;
 constexpr int longestStreamId = 512;
+// What a viewer would call a stall, well above what a busy machine does to a thread.
+constexpr std::chrono::milliseconds noticeablePause(300);
+constexpr std::chrono::seconds progressInterval(1);
 
 using Clock = std::chrono::steady_clock;
 using Message = std::array<char, payloadSize>;
@@ -37,6 +40,50 @@ std::uint64_t readSize(const Message &message)
     return size;
 }
 
+/// When the messages of a stream came: the longest pause, and a line about each long one.
+class Arrivals
+{
+public:
+    explicit Arrivals(std::string streamId) : id(std::move(streamId)), last(Clock::now()), nextProgress(last) {}
+
+    void note(std::uint64_t received, SRTSOCKET socket)
+    {
+        const Clock::time_point now = Clock::now();
+        const Clock::duration pause = now - std::exchange(last, now);
+        longestPause = std::max(longestPause, pause);
+        if (std::exchange(first, false) || pause >= noticeablePause) {
+            writeLine(std::format(R"({{"event":"flows","stream":"{}","pauseMs":{}}})", id, milliseconds(pause)));
+        }
+        if (now >= nextProgress) {
+            nextProgress = now + progressInterval;
+            writeLine(line("progress", received, socket));
+        }
+    }
+
+    /// What \a socket has received so far as one line.
+    [[nodiscard]] std::string line(const char *event, std::uint64_t received, SRTSOCKET socket) const
+    {
+        SRT_TRACEBSTATS statistics{};
+        srt_bstats(socket, &statistics, 0);
+        return std::format(R"({{"event":"{}","stream":"{}","bytes":{},"packets":{},"lost":{},"dropped":{},)"
+                           R"("retransmitted":{},"longestPauseMs":{}}})",
+                           event, id, received, statistics.pktRecvTotal, statistics.pktRcvLossTotal,
+                           statistics.pktRcvDropTotal, statistics.pktRcvRetrans, milliseconds(longestPause));
+    }
+
+private:
+    [[nodiscard]] static std::int64_t milliseconds(Clock::duration duration)
+    {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(duration).count();
+    }
+
+    std::string id;
+    Clock::time_point last;
+    Clock::time_point nextProgress;
+    Clock::duration longestPause{};
+    bool first = true;
+};
+
 bool receiveStream(SRTSOCKET socket, const std::string &folder)
 {
     const std::string id = streamIdOf(socket);
@@ -48,27 +95,21 @@ bool receiveStream(SRTSOCKET socket, const std::string &folder)
     if (srt_recv(socket, message.data(), payloadSize) == static_cast<int>(sizeMessageLength)) {
         wanted = readSize(message);
     }
-    Clock::time_point last = Clock::now();
-    Clock::duration longestPause{};
+    Arrivals arrivals(id);
     while (received < wanted) {
         const int size = srt_recv(socket, message.data(), payloadSize);
-        if (size <= 0) {
+        // SRT delivers in order: at the end message, what is missing will not come any more.
+        if (size <= 0 || std::string_view(message.data(), static_cast<std::size_t>(size)) == endMessage) {
             break;
         }
-        const Clock::time_point now = Clock::now();
-        longestPause = std::max(longestPause, now - std::exchange(last, now));
-        file.write(message.data(), size);
         received += static_cast<std::uint64_t>(size);
+        arrivals.note(received, socket);
+        file.write(message.data(), size);
     }
-    SRT_TRACEBSTATS statistics{};
-    srt_bstats(socket, &statistics, 0);
+    const std::string end = arrivals.line("ended", received, socket);
     srt_close(socket);
     file.close();
-    const auto pauseMs = std::chrono::duration_cast<std::chrono::milliseconds>(longestPause).count();
-    writeLine(std::format(R"({{"event":"ended","stream":"{}","wanted":{},"bytes":{},"packets":{},"lost":{},)"
-                          R"("dropped":{},"retransmitted":{},"longestPauseMs":{}}})",
-                          id, wanted, received, statistics.pktRecvTotal, statistics.pktRcvLossTotal,
-                          statistics.pktRcvDropTotal, statistics.pktRcvRetrans, pauseMs));
+    writeLine(end);
     return wanted != 0 && received == wanted && file.good();
 }
 

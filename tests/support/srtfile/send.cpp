@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "srtfile.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
+#include <format>
 #include <fstream>
+#include <span>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -28,64 +31,128 @@ std::vector<char> readFile(const std::string &path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void sendMessage(SRTSOCKET socket, const char *data, std::size_t size)
+/// The file as often as it is to be sent, with the time at which each byte of it is due.
+class Playback
 {
-    check(srt_send(socket, data, static_cast<int>(size)), "send");
+public:
+    explicit Playback(const Options &options)
+        : bytes(readFile(options.file)), repeat(static_cast<std::uint64_t>(options.repeat)),
+          perByte(bitsPerByte / (options.megabitsPerSecond * bitsPerMegabit)),
+          started(Clock::now() - std::chrono::milliseconds(options.fromMs))
+    {
+    }
+
+    [[nodiscard]] std::uint64_t size() const { return bytes.size() * repeat; }
+    /// The first message that is due \a elapsed after the beginning of the file or later, by its first byte.
+    [[nodiscard]] std::uint64_t positionAfter(Clock::duration elapsed) const
+    {
+        const auto played = static_cast<std::uint64_t>(elapsed / perByte);
+        return std::min(size(), (played + payloadSize - 1) / payloadSize * payloadSize);
+    }
+    [[nodiscard]] std::uint64_t positionNow() const { return positionAfter(Clock::now() - started); }
+    void waitUntilDue(std::uint64_t at) const
+    {
+        std::this_thread::sleep_until(started +
+                                      std::chrono::duration_cast<Clock::duration>(perByte * static_cast<double>(at)));
+    }
+    /// The message that begins with the byte \a at; it ends with the file at the latest.
+    [[nodiscard]] std::span<const char> message(std::uint64_t at) const
+    {
+        const std::span<const char> rest = std::span(bytes).subspan(at % bytes.size());
+        return rest.first(std::min<std::size_t>(payloadSize, rest.size()));
+    }
+
+private:
+    std::vector<char> bytes;
+    std::uint64_t repeat;
+    std::chrono::duration<double> perByte;
+    Clock::time_point started;
+};
+
+bool sendMessage(SRTSOCKET socket, std::span<const char> message)
+{
+    return srt_send(socket, message.data(), static_cast<int>(message.size())) != SRT_ERROR;
 }
 
-void sendSize(SRTSOCKET socket, std::uint64_t size)
+bool sendSize(SRTSOCKET socket, std::uint64_t size)
 {
     std::array<char, sizeMessageLength> message{};
     for (std::size_t at = message.size(); at-- > 0; size >>= 8) {
         message[at] = static_cast<char>(size & 0xFF);
     }
-    sendMessage(socket, message.data(), message.size());
+    return sendMessage(socket, message);
 }
 
-void sendPaced(SRTSOCKET socket, const std::vector<char> &bytes, double megabitsPerSecond)
+/// Sends from the byte \a at on; returns whether the connection held.
+bool sendPaced(SRTSOCKET socket, const Playback &playback, std::uint64_t at)
 {
-    const auto start = Clock::now();
-    const std::chrono::duration<double> perByte(bitsPerByte / (megabitsPerSecond * bitsPerMegabit));
-    for (std::size_t at = 0; at < bytes.size(); at += payloadSize) {
-        std::this_thread::sleep_until(start +
-                                      std::chrono::duration_cast<Clock::duration>(perByte * static_cast<double>(at)));
-        sendMessage(socket, bytes.data() + at, std::min<std::size_t>(payloadSize, bytes.size() - at));
+    bool holds = sendSize(socket, playback.size() - at);
+    while (holds && at < playback.size()) {
+        playback.waitUntilDue(at);
+        const auto message = playback.message(at);
+        holds = sendMessage(socket, message);
+        at += message.size();
     }
+    return holds;
 }
 
 // A live stream goes on: SRT sends a lost packet again when a later one shows the gap, and the last of all never.
 bool goOnUntilHangUp(SRTSOCKET socket)
 {
-    constexpr char filler = 0;
     const auto deadline = Clock::now() + patience;
     while (srt_getsockstate(socket) == SRTS_CONNECTED) {
         if (Clock::now() > deadline) {
             return false;
         }
-        srt_send(socket, &filler, sizeof filler); // fails when the listener has just hung up
+        sendMessage(socket, endMessage); // fails when the listener has just hung up
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return true;
+}
+
+/// Connects under \a streamId; returns SRT_INVALID_SOCK if nobody answers.
+SRTSOCKET connect(const Options &options, const std::string &streamId)
+{
+    const SRTSOCKET socket = makeSocket(options);
+    check(srt_setsockflag(socket, SRTO_CONNTIMEO, &connectTimeoutMs, sizeof connectTimeoutMs), "connect timeout");
+    check(srt_setsockflag(socket, SRTO_STREAMID, streamId.data(), static_cast<int>(streamId.size())), "stream id");
+    const sockaddr_in address = loopback(options.port);
+    if (srt_connect(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) == SRT_ERROR) {
+        srt_close(socket);
+        return SRT_INVALID_SOCK;
+    }
+    writeLine(R"({"event":"connected"})");
+    return socket;
+}
+
+/// Sends all from the byte \a at on over one connection; returns whether it held until the listener hung up.
+bool sendRest(SRTSOCKET socket, const Playback &playback, std::uint64_t at)
+{
+    bool holds = sendPaced(socket, playback, at);
+    if (holds) {
+        writeLine(R"({"event":"sent"})");
+        holds = goOnUntilHangUp(socket);
+    }
+    srt_close(socket);
+    return holds;
 }
 
 } // namespace
 
 bool send(const Options &options)
 {
-    const std::vector<char> bytes = readFile(options.file);
-    const SRTSOCKET socket = makeSocket(options);
-    check(srt_setsockflag(socket, SRTO_CONNTIMEO, &connectTimeoutMs, sizeof connectTimeoutMs), "connect timeout");
-    check(srt_setsockflag(socket, SRTO_STREAMID, options.streamId.data(), static_cast<int>(options.streamId.size())),
-          "stream id");
-    const sockaddr_in address = loopback(options.port);
-    check(srt_connect(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address), "connect");
-    writeLine(R"({"event":"connected"})");
-    sendSize(socket, bytes.size());
-    sendPaced(socket, bytes, options.megabitsPerSecond);
-    writeLine(R"({"event":"sent"})");
-    const bool fetched = goOnUntilHangUp(socket);
-    srt_close(socket);
-    return fetched;
+    SRTSOCKET socket = connect(options, options.streamId);
+    if (socket == SRT_INVALID_SOCK) {
+        throw std::runtime_error(std::string("connect: ") + srt_getlasterror_str());
+    }
+    const Playback playback(options);
+    bool held = sendRest(socket, playback, playback.positionAfter(std::chrono::milliseconds(options.fromMs)));
+    for (int again = 1; !held && options.reconnect != 0 && playback.positionNow() < playback.size(); ++again) {
+        writeLine(R"({"event":"broken"})");
+        socket = connect(options, std::format("{}-{}", options.streamId, again));
+        held = socket != SRT_INVALID_SOCK && sendRest(socket, playback, playback.positionNow());
+    }
+    return held;
 }
 
 } // namespace srtfile

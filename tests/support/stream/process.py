@@ -22,13 +22,14 @@ class Ended(AssertionError):
 
 
 class JsonProcess:
-    """A running program whose standard output is one JSON object a line; each is kept, in order, in `objects`, and as
-    it was written in `lines`."""
+    """A running program whose standard output is one JSON object a line; each is kept, in order, in `objects`, as it
+    was written in `lines`, and when it was read, by the monotonic clock, in `times`."""
 
     def __init__(self, arguments, *, stderr=None):
         self.arguments = [str(word) for word in arguments]
         self.lines = []
         self.objects = []
+        self.times = []
         self._news = threading.Condition()
         self._at_end = False
         self._process = subprocess.Popen(self.arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
@@ -95,6 +96,7 @@ class JsonProcess:
         for line in self._process.stdout:
             text = line.rstrip("\n")
             with self._news:
+                self.times.append(time.monotonic())
                 self.lines.append(text)
                 self.objects.append(json.loads(text))
                 self._news.notify_all()

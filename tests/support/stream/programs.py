@@ -33,8 +33,8 @@ class EngineHost(JsonProcess):
 class BondSender(JsonProcess):
     """The bonding sender. `links` are its --link settings; `port` is where it takes the caller."""
 
-    def __init__(self, receiver_port: int, links, *options):
-        arguments = ["bondsender", "--json", "--listen", 0, "--to", f"127.0.0.1:{receiver_port}"]
+    def __init__(self, receiver_port: int, links, *options, port=0):
+        arguments = ["bondsender", "--json", "--listen", port, "--to", f"127.0.0.1:{receiver_port}"]
         for link in links:
             arguments += ["--link", link]
         super().__init__([*arguments, *options])
@@ -76,9 +76,12 @@ class SrtReceiver(JsonProcess):
 
 
 class SrtSender(JsonProcess):
-    """A real SRT caller that sends a file at a steady rate."""
+    """A real SRT caller that sends a file at a steady rate, `repeat` times. With `reconnect` it connects again when the
+    connection breaks; `from_ms` is how much of the file is over already."""
 
-    def __init__(self, port: int, file, *, stream_id="stream", megabits_per_second=24.0, latency_ms=2000, passphrase=""):
+    def __init__(self, port: int, file, *, stream_id="stream", megabits_per_second=24.0, latency_ms=2000, passphrase="",
+                 repeat=1, from_ms=0, reconnect=False):
         super().__init__(["srtfile", "send", "--port", port, "--file", file, "--streamid", stream_id,
-                          "--rate", megabits_per_second, "--latency", latency_ms,
+                          "--rate", megabits_per_second, "--latency", latency_ms, "--repeat", repeat,
+                          "--from", from_ms, "--reconnect", int(reconnect),
                           *(["--passphrase", passphrase] if passphrase else [])])
