@@ -1,0 +1,130 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""What can go wrong on a stream's way, one row each."""
+
+import contextlib
+import dataclasses
+import random
+import time
+from collections.abc import Callable
+
+import stream
+
+from .road import OTHER_SENDER_ID, SENDER_ID, Pace, Road
+
+# After the first bytes have come to the reader, by when the stream has found its pace.
+_FAULT_AFTER_S = 2
+# A sender's own time-out, that of its SRT connection and a handshake come after the longest fault, on a busy machine.
+_PATIENCE_S = 120
+# What 200 senders of 8 Mbit/s need is more than two processors have; they share what ten of them would.
+_SHARED_MEGABITS = 20.0
+
+
+@dataclasses.dataclass(frozen=True)
+class Fault:
+    """One row. `settings` holds the setting of each link, `strike` what happens to the programs, `longer_s` how much
+    longer than others its stream is."""
+
+    name: str
+    settings: tuple = ("", "", "")
+    covered: bool = True  # whether SRT's latency makes up for it
+    strike: Callable[[Road], None] | None = None
+    longer_s: int = 0
+    senders: int = 1
+    quick: bool = True  # whether it belongs to the two-minute form
+
+
+FAULTS = (
+    Fault("nothing"),
+    Fault("links cut one by one, 2 s each", (",cut=3s-5s", ",cut=6s-8s", ",cut=9s-11s")),
+    Fault("all links cut for 1 s", (",cut=4s-5s",) * 3),
+    Fault("all links cut for 5 s", (",cut=4s-9s",) * 3, covered=False, quick=False),
+    Fault("all links cut for 20 s", (",cut=4s-24s",) * 3, covered=False, longer_s=24),
+    Fault("one link gets a new port", (",rebind=4s", "", ""), quick=False),
+    Fault("every link gets a new port in turn", (",rebind=3s", ",rebind=6s", ",rebind=9s")),
+    Fault("100 ms between the links", ("", ",delay=100ms", ",delay=200ms")),
+    Fault("10 % loss on one link", ("", ",loss=10%", "")),
+    Fault("5 % duplicates on every link", (",duplicate=5%",) * 3),
+    Fault("listener killed and restarted", covered=False, strike=Road.restart_listener, longer_s=10),
+    Fault("receiver stopped and started", covered=False, strike=Road.restart_receiver, longer_s=10),
+    Fault("sender restarted with the same id", covered=False, strike=lambda road: road.restart_sender(SENDER_ID)),
+    Fault("sender restarted with a new id", covered=False, strike=lambda road: road.restart_sender(OTHER_SENDER_ID)),
+    Fault("receiver stalls for 100 ms", strike=lambda road: road.stall(0.1), quick=False),
+    Fault("receiver stalls for 1 s", strike=lambda road: road.stall(1)),
+    Fault("receiver stalls for 3 s", covered=False, strike=lambda road: road.stall(3), quick=False),
+    Fault("20 senders at once", senders=20),
+    Fault("200 senders at once", senders=200, quick=False),
+)
+
+
+def chosen(words, quick) -> list[Fault] | None:
+    """The faults whose names hold one of the words, or those of the two-minute form; nothing if a word fits none."""
+    if any(all(word not in fault.name for fault in FAULTS) for word in words):
+        return None
+    return [fault for fault in FAULTS
+            if (any(word in fault.name for word in words) if words else fault.quick or not quick)]
+
+
+def _make_file(path, size):
+    path.write_bytes(random.Random(1).randbytes(size))
+    return path
+
+
+def _row(fault, pace, sent, delivered, **figures) -> dict:
+    return {"fault": fault.name, "covered": fault.covered, "megabitsPerSecond": pace.megabits_per_second,
+            "sentBytes": sent, "deliveredBytes": delivered, "lostBytes": sent - delivered, **figures}
+
+
+def _received_bytes(folder) -> int:
+    return sum(path.stat().st_size for path in folder.rglob("*") if path.is_file())
+
+
+def run(fault, folder, pace) -> dict:
+    """Sends a stream, or many, while `fault` happens, and returns the row. Raises an AssertionError if the stream never
+    came back."""
+    received = folder / "received"
+    received.mkdir(parents=True)
+    return (_run_one if fault.senders == 1 else _run_many)(fault, folder, received, pace)
+
+
+def _run_one(fault, folder, received, pace):
+    seconds = pace.seconds + fault.longer_s
+    file = _make_file(folder / "sent", pace.size(seconds))
+    with contextlib.closing(Road(received, file, pace, fault.settings)) as road:
+        if fault.strike:
+            time.sleep(pace.latency_ms / 1000 + _FAULT_AFTER_S)
+            fault.strike(road)
+        totals = road.finish(seconds + _PATIENCE_S)
+    roads = [link["up"] for link in totals["links"]]
+    return _row(fault, pace, file.stat().st_size, _received_bytes(received), recoveredAfterS=road.recovery_s(),
+                longestPauseMs=max(road.listened("longestPauseMs")), reconnections=road.reconnections(),
+                retransmittedPackets=sum(road.listened("retransmitted")),
+                packetsThatLinksLost=sum(link["lost"] + link["cut"] + link["overflowed"] for link in roads))
+
+
+def _run_many(fault, folder, received, pace):
+    """Every sender has three links and an SRT stream of its own."""
+    rate = min(pace.megabits_per_second, _SHARED_MEGABITS / fault.senders)
+    slow = Pace(rate, pace.latency_ms, pace.seconds)
+    file = _make_file(folder / "sent", slow.size(slow.seconds))
+    with contextlib.ExitStack() as programs:
+        def keep(program):
+            programs.callback(program.kill)
+            return program
+
+        listener = keep(stream.SrtReceiver(received, streams=fault.senders))
+        engine = keep(stream.EngineHost(listener.port))
+        bonds = []
+        for number in range(fault.senders):
+            links = [f"127.0.{link}.{number + 1}" for link in (1, 2, 3)]
+            bonds.append(keep(stream.BondSender(engine.port, links, "--seed", number, "--id", f"{number:04x}")))
+        for bond in bonds:
+            bond.wait_for_links()
+        callers = [keep(stream.SrtSender(bond.port, file, stream_id=f"stream{number}", megabits_per_second=rate,
+                                         latency_ms=pace.latency_ms)) for number, bond in enumerate(bonds)]
+        for caller in callers:
+            caller.exit_code(pace.seconds + _PATIENCE_S)
+        listener.exit_code(_PATIENCE_S)
+        ends = [line for line in listener.objects if line["event"] == "ended"]
+    return _row(fault, slow, file.stat().st_size * fault.senders, _received_bytes(received), recoveredAfterS=None,
+                longestPauseMs=max((end["longestPauseMs"] for end in ends), default=0), reconnections=0,
+                retransmittedPackets=sum(end["retransmitted"] for end in ends), packetsThatLinksLost=0)
