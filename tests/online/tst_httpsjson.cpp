@@ -1,52 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The JSON exchange against a real TLS server (withjsonservice.py), whichever transport is built in.
-#include "httpsjson.h"
-#include "support/httpsjsonexpectations.h"
-#include "support/jsonservice.h"
+#include "jsonexchange.h"
 
 #include <QTest>
 
 using namespace HttpsJson;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/** An address at the test's server; @p what is the port's name. */
-QString urlAt(const QString &what, const QString &objectName)
-{
-    return u"https://localhost:%1"_s.arg(JsonService::port(what)) + objectName;
-}
-
-QJsonObject echoOf(const QString &objectName, const QByteArray &body = "{}")
-{
-    return exchangeJson(urlAt(u"https"_s, objectName), body).object;
-}
-
-/** Says in which rows Wine is known not to do as Windows does. */
-void expectFailureUnderWine(const std::initializer_list<const char *> &rows, const char *reason)
-{
-    if (runsUnderWine()) {
-        for (const char *row : rows) {
-            QEXPECT_FAIL(row, reason, Abort);
-        }
-    }
-}
-
-/** The values of the header @p name, as the server received them. */
-QStringList headerValues(const QJsonObject &request, const QString &name)
-{
-    QStringList values;
-    const QJsonArray headers = request["headers"_L1].toArray();
-    for (const QJsonValue &header : headers) {
-        const QJsonArray pair = header.toArray();
-        if (pair[0].toString().compare(name, Qt::CaseInsensitive) == 0) {
-            values += pair[1].toString();
-        }
-    }
-    return values;
-}
-
-} // namespace
 
 class TestHttpsJson : public QObject
 {
@@ -66,12 +25,6 @@ private Q_SLOTS:
     void fails();
     void opensNoConnection_data();
     void opensNoConnection();
-    void followsRedirects_data();
-    void followsRedirects();
-    void keepsCookiesOverRedirects();
-    void followsNoRedirectToHttp_data();
-    void followsNoRedirectToHttp();
-    void followsTenRedirects();
     void sharesNothingBetweenExchanges();
 };
 
@@ -228,66 +181,6 @@ void TestHttpsJson::opensNoConnection()
     after.remove("control"_L1);
     QVERIFY(!after.isEmpty());
     QCOMPARE(after, before);
-}
-
-void TestHttpsJson::followsRedirects_data()
-{
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("method");
-    QTest::addColumn<QString>("body");
-
-    QTest::newRow("301 becomes GET") << 301 << u"GET"_s << QString();
-    QTest::newRow("302 becomes GET") << 302 << u"GET"_s << QString();
-    QTest::newRow("303 becomes GET") << 303 << u"GET"_s << QString();
-    QTest::newRow("307 stays POST") << 307 << u"POST"_s << u"{\"a\":1}"_s;
-    QTest::newRow("308 stays POST") << 308 << u"POST"_s << u"{\"a\":1}"_s;
-}
-
-void TestHttpsJson::followsRedirects()
-{
-    QFETCH(int, status);
-    QFETCH(QString, method);
-    QFETCH(QString, body);
-    const QString path = u"/redirect/%1?"_s.arg(status) + urlAt(u"https"_s, u"/echo/target"_s);
-    const HttpsJsonReply reply = exchangeJson(urlAt(u"https"_s, path), R"({"a":1})");
-    expectFailureUnderWine({"301 becomes GET", "302 becomes GET"}, "Wine cannot turn a POST with a body into a GET");
-    expectFailureUnderWine({"303 becomes GET", "308 stays POST"}, "Wine does not follow this status");
-    QCOMPARE(reply.httpStatus, 200);
-    QCOMPARE(reply.object["target"_L1].toString(), u"/echo/target"_s);
-    QCOMPARE(reply.object["method"_L1].toString(), method);
-    QCOMPARE(reply.object["body"_L1].toString(), body);
-    QCOMPARE(headerValues(reply.object, u"User-Agent"_s), QStringList{u"Tarvoline-OBS-Plugin/0.8.7"_s});
-}
-
-void TestHttpsJson::keepsCookiesOverRedirects()
-{
-    QCOMPARE(headerValues(echoOf(u"/cookie"_s), u"Cookie"_s), QStringList{u"session=1"_s});
-}
-
-void TestHttpsJson::followsNoRedirectToHttp_data()
-{
-    QTest::addColumn<int>("status");
-    for (const int status : {301, 302, 303, 307, 308}) {
-        QTest::addRow("%d", status) << status;
-    }
-}
-
-void TestHttpsJson::followsNoRedirectToHttp()
-{
-    QFETCH(int, status);
-    const int before = JsonService::connections(u"http"_s);
-    const QString target = u"http://localhost:%1/echo"_s.arg(JsonService::port(u"http"_s));
-    const HttpsJsonReply reply = exchangeJson(urlAt(u"https"_s, u"/redirect/%1?"_s.arg(status) + target), "{}");
-    QCOMPARE(JsonService::connections(u"http"_s), before);
-    expectFailureUnderWine({"303", "308"}, "Wine does not follow this status");
-    QCOMPARE(reply.object, unreachable(redirectRefused));
-    QCOMPARE(reply.httpStatus, 0);
-}
-
-void TestHttpsJson::followsTenRedirects()
-{
-    QCOMPARE(echoOf(u"/countdown/10"_s)["target"_L1].toString(), u"/countdown/0"_s);
-    QCOMPARE(echoOf(u"/countdown/11"_s), unreachable(tooManyRedirects));
 }
 
 void TestHttpsJson::sharesNothingBetweenExchanges()

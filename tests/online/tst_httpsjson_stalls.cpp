@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The time-outs of the JSON exchange. Each of them really passes, so all exchanges run at once.
-#include "httpsjson.h"
-#include "support/httpsjsonexpectations.h"
-#include "support/jsonservice.h"
+#include "jsonexchange.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -25,11 +23,6 @@ struct Exchange
     HttpsJsonReply reply;
     qint64 elapsedMs = 0;
 };
-
-QString urlAt(const QString &what, const QString &path)
-{
-    return u"https://localhost:%1"_s.arg(JsonService::port(what)) + path;
-}
 
 std::vector<Exchange> exchanges()
 {

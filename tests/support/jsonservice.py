@@ -7,9 +7,10 @@ The path of a request says what is to become of it; each of the functions below 
 
 import json
 import socket
-import ssl
 import threading
 import time
+
+from httpserving import readRequest, serveEach, tlsContext
 
 PROBE = "/api/network_probe.php"
 OBJECT = {"ok": True, "text": "Grüße"}
@@ -24,7 +25,7 @@ class Request:
     """One request as it came."""
 
     def __init__(self, head, body):
-        lines = head.decode("latin-1").split("\r\n")
+        lines = head.decode("latin-1").strip().split("\r\n")
         self.method, self.target, self.version = lines[0].split(" ", 2)
         self.headers = [line.split(": ", 1) for line in lines[1:]]
         self.body = body
@@ -49,8 +50,7 @@ class Service:
 
     def listenTls(self, what, certificate, port=0):
         """Speaks HTTP over TLS with the PEM file `certificate`, which holds the key as well."""
-        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-        context.load_cert_chain(certificate)
+        context = tlsContext(certificate)
         self._listen(what, lambda plain: self._converse(context.wrap_socket(plain, server_side=True)), port)
 
     def listenPlain(self, what):
@@ -91,20 +91,18 @@ class Service:
         self._listeners.append(listener)
         self.ports[what] = listener.getsockname()[1]
         self._counts[what] = 0
-        threading.Thread(target=self._accept, args=(what, listener, serve), daemon=True).start()
+        serveEach(listener, serve, lambda: self._count(what))
 
-    def _accept(self, what, listener, serve):
-        while True:
-            connection, _ = listener.accept()
-            with self._lock:
-                self._counts[what] += 1
-            threading.Thread(target=_quietly, args=(serve, connection), daemon=True).start()
+    def _count(self, what):
+        with self._lock:
+            self._counts[what] += 1
 
     def _converse(self, connection):
         with connection:
+            rest = b""
             while True:
-                request = readRequest(connection)
-                if not request or not self._answer(connection, request):
+                head, body, rest = readRequest(connection, rest)
+                if not head or not self._answer(connection, Request(head, body)):
                     return
 
     def _answer(self, connection, request):
@@ -138,34 +136,6 @@ class Service:
                 state = {"connections": self._counts, "held": self._held, "probes": self._probes}
                 stream.write(json.dumps(state) + "\n")
             stream.flush()
-
-
-def _quietly(serve, connection):
-    try:
-        serve(connection)
-    except OSError:
-        pass  # the client has gone, or has refused our certificate
-
-
-def readRequest(connection):
-    """The next request of a connection; None when the client ends it."""
-    received = b""
-    while b"\r\n\r\n" not in received:
-        data = connection.recv(65536)
-        if not data:
-            return None
-        received += data
-    head, _, body = received.partition(b"\r\n\r\n")
-    length = 0
-    for line in head.decode("latin-1").split("\r\n"):
-        if line.lower().startswith("content-length:"):
-            length = int(line.split(":", 1)[1])
-    while len(body) < length:
-        data = connection.recv(65536)
-        if not data:
-            return None
-        body += data
-    return Request(head, body)
 
 
 def waitForEnd(connection):

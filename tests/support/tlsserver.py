@@ -25,9 +25,10 @@ import ssl
 import threading
 import time
 
+from httpserving import HEAD_END, quietly, readHead, readRequest, serveEach, tlsContext
+
 ANY_PORT = ("127.0.0.1", 0)
 BLOCK = b"x" * 65536
-HEAD_END = b"\r\n\r\n"
 TUNNEL_OPEN = b"HTTP/1.1 200 Connection established" + HEAD_END
 
 
@@ -44,7 +45,7 @@ class TlsServer:
 
     def openProxyDoor(self, name, certificate):
         """A door that is an HTTP proxy first and, after a CONNECT, a TLS server with `certificate`."""
-        context = _context(certificate)
+        context = tlsContext(certificate)
         self._open(name, lambda connection: self._serveProxy(name, connection, context))
 
     def openTunnelDoor(self, name, port):
@@ -58,17 +59,14 @@ class TlsServer:
     def _open(self, name, serve, counted=True):
         listener = socket.create_server(ANY_PORT)
         self.doors[name] = listener.getsockname()[1]
-        threading.Thread(target=self._accept, args=(listener, serve, counted), daemon=True).start()
+        serveEach(listener, serve, lambda: self._count(counted))
 
-    def _accept(self, listener, serve, counted):
-        while True:
-            connection, _ = listener.accept()
-            with self._lock:
-                self._connections += counted
-            threading.Thread(target=_quietly, args=(serve, connection), daemon=True).start()
+    def _count(self, connections):
+        with self._lock:
+            self._connections += connections
 
     def _serveProxy(self, name, connection, context):
-        head, rest = _readHead(connection, b"")
+        head, rest = readHead(connection)
         if not head.startswith(b"CONNECT "):
             self._remember(name + " without tunnel", head, b"")
             connection.sendall(b"HTTP/1.1 502 Bad Gateway\r\nContent-Length: 0\r\n\r\n")
@@ -84,14 +82,9 @@ class TlsServer:
     def _serveRequests(self, name, connection):
         rest = b""
         while True:
-            head, rest = _readHead(connection, rest)
+            head, body, rest = readRequest(connection, rest)
             if not head:
                 return
-            length = next((int(line.split(b":")[1]) for line in head.lower().split(b"\r\n")
-                           if line.startswith(b"content-length:")), 0)
-            while len(rest) < length:
-                rest += connection.recv(65536)
-            body, rest = rest[:length], rest[length:]
             self._remember(name, head, body)
             target = head.split(b" ", 2)[1].decode()
             with self._lock:
@@ -131,11 +124,11 @@ class TlsServer:
 
 
 def _serveTunnel(connection, port):
-    head, rest = _readHead(connection, b"")
+    head, rest = readHead(connection)
     assert head.startswith(b"CONNECT ") and not rest
     connection.sendall(TUNNEL_OPEN)
     with socket.create_connection(("127.0.0.1", port)) as server:
-        back = threading.Thread(target=_quietly, args=(lambda from_: _copy(from_, connection), server), daemon=True)
+        back = threading.Thread(target=quietly, args=(lambda from_: _copy(from_, connection), server), daemon=True)
         back.start()
         _copy(connection, server)
         back.join()
@@ -145,31 +138,6 @@ def _copy(source, target):
     while block := source.recv(65536):
         target.sendall(block)
     target.shutdown(socket.SHUT_WR)
-
-
-def _context(certificate):
-    context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-    context.load_cert_chain(certificate)
-    return context
-
-
-def _quietly(serve, connection):
-    # A client that goes away or refuses the certificate is what many tests are about.
-    try:
-        with connection:
-            serve(connection)
-    except (OSError, ssl.SSLError):
-        pass
-
-
-def _readHead(connection, rest):
-    while HEAD_END not in rest:
-        block = connection.recv(65536)
-        if not block:
-            return b"", b""
-        rest += block
-    head, rest = rest.split(HEAD_END, 1)
-    return head + HEAD_END, rest
 
 
 def _answer(connection, answer, resumed):

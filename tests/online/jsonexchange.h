@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "httpsjson.h"
+#include "support/httpsjsonexpectations.h"
+#include "support/jsonservice.h"
+
+#include <QJsonArray>
+#include <QTest>
+
+#include <initializer_list>
+
+// Exchanges with the servers of withjsonservice.py, and what those received.
+namespace HttpsJson {
+
+/** An address at the test's server; @p what is the port's name. */
+inline QString urlAt(const QString &what, const QString &objectName)
+{
+    return QStringLiteral("https://localhost:%1").arg(JsonService::port(what)) + objectName;
+}
+
+inline QJsonObject echoOf(const QString &objectName, const QByteArray &body = "{}")
+{
+    return exchangeJson(urlAt(QStringLiteral("https"), objectName), body).object;
+}
+
+/** Says in which rows Wine is known not to do as Windows does. */
+inline void expectFailureUnderWine(const std::initializer_list<const char *> &rows, const char *reason)
+{
+    if (runsUnderWine()) {
+        for (const char *row : rows) {
+            QEXPECT_FAIL(row, reason, Abort);
+        }
+    }
+}
+
+/** The values of the header @p name, as the server received them. */
+inline QStringList headerValues(const QJsonObject &request, const QString &name)
+{
+    QStringList values;
+    const QJsonArray headers = request[QLatin1StringView("headers")].toArray();
+    for (const QJsonValue &header : headers) {
+        const QJsonArray pair = header.toArray();
+        if (pair[0].toString().compare(name, Qt::CaseInsensitive) == 0) {
+            values += pair[1].toString();
+        }
+    }
+    return values;
+}
+
+} // namespace HttpsJson
