@@ -123,7 +123,8 @@ makeRoot() { # NAME
         [ "$(id -u)" = 0 ] || die "missing: $(userObstacle)"
         options+=(--skip=check/canmount)
     fi
-    say "Making the $1 build root in $root (once; five to fifteen minutes, 3 GB) …"
+    say "Making the $1 build root in $root (once; three to fifteen minutes, 3 GB)." \
+        "Debian's mmdebstrap says how far it is:"
     removeRoot "$root.new"
     # The suite alone: a mirror's indexes of the suites beside it may be out of step, and the root gains nothing.
     # shellcheck disable=SC2016
@@ -147,6 +148,7 @@ makeRoot() { # NAME
         die "The $1 build root could not be made: see the lines above (without a network there is no first call)."
     fi
     mv "$root.new" "$root"
+    say "The $1 build root is ready."
 }
 
 abandonRoot() { # PID ROOT CODE
