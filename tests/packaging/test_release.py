@@ -11,6 +11,26 @@ import unittest
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
+# A module that is built and packed like the real one, in a second.
+MINIATURE = {
+    "CMakePresets.json": """{"version": 6, "configurePresets": [{"name": "linux", "generator": "Ninja",
+        "installDir": "/usr", "cacheVariables": {"CMAKE_BUILD_TYPE": "RelWithDebInfo"}}]}""",
+    "CMakeLists.txt": """cmake_minimum_required(VERSION 3.25)
+        project(tarvoline-srtla VERSION 7.8.9 LANGUAGES C CXX)
+        add_library(tarvoline-srtla MODULE module.cpp part.c)
+        install(TARGETS tarvoline-srtla DESTINATION lib)
+        file(WRITE "${CMAKE_BINARY_DIR}/packaging/service/makemanifest.py"
+            "import sys; open(sys.argv[-1], 'w').write('{}')")
+        set(CPACK_GENERATOR DEB)
+        set(CPACK_PACKAGE_DIRECTORY "${CMAKE_BINARY_DIR}/packages")
+        set(CPACK_STRIP_FILES ON)
+        set(CPACK_DEBIAN_PACKAGE_MAINTAINER nobody)
+        include(CPack)""",
+    "module.cpp": 'extern "C" const char *place() { return __FILE__; }',
+    "part.c": "const char *placeOfPart(void) { return __FILE__; }",
+    "dev": '#!/bin/sh\nexec "$@"\n',
+}
+INSTALLER = "Tarvoline-SRTLA-Plugin-Setup-v7.8.9.exe"
 COMMITTED_AT = "2001-09-09T01:46:40+00:00"
 COMMITTED_AT_S = 1_000_000_000
 ARCHIVE = "tarvoline-srtla-7.8.9.tar.gz"
@@ -63,6 +83,29 @@ class Release(unittest.TestCase):
         # gzip keeps a time in these bytes unless told not to: two runs within one second would agree all the same.
         self.assertEqual(first[4:8], bytes(4))
 
+    def testAnotherFolderGivesTheSamePackages(self):
+        for name, text in MINIATURE.items():
+            (self.project / name).write_text(text)
+        (self.project / "dev").chmod(0o755)
+        self.commit()
+        ready = self.folder / "ready"
+        ready.mkdir()
+        for name in (INSTALLER, "plug-in.zip"):
+            (ready / name).write_text("x")
+
+        def released():
+            done = self.release("--windows", str(ready))
+            self.assertEqual(done.returncode, 0, done.stderr + done.stdout)
+            dist = self.project / "dist"
+            return {str(path.relative_to(dist)): path.read_bytes() for path in dist.rglob("*") if path.is_file()}
+
+        first = released()
+        self.assertEqual({Path(name).suffix for name in first}, {".gz", ".deb", ".exe", ".zip", ".json", ""})
+        shutil.rmtree(self.project / "build")
+        self.project = self.project.rename(self.folder / "a folder's other name")
+        second = released()
+        self.assertEqual([name for name in first if first[name] != second[name]], [])
+
     def testTheArchiveHoldsTheCommitInOneFolder(self):
         (self.project / "build").mkdir()
         (self.project / "build" / "leftover").write_text("x")
@@ -98,7 +141,7 @@ class Release(unittest.TestCase):
         self.assertRefused(self.release("--sources-only"), "no Git checkout")
 
     def testAFolderWithoutTheInstallerIsRefused(self):
-        self.assertRefused(self.release("--windows", str(self.folder)), "holds no Tarvoline-SRTLA-Plugin-Setup-v7.8.9.exe")
+        self.assertRefused(self.release("--windows", str(self.folder)), f"holds no {INSTALLER}")
 
     def testABuildThatFailsLeavesTheEarlierRelease(self):
         (self.project / "dev").write_text("#!/bin/sh\nexit 1\n")
