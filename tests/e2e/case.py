@@ -44,9 +44,9 @@ class RoadCase(unittest.TestCase):
         self.addCleanup(program.kill)
         return program
 
-    def engine(self, target_port, port=None):
+    def engine(self, target_port, port=None, **options):
         """A running engine host."""
-        return self.keep(stream.EngineHost(target_port, port))
+        return self.keep(stream.EngineHost(target_port, port, **options))
 
     def bond(self, engine, links, *options):
         """A bonding sender towards `engine` whose links are all registered."""

@@ -10,9 +10,10 @@ from .process import JsonProcess, free_udp_port
 class EngineHost(JsonProcess):
     """The receiver without OBS."""
 
-    def __init__(self, target_port: int, port: int | None = None, *, wait=True):
+    def __init__(self, target_port: int, port: int | None = None, *, wait=True, below=()):
+        """`below` is the command line of a program that runs it, a memory checker for one."""
         self.port = port or free_udp_port()
-        super().__init__(["enginehost", "--listen", self.port, "--target-port", target_port])
+        super().__init__([*below, "enginehost", "--listen", self.port, "--target-port", target_port])
         if wait:
             self.wait_for(lambda line: line.get("running"), "the receiver runs")
 
