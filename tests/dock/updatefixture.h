@@ -88,8 +88,9 @@ public:
         write(notesName, notes);
         QProcess script;
         script.start(QStringLiteral("python3"),
-                     {servers.text(QStringLiteral("serviceScripts")) + u"/makemanifest.py", QStringLiteral("1.2.3"),
-                      root.filePath(installerName), QStringLiteral("--notes"), root.filePath(notesName)});
+                     {servers.text(QStringLiteral("serviceScripts")) + QStringLiteral("/makemanifest.py"),
+                      QStringLiteral("1.2.3"), root.filePath(installerName), QStringLiteral("--notes"),
+                      root.filePath(notesName)});
         QVERIFY(script.waitForFinished(waitMs));
         QVERIFY2(script.exitCode() == 0, script.readAllStandardError().constData());
     }
