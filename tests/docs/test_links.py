@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What the documents point to is there: files, headings, pictures, and every path of the tree that they quote."""
+"""What the documents point to is there: files, headings, pictures, and every path of the tree that they quote. The version
+that they name is the one of the sources.
+"""
 
+import json
 import re
 import unittest
 from pathlib import Path
@@ -11,6 +14,8 @@ PROJECT = Path(__file__).resolve().parents[2]
 LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)|<img src=\"([^\"]+)\"")
 QUOTED = re.compile(r"`([^`\n]+)`")
 CODE_BLOCK = re.compile(r"^```.*?^```$", re.MULTILINE | re.DOTALL)
+# A version in the name of a package, and in the panel's own words.
+VERSION = re.compile(r"(?:tarvoline-srtla_|Setup-v|[Ii]nstalliert(?:e Version| ist|):? )(\d+(?:\.\d+)+)")
 # Folders at the top that builds and releases make.
 MADE = ("build", "dist")
 
@@ -70,6 +75,12 @@ class Links(unittest.TestCase):
             for name in quotedPaths(path):
                 with self.subTest(document=path.name, quoted=name):
                     self.assertTrue(any(list(base.glob(name)) for base in (PROJECT, path.parent)), "no such file")
+
+    def testTheVersionIsThatOfTheSources(self):
+        version = json.loads((PROJECT / "buildspec.json").read_text(encoding="utf-8"))["version"]
+        named = [(path.name, found) for path in documents() for found in VERSION.findall(textOf(path))]
+        self.assertLessEqual({"README.md", "anleitung.de.md"}, {name for name, _ in named})
+        self.assertEqual([entry for entry in named if entry[1] != version], [])
 
 
 if __name__ == "__main__":
