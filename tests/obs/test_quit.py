@@ -17,8 +17,9 @@ _LAST_LINE = "Number of memory leaks: "
 
 # How long a user lets OBS vanish before he thinks that it hangs.
 _END_WITHIN_S = 5.0
-# What OBS needs for that by itself, at most, where nothing else keeps the processors busy.
-_BARE_END_S = 1.0
+# What OBS needs for that without the plug-in and without a stream, at most, where little else keeps the processors busy:
+# 0.2 to 0.4 s were measured.
+_BARE_END_S = 0.5
 
 
 class QuitTest(case.ObsCase):
@@ -52,7 +53,7 @@ class QuitTest(case.ObsCase):
         case.wait_for_picture(session)
 
         # A loaded machine takes longer for everything. How much longer, an OBS without the plug-in shows that ends at the
-        # same moment, under the same load. Where that one is gone within its second, the limit is five seconds by the clock.
+        # same moment, under the same load. Where that one is gone as soon as usual, the limit is five seconds by the clock.
         bare = self.session(self.home("bare", with_module=False, dock_open=False))
         with concurrent.futures.ThreadPoolExecutor() as other:
             bare_end = other.submit(bare.interrupt)

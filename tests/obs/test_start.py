@@ -56,6 +56,26 @@ class StartTest(case.ObsCase):
         session.quit()
         self.assertIn("Number of memory leaks: 0", session.log())
 
+    def test_another_listen_port_is_all_that_the_second_start_keeps(self):
+        home = self.home()
+        session = self.session(home)
+        panel = self.panel(session)
+        panel.wait_for_status("Aktiv")
+        for edit, text in (("publicHost", "host.example"), ("streamId", "studio"), ("listenPort", "6000")):
+            panel.type(edit, text)
+        session.quit()
+
+        # The port links the OBS port while the settings are still being read, and that saves the panel as it was built.
+        session = self.session(home)
+        panel = self.panel(session)
+        self.assertEqual(panel.values(), _DEFAULTS | {"listenPort": "6000", "targetPort": "6002"})
+        self.assertEqual(panel.checks(), _checks(start=False, repair=False, link=True))
+        self.assertEqual(panel.status(), "Inaktiv")
+        panel.press("Start")
+        panel.wait_for_log("START | SRTLA UDP 6000 → SRT 127.0.0.1:6002")
+        session.quit()
+        self.assertIn("Number of memory leaks: 0", session.log())
+
     def test_without_automatic_start_the_repair_at_the_start_survives_and_works(self):
         home = self.home()
         session = self.session(home)
