@@ -102,6 +102,7 @@ void SrtlaEngine::shutdown()
     groups.clear();
     pathIndex.clear();
     senderIndex.clear();
+    sessionIndex.clear();
     listenPort = 0;
     targetPort = 0;
 }

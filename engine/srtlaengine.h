@@ -101,6 +101,8 @@ private:
     QHash<SrtlaEndpoint, QByteArray> pathIndex;
     /// Endpoints that sent a REG1 and the ids of the groups that it created.
     QHash<SrtlaEndpoint, QByteArray> senderIndex;
+    /// The groups' ids by their senders' halves, so that a REG1 need not look at every group.
+    QMultiHash<QByteArray, QByteArray> sessionIndex;
     QTimer cleanupTimer;
     QTimer statisticsTimer;
     QElapsedTimer clock;

@@ -47,13 +47,8 @@ void SrtlaEngine::handleReg1(const QByteArray &datagram, const SrtlaEndpoint &se
 {
     const QByteArray senderId = senderIdOfReg1(datagram);
 
-    QList<QByteArray> earlierSessions;
-    for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
-        if (group->senderId == senderId) {
-            earlierSessions.append(group->id);
-        }
-    }
-    for (const QByteArray &groupId : std::as_const(earlierSessions)) {
+    const QList<QByteArray> earlierSessions = sessionIndex.values(senderId);
+    for (const QByteArray &groupId : earlierSessions) {
         removeGroup(groupId, SrtlaTexts::reasonNewSession());
     }
     const auto registered = senderIndex.constFind(sender);
@@ -74,6 +69,7 @@ void SrtlaEngine::handleReg1(const QByteArray &datagram, const SrtlaEndpoint &se
     group->createdMs = nowMs();
     group->lastActivityMs = group->createdMs;
     senderIndex.insert(sender, group->id);
+    sessionIndex.insert(senderId, group->id);
     groups.insert(group->id, group);
 
     sendToSender(makeReg2(group->id), sender);

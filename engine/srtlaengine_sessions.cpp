@@ -25,6 +25,7 @@ void SrtlaEngine::removeGroup(const QByteArray &groupId, const QString &reason)
         return;
     }
     senderIndex.remove({group->registeredAddress, group->registeredPort});
+    sessionIndex.remove(group->senderId, group->id);
     for (auto path = group->paths.keyBegin(); path != group->paths.keyEnd(); ++path) {
         pathIndex.remove(*path);
     }

@@ -16,6 +16,7 @@ struct EngineProbe
     const QHash<QByteArray, QSharedPointer<SrtlaGroup>> &groups() const { return engine.groups; }
     const QHash<SrtlaEndpoint, QByteArray> &pathIndex() const { return engine.pathIndex; }
     const QHash<SrtlaEndpoint, QByteArray> &senderIndex() const { return engine.senderIndex; }
+    const QMultiHash<QByteArray, QByteArray> &sessionIndex() const { return engine.sessionIndex; }
     const QTimer &cleanupTimer() const { return engine.cleanupTimer; }
     const QTimer &statisticsTimer() const { return engine.statisticsTimer; }
     const QElapsedTimer &clock() const { return engine.clock; }

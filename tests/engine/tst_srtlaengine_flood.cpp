@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Registrations by the thousand: what they leave behind, and what a stream beside them notices.
+#include "enginefixture.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr quint16 senders = 2000;
+constexpr quint16 firstPort = 20000;
+
+/// A sender's half of its own for each number.
+QByteArray proposalOf(quint16 number)
+{
+    QByteArray proposal = idProposal('f');
+    proposal.replace(1, 2, bigEndian16(number));
+    return proposal;
+}
+
+} // namespace
+
+class TestSrtlaEngineFlood : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nothingStaysOfGroupsThatTimedOut();
+    void nothingStaysOfGroupsThatAreReplaced();
+    void everySenderIsKnownAgainAmongMany();
+    void nothingStaysAfterStopAndShutdown();
+
+private:
+    static void flood(const EngineFixture &fixture)
+    {
+        for (quint16 number = 0; number < senders; ++number) {
+            const auto port = static_cast<quint16>(firstPort + number);
+            fixture.probe.handleDatagram(reg1(proposalOf(number)), remoteLink(port));
+        }
+    }
+};
+
+void TestSrtlaEngineFlood::nothingStaysOfGroupsThatTimedOut()
+{
+    EngineFixture fixture;
+    fixture.engine.setMs = 0;
+    Peer link;
+    const QByteArray id = fixture.connectLinks({&link});
+    QVERIFY(fixture.carryHandshake(link) != 0);
+    flood(fixture);
+    QCOMPARE(fixture.probe.groups().size(), senders + 1);
+    QCOMPARE(fixture.probe.sessionIndex().size(), senders + 1);
+
+    fixture.engine.setMs = 5000;
+    fixture.send(link, srtData(1)); // the stream goes on
+    QCOMPARE(fixture.listener.receive(), srtData(1));
+    fixture.engine.setMs = 8001;
+    fixture.probe.cleanupSessions();
+    QCOMPARE(fixture.probe.groups().keys(), QList{id});
+    QCOMPARE(fixture.probe.senderIndex().values(), QList{id});
+    QCOMPARE(fixture.probe.sessionIndex().values(), QList{id});
+    QCOMPARE(fixture.probe.pathIndex().values(), QList{id});
+    QVERIFY(fixture.carryHandshake(link) != 0);
+}
+
+void TestSrtlaEngineFlood::nothingStaysOfGroupsThatAreReplaced()
+{
+    EngineFixture fixture;
+    for (quint16 number = 0; number < senders; ++number) {
+        fixture.probe.handleDatagram(reg1(proposalOf(number)), remoteLink(firstPort)); // fresh ids from one port
+    }
+    QCOMPARE(fixture.probe.groups().size(), 1);
+    QCOMPARE(fixture.probe.senderIndex().size(), 1);
+    QCOMPARE(fixture.probe.sessionIndex().size(), 1);
+    QCOMPARE(fixture.probe.sessionIndex().begin().key(), proposalOf(senders - 1).first(128));
+}
+
+void TestSrtlaEngineFlood::everySenderIsKnownAgainAmongMany()
+{
+    EngineFixture fixture;
+    flood(fixture);
+    for (const quint16 number : {quint16{0}, quint16{senders / 2}, quint16{senders - 1}}) {
+        fixture.record.logLines.clear();
+        const auto other = static_cast<quint16>(number + 1);
+        fixture.probe.handleDatagram(reg1(proposalOf(number)), remoteLink(other));
+        QCOMPARE(fixture.record.logLines.size(), 2);
+        QVERIFY2(fixture.record.logLines.first().endsWith(u"entfernt: Neue Sitzung desselben Senders"_s),
+                 qPrintable(fixture.record.logLines.first()));
+        QVERIFY(fixture.record.logLines.last().startsWith(u"REG1 | "_s));
+    }
+    QCOMPARE(fixture.probe.groups().size(), senders);
+    QCOMPARE(fixture.probe.sessionIndex().size(), senders);
+}
+
+void TestSrtlaEngineFlood::nothingStaysAfterStopAndShutdown()
+{
+    EngineFixture fixture;
+    flood(fixture);
+    fixture.engine.stop();
+    QVERIFY(fixture.probe.sessionIndex().isEmpty());
+    QVERIFY(fixture.engine.start(0, QHostAddress(QHostAddress::LocalHost), fixture.listener.endpoint().port));
+    flood(fixture);
+    QCOMPARE(fixture.probe.sessionIndex().size(), senders);
+    fixture.engine.shutdown();
+    QVERIFY(fixture.probe.sessionIndex().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(TestSrtlaEngineFlood)
+#include "tst_srtlaengine_flood.moc"
