@@ -105,6 +105,9 @@ private:
 
     void connectEngine();
     void scheduleAutomaticStart();
+    /** Counts a log line; after many in one turn of the event loop the view is laid out once, at the turn's end. */
+    void noteLogLine();
+    void endLogTurn();
     void showRunning(bool running);
     void showStartError(const QString &text);
     void releaseOpenMessageBoxes();
@@ -149,6 +152,7 @@ private:
     QLabel *ipHintLabel = nullptr;
     QLabel *versionLabel = nullptr;
     QTextEdit *logView = nullptr;
+    int logLinesThisTurn = 0;
 
     // The update machinery is switched off as long as nobody gives the dock a network manager and the two buttons.
     QPushButton *updateCheckButton = nullptr;

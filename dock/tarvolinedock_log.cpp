@@ -17,10 +17,15 @@ namespace {
 
 constexpr qsizetype keptLogLines = 5;
 
+// What a user or a sender does makes a few lines at a time. More come when somebody floods the port, and laying out the
+// text takes most of a line's time.
+constexpr int logLinesLaidOutAtOnce = 10;
+
 } // namespace
 
 void TarvolineDock::appendLog(const QString &line)
 {
+    noteLogLine();
     QStringList lines = logView->toPlainText().split(u'\n', Qt::SkipEmptyParts);
     lines.append(line);
     while (lines.size() > keptLogLines) {
@@ -28,6 +33,26 @@ void TarvolineDock::appendLog(const QString &line)
     }
     logView->setPlainText(lines.join(u'\n'));
     logView->moveCursor(QTextCursor::End);
+}
+
+void TarvolineDock::noteLogLine()
+{
+    ++logLinesThisTurn;
+    if (logLinesThisTurn == 1) {
+        // Comes before the next repaint, for which alone the layout is needed.
+        QMetaObject::invokeMethod(this, &TarvolineDock::endLogTurn, Qt::QueuedConnection);
+    } else if (logLinesThisTurn > logLinesLaidOutAtOnce) {
+        logView->document()->setLayoutEnabled(false);
+    }
+}
+
+void TarvolineDock::endLogTurn()
+{
+    logLinesThisTurn = 0;
+    if (!logView->document()->isLayoutEnabled()) {
+        logView->document()->setLayoutEnabled(true);
+        logView->moveCursor(QTextCursor::End);
+    }
 }
 
 void TarvolineDock::showRunning(bool running)

@@ -2,7 +2,9 @@
 // The five-line log, the status line, the signal file.
 #include "dockfixture.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QDir>
+#include <QGroupBox>
 #include <QJsonDocument>
 #include <QLabel>
 #include <QPushButton>
@@ -10,6 +12,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextDocument>
 #include <QTextEdit>
 
 #include <optional>
@@ -78,6 +81,44 @@ private Q_SLOTS:
         QVERIFY(probe->logView()->textCursor().atEnd());
         QVERIFY(!probe->logView()->textCursor().hasSelection());
         QCOMPARE(probe->logView()->verticalScrollBar()->value(), probe->logView()->verticalScrollBar()->maximum());
+    }
+
+    void aBurstIsLaidOutOnceAtItsEnd()
+    {
+        constexpr int burst = 1000;
+        fixture->dock->show();
+        for (QGroupBox *box : fixture->dock->findChildren<QGroupBox *>()) {
+            box->setChecked(true);
+        }
+        QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
+        int layouts = 0;
+        connect(probe->logView()->document()->documentLayout(), &QAbstractTextDocumentLayout::update, this,
+                [&layouts] { ++layouts; });
+        const QString longLine =
+            u"REG1 | Neue Gruppe 3f4041424344 von 192.0.2.7:%1 und noch mehr, damit sie umbricht"_s;
+        for (int number = 1; number <= burst; ++number) {
+            fixture->dock->appendLog(longLine.arg(number));
+            // Whoever asks in between gets the truth.
+            QVERIFY(probe->logView()->toPlainText().endsWith(longLine.arg(number)));
+            QVERIFY(probe->logView()->textCursor().atEnd());
+        }
+        QStringList lastFive;
+        for (int number = burst - 4; number <= burst; ++number) {
+            lastFive.append(longLine.arg(number));
+        }
+        QCOMPARE(probe->logView()->toPlainText(), lastFive.join(u'\n'));
+        QVERIFY2(layouts < burst / 2, qPrintable(QString::number(layouts)));
+
+        const QScrollBar *const bar = probe->logView()->verticalScrollBar();
+        QCoreApplication::processEvents();
+        QVERIFY(bar->maximum() > 0);
+        QVERIFY(bar->value() > 0);
+        QVERIFY(probe->logView()->viewport()->rect().contains(probe->logView()->cursorRect()));
+        QCOMPARE(probe->logView()->toPlainText(), lastFive.join(u'\n'));
+        // A few lines are laid out at once again.
+        const int before = layouts;
+        fixture->dock->appendLog(u"b"_s);
+        QVERIFY(layouts > before);
     }
 
     void lineWithALineFeedCountsAsTwoAtTheNextCall()
