@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The plug-in's dock with its engine in a host that measures how long its UI thread is away. Usage: floodhost
+// LISTEN-PORT TARGET-PORT. Writes a line of JSON a second, until it is killed.
+#include "support/dockprobe.h"
+#include "support/obsdouble.h"
+#include "support/settingsstore.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr std::chrono::milliseconds heartbeatInterval(1);
+
+/// The longest time between two beats of a timer that wants to beat every millisecond.
+class Heartbeat
+{
+public:
+    Heartbeat()
+    {
+        timer.setTimerType(Qt::PreciseTimer);
+        timer.callOnTimeout([this] { longestNs = std::max(longestNs, sinceLast()); });
+        clock.start();
+        timer.start(heartbeatInterval);
+    }
+    /// The longest time so far, in milliseconds; counts anew from here.
+    double takeLongestMs()
+    {
+        constexpr double nanosecondsPerMillisecond = 1e6;
+        const qint64 longest = std::max(longestNs, sinceLast());
+        longestNs = 0;
+        return static_cast<double>(longest) / nanosecondsPerMillisecond;
+    }
+
+private:
+    qint64 sinceLast()
+    {
+        const qint64 elapsed = clock.nsecsElapsed();
+        clock.restart();
+        return elapsed;
+    }
+
+    QTimer timer;
+    QElapsedTimer clock;
+    qint64 longestNs = 0;
+};
+
+/// What a user who watches the log has opened, started on the given ports.
+void startOpened(TarvolineDock &dock, const QString &listenPort, const QString &targetPort)
+{
+    const DockProbe probe(dock);
+    probe.linkPortsCheck()->setChecked(false);
+    probe.listenPortEdit()->setText(listenPort);
+    probe.targetPortEdit()->setText(targetPort);
+    for (QGroupBox *const box : dock.findChildren<QGroupBox *>()) {
+        if (box->isCheckable()) {
+            box->setChecked(true);
+        }
+    }
+    dock.resize(dock.sizeHint());
+    dock.show();
+    dock.startReceiver();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    constexpr int exitUsage = 2;
+    const QApplication application(argc, argv);
+    const QStringList words = QCoreApplication::arguments();
+    if (words.size() != 3) {
+        std::fputs("usage: floodhost LISTEN-PORT TARGET-PORT\n", stderr);
+        return exitUsage;
+    }
+    ObsDouble::reset();
+    SettingsStore store;
+    store.set(u"autoStart"_s, false);
+    store.set(u"autoSource"_s, false);
+    TarvolineDock dock;
+    Heartbeat heartbeat;
+    QObject::connect(&DockProbe(dock).engine(), &SrtlaEngine::statisticsChanged, &dock,
+                     [&heartbeat](int groups, int paths, double, quint64 packets, quint64 bytes) {
+                         std::printf(R"({"event":"second","longestGapMs":%.1f,"groups":%d,"paths":%d,)"
+                                     R"("packets":%llu,"bytes":%llu})"
+                                     "\n",
+                                     heartbeat.takeLongestMs(), groups, paths, packets, bytes);
+                         std::fflush(stdout);
+                     });
+    startOpened(dock, words[1], words[2]);
+    return QApplication::exec();
+}

@@ -1,0 +1,64 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Registrations by the thousand beside a stream: it arrives whole, and they are gone when they have timed out."""
+
+import pathlib
+import random
+import subprocess
+import sys
+import unittest
+
+from case import BUILD, RoadCase, main
+
+LINKS = ["127.0.0.11", "127.0.0.12", "127.0.0.13"]
+FLOOD = BUILD / "bin" / "flood"
+FLOODS = pathlib.Path(__file__).resolve().parents[2] / "bench" / "floods"
+
+
+class FloodTest(RoadCase):
+    """The real receiver."""
+
+    def test_reg1_beside_a_stream(self):
+        """Groups come by the hundred and go after their time; the stream's own stays."""
+        sent = self.folder / "sent"
+        sent.write_bytes(random.Random(1).randbytes(2_500_000))
+        listener = self.listener()
+        engine = self.engine(listener.port)
+        bond = self.bond(engine, LINKS)
+        caller = self.caller(bond, sent, megabits_per_second=2.0, latency_ms=4000)
+        caller.wait_for(lambda line: line["event"] == "connected", "the caller is connected")
+        # Fewer than the busiest machine can take, so that none is lost: port, kind, size, a second, ports, seconds.
+        subprocess.run([FLOOD, *map(str, (engine.port, "reg1", 0, 500, 300, 3))], check=True, capture_output=True)
+        engine.wait_for(lambda line: line.get("groups", 0) > 250, "the flood's groups are there")
+        engine.wait_for(lambda line: line.get("groups") == 1 and len(engine.log()) > 600, "they are gone again")
+        self.assertEqual(listener.exit_code(), 0, listener.tail())
+        self.assertEqual(caller.exit_code(), 0, caller.tail())
+        self.assertEqual((self.folder / "received" / "stream").read_bytes(), sent.read_bytes())
+        self.assertEqual([line for line in engine.log() if "Weg" in line and "entfernt" in line], [])
+
+    def test_what_no_receiver_wants(self):
+        """Garbage, unknown groups and datagrams that are too long are counted, and nothing else."""
+        listener = self.listener()
+        engine = self.engine(listener.port)
+        for kind, size in (("garbage", 100), ("reg2", 0), ("oversized", 2000), ("oversized", 60000)):
+            with self.subTest(kind=kind, size=size):
+                before = engine.statistics()[-1]["packets"] if engine.statistics() else 0
+                subprocess.run([FLOOD, *map(str, (engine.port, kind, size, 200, 40, 1))], check=True,
+                               capture_output=True)
+                line = engine.wait_for(lambda line: line.get("packets", 0) > before + 100, "they are counted")
+                self.assertEqual((line["groups"], line["paths"]), (0, 0))
+        self.assertEqual(len(engine.log()), 1)  # that it has started
+
+
+class FloodsCommandTest(unittest.TestCase):
+    """bench/floods."""
+
+    def test_unknown_flood(self):
+        """A mistyped name is an error that says which there are."""
+        done = subprocess.run([sys.executable, "-B", FLOODS, "honey"], capture_output=True, encoding="utf-8",
+                              check=False)
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("  no flood\n", done.stderr)
+
+
+if __name__ == "__main__":
+    main()
