@@ -40,7 +40,7 @@ void TestSrtlaEngineRealTimeout::aSilentLinkAndItsGroupGoAfterEightToTenSeconds(
     QVERIFY2(atMost > 8000, "too early");
     // The upper end is the cleanup's own period, as far as this machine kept time.
     if (atLeast > 10500) {
-        QWARN("later than ten seconds: a loaded machine, or a defect");
+        qWarning("later than ten seconds: a loaded machine, or a defect");
     }
     QVERIFY(fixture.probe.path(kept, alive.endpoint()));
     const QString link = u"TIMEOUT | Weg 127.0.0.1:%1 entfernt"_s.arg(silent.endpoint().port);

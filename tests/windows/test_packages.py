@@ -13,14 +13,10 @@ import unittest
 import zipfile
 from pathlib import Path
 
-from winemachine import WineMachine, waitFor
+from machinecase import (APP_KEY, INSTALLED, MODULE, OBS_FOLDER, OBS_PROGRAM, PLUGINS, SETTINGS, SILENT, UNINSTALL_LIST,
+                         MachineCase)
+from winemachine import waitFor
 
-PLUGINS = "ProgramData/obs-studio/plugins"
-MODULE = "bin/64bit/tarvoline-srtla.dll"
-INSTALLED = {
-    MODULE, "data/locale/de-DE.ini", "data/locale/en-US.ini", "README.txt", "LIESMICH.txt", "LICENSE.txt",
-    "uninstall/unins000.exe", "uninstall/unins000.dat",
-}
 PLAIN = {
     "tarvoline-srtla/" + MODULE, "tarvoline-srtla/data/locale/de-DE.ini", "tarvoline-srtla/data/locale/en-US.ini",
     "README.txt", "LIESMICH.txt", "LICENSE.txt",
@@ -29,22 +25,11 @@ PORTABLE = {
     "obs-plugins/64bit/tarvoline-srtla.dll", "data/obs-plugins/tarvoline-srtla/locale/de-DE.ini",
     "data/obs-plugins/tarvoline-srtla/locale/en-US.ini", "README.txt", "LIESMICH.txt", "LICENSE.txt",
 }
-UNINSTALL_LIST = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall"
-APP_KEY = UNINSTALL_LIST + r"\{7C0E5A54-2F5B-4B0F-9B7C-3C6C8D5B1A92}_is1"
-SETTINGS = r"HKCU\Software\Tarvoline\SRTLA OBS Plugin"
-SILENT = ("/VERYSILENT", "/SUPPRESSMSGBOXES", "/NORESTART")
 UPDATERS_SWITCHES = ("/SP-", "/CLOSEAPPLICATIONS", "/RESTARTAPPLICATIONS")
-OBS_FOLDER = "Program Files/obs-studio"
-OBS_PROGRAM = OBS_FOLDER + "/bin/64bit/obs64.exe"
 
 
-class Packages(unittest.TestCase):
-    folder = version = standInObs = tools = moduleTest = None
-
-    def setUp(self):
-        self.machine = WineMachine(self.tools, dict(os.environ))
-        self.addCleanup(self.machine.close)
-        self.setup = self.folder / f"Tarvoline-SRTLA-Plugin-Setup-v{self.version}.exe"
+class Packages(MachineCase):
+    moduleTest = None
 
     def install(self, *switches, setup=None):
         return self.machine.run(setup or self.setup, *SILENT, *switches).returncode
@@ -55,27 +40,9 @@ class Packages(unittest.TestCase):
         waitFor(lambda: not (self.app / "uninstall" / "unins000.exe").exists(), "the end of the uninstaller")
         return code
 
-    @property
-    def app(self):
-        return self.machine.driveC / PLUGINS / "tarvoline-srtla"
-
-    def haveObs(self):
-        self.machine.write(OBS_PROGRAM, self.standInObs.read_bytes())
-        self.machine.setRegistry(r"HKLM\Software\OBS Studio", "", r"C:\Program Files\obs-studio")
-
-    def startObs(self):
-        obs = self.machine.start(self.machine.driveC / OBS_PROGRAM)
-        self.addCleanup(obs.wait)
-        self.addCleanup(obs.kill)
-        waitFor(lambda: self.obsLog() == ["start"], "the start of OBS")
-
-    def obsLog(self):
-        log = (self.machine.driveC / OBS_PROGRAM).with_suffix(".log")
-        return [line.split()[0] for line in log.read_text().splitlines()] if log.exists() else []
-
     def testInstallsTheTable(self):
         self.assertEqual(self.install(), 0)
-        self.assertEqual(self.machine.files(PLUGINS + "/tarvoline-srtla"), INSTALLED)
+        self.assertEqual(self.installedFiles(), INSTALLED)
         self.assertEqual(self.machine.files("ProgramData/obs-studio"), {"plugins/tarvoline-srtla/" + name for name in INSTALLED})
         entry = self.machine.registry(APP_KEY)
         self.assertEqual(entry["DisplayName"], "Tarvoline SRTLA for OBS Studio")
@@ -121,9 +88,9 @@ class Packages(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             self.assertEqual(self.install(setup=self.olderSetup(Path(folder))), 0)
         self.assertEqual(self.machine.registry(APP_KEY)["DisplayVersion"], "0.8.0")
-        self.assertIn("data/locale/fr-FR.ini", self.machine.files(PLUGINS + "/tarvoline-srtla"))
+        self.assertIn("data/locale/fr-FR.ini", self.installedFiles())
         self.assertEqual(self.install(), 0)
-        self.assertEqual(self.machine.files(PLUGINS + "/tarvoline-srtla"), INSTALLED)
+        self.assertEqual(self.installedFiles(), INSTALLED)
         self.assertEqual(self.machine.registry(APP_KEY)["DisplayVersion"], self.version)
         entries = [key for key in self.machine.registryKeysBelow(UNINSTALL_LIST) if "_is1" in key]
         self.assertEqual(len(entries), 1, entries)
@@ -131,10 +98,10 @@ class Packages(unittest.TestCase):
     def olderSetup(self, folder):
         """The same installer under an older number, with a file that this version no longer has."""
         tree = folder / "tree"
-        with zipfile.ZipFile(self.folder / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64.zip") as archive:
+        with zipfile.ZipFile(self.packages / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64.zip") as archive:
             archive.extractall(tree)
         (tree / "tarvoline-srtla/data/locale/fr-FR.ini").write_text("PluginName=\"Tarvoline SRTLA\"\n")
-        source = self.folder.parent / "packaging/windows"
+        source = self.packages.parent / "packaging/windows"
         for name in ("obs.pas", "settings.pas"):
             (folder / name).write_bytes((source / name).read_bytes())
         script = folder / "older.iss"
@@ -163,7 +130,7 @@ class Packages(unittest.TestCase):
         self.assertEqual(self.obsLog(), ["start", "end", "start"])
         log = (self.machine.driveC / OBS_PROGRAM).with_suffix(".log").read_text().splitlines()
         self.assertEqual(log[2], r"start C:\Program Files\obs-studio\bin\64bit")
-        self.assertEqual(self.machine.files(PLUGINS + "/tarvoline-srtla"), INSTALLED)
+        self.assertEqual(self.installedFiles(), INSTALLED)
 
     def testObsThatHasQuitIsStartedAgain(self):
         self.haveObs()
@@ -193,14 +160,14 @@ class Packages(unittest.TestCase):
             return setup.poll() is not None
         waitFor(pressEnterUntilItEnds, "the end of the wizard")
         self.assertEqual(setup.returncode, 0)
-        self.assertEqual(self.machine.files(PLUGINS + "/tarvoline-srtla"), INSTALLED)
+        self.assertEqual(self.installedFiles(), INSTALLED)
 
 
 class Archives(unittest.TestCase):
-    folder = version = None
+    packages = version = None
 
     def names(self, suffix):
-        with zipfile.ZipFile(self.folder / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64{suffix}.zip") as archive:
+        with zipfile.ZipFile(self.packages / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64{suffix}.zip") as archive:
             return set(archive.namelist())
 
     def testPlainArchive(self):
@@ -210,8 +177,8 @@ class Archives(unittest.TestCase):
         self.assertEqual(self.names("-portable"), PORTABLE)
 
     def testSums(self):
-        stated = dict(reversed(line.split("  ")) for line in (self.folder / "SHA256SUMS").read_text().splitlines())
-        packages = [path for path in self.folder.iterdir() if path.suffix in (".exe", ".zip")]
+        stated = dict(reversed(line.split("  ")) for line in (self.packages / "SHA256SUMS").read_text().splitlines())
+        packages = [path for path in self.packages.iterdir() if path.suffix in (".exe", ".zip")]
         self.assertEqual(stated, {path.name: hashlib.sha256(path.read_bytes()).hexdigest() for path in packages})
         self.assertEqual(len(stated), 3)
 
@@ -221,7 +188,7 @@ def wine(path):
 
 
 if __name__ == "__main__":
-    Packages.folder = Archives.folder = Path(sys.argv[1])
-    Packages.version = Archives.version = sys.argv[2]
-    Packages.standInObs, Packages.tools, Packages.moduleTest = map(Path, sys.argv[3:6])
+    Packages.take(*sys.argv[1:5])
+    Packages.moduleTest = Path(sys.argv[5])
+    Archives.packages, Archives.version = Packages.packages, Packages.version
     unittest.main(argv=sys.argv[:1] + sys.argv[6:])

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// The update from the check to the start of the project's own installer, on the machine that test_update.py makes and
+// looks at afterwards. The environment variable TARVOLINE_TEST_SETUP names the installer.
+#include "dock/updatefixture.h"
+
+#include "buildspec.h"
+
+#include <QApplication>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int waitMs = 120000;
+constexpr int nobodyQuit = 7;
+
+QByteArray content(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/** Runs the application's own event loop until someone quits it. */
+int runApplication()
+{
+    QTimer guard;
+    QObject::connect(&guard, &QTimer::timeout, [] { QCoreApplication::exit(nobodyQuit); });
+    guard.start(waitMs);
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+class TestDockInstallSetup : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void startsTheInstallerAndQuits();
+    void startsNothingWhoseDigestDiffers();
+
+private:
+    /** Serves @p served as the installer that the manifest announces, and has the dock find it. */
+    void offer(UpdateFixture &fixture, const QByteArray &served) const;
+
+    QByteArray setup;
+    QString saved = QDir::temp().filePath(u"Tarvoline-SRTLA-Plugin-Setup-v1.0.exe"_s);
+};
+
+void TestDockInstallSetup::initTestCase()
+{
+    QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py");
+    setup = content(qEnvironmentVariable("TARVOLINE_TEST_SETUP"));
+    QVERIFY(setup.startsWith("MZ"));
+    QVERIFY(!QFile::exists(saved));
+    QApplication::setQuitOnLastWindowClosed(false);
+}
+
+void TestDockInstallSetup::offer(UpdateFixture &fixture, const QByteArray &served) const
+{
+    const QByteArray digest = QCryptographicHash::hash(setup, QCryptographicHash::Sha256).toHex();
+    const QString address = u"https://files.%1/Setup.exe"_s.arg(QLatin1StringView(vendorHost));
+    const QJsonObject manifest{{u"product"_s, u"tarvoline-srtla"_s},
+                               {u"latest_version"_s, u"1.0"_s},
+                               {u"download_url"_s, address},
+                               {u"sha256"_s, QString::fromLatin1(digest)},
+                               {u"install_mode"_s, u"installer_exe"_s}};
+    fixture.servers.answer(u"/update.json"_s, {.body = QJsonDocument(manifest).toJson()});
+    fixture.servers.answer(u"/Setup.exe"_s, {.body = served});
+    fixture.boxes.answerWith([](QMessageBox &box) { MessageBoxes::press(box, QMessageBox::Yes); });
+    fixture.invoke("checkForUpdatesManually");
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.label(), u"Neue Version 1.0 verfügbar. Installiert ist 0.9.2."_s, waitMs);
+    QVERIFY(!fixture.installButton->isHidden());
+}
+
+void TestDockInstallSetup::startsTheInstallerAndQuits()
+{
+    UpdateFixture fixture;
+    offer(fixture, setup);
+    QTimer::singleShot(0, fixture.dock.get(), &TarvolineDock::downloadAndInstallUpdate);
+    QCOMPARE(runApplication(), 0);
+    QCOMPARE(fixture.label(), u"Installer geprüft. OBS wird beendet und das Update gestartet …"_s);
+    QCOMPARE(content(saved), setup);
+}
+
+void TestDockInstallSetup::startsNothingWhoseDigestDiffers()
+{
+    UpdateFixture fixture;
+    QByteArray changed = setup;
+    changed[changed.size() / 2] = static_cast<char>(~changed.at(changed.size() / 2));
+    offer(fixture, changed);
+    fixture.invoke("downloadAndInstallUpdate");
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.label(), u"Sicherheitsprüfung fehlgeschlagen: SHA-256 stimmt nicht überein."_s,
+                              waitMs);
+    QVERIFY(fixture.checkButton->isEnabled());
+    QVERIFY(!QFile::exists(saved));
+}
+
+QTEST_MAIN(TestDockInstallSetup)
+#include "tst_dock_install_setup.moc"
