@@ -217,12 +217,14 @@ void EngineScenario::compareTables()
         const QByteArray key = QByteArray::fromStdString(id);
         const SrtlaGroup *const group = probe.group(key);
         require(group != nullptr && group->id == key, "a group is missing");
+        require(group->senderId == QByteArray::fromStdString(expected.senderHalf), "a group's sender");
         require(group->lastActivityMs == expected.lastMs, "a group's last activity");
         require(group->hasReplyEndpoint == expected.carriedSrt, "whether a group has a way back");
         require(SrtlaEndpoint{group->replyAddress, group->replyPort} == endpointOf(expected.wayBack),
                 "a group's way back");
         require((group->srtSocket != nullptr) == expected.facesListener, "a group's socket");
         require(probe.senderIndex().value(endpointOf(expected.opener)) == key, "the index of openers");
+        require(probe.sessionIndex().values(group->senderId) == QList{key}, "the index of senders");
         require(static_cast<std::size_t>(group->paths.size()) == expected.links.size(), "a group's links");
         for (const auto &[endpoint, link] : expected.links) {
             comparePath(probe.path(key, endpointOf(endpoint)), link);
@@ -232,4 +234,5 @@ void EngineScenario::compareTables()
     }
     require(probe.pathIndex().size() == links, "left-overs in the index of links");
     require(probe.senderIndex().size() == probe.groups().size(), "left-overs in the index of openers");
+    require(probe.sessionIndex().size() == probe.groups().size(), "left-overs in the index of senders");
 }
