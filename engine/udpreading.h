@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "udpport.h"
+
 #include <QNetworkDatagram>
 #include <QSignalBlocker>
 #include <QUdpSocket>
@@ -10,13 +12,21 @@
 /// can be answered with 0 by an error still pending, and the datagram behind the error would then be read as empty.
 inline constexpr qint64 maxUdpPayloadBytes = 65507;
 
+/// More than any system holds for one socket: Linux doubles the buffer that it is asked for, and charges the smallest
+/// datagram with 768 bytes.
+inline constexpr int mostPendingDatagrams = 2 * wantedReceiveBufferBytes / 768;
+
 /// Takes every pending datagram off \a socket, empty ones included, and gives each to \a handle. The handler may close
-/// the socket. Connected to readyRead, this keeps the signal coming whatever the system reports in between.
+/// the socket. Connected to readyRead, this keeps the signal coming whatever the system reports in between. What keeps
+/// coming during the call faster than it is handled waits for the next signal after mostPendingDatagrams: the thread
+/// has more to do than to serve a flood, and its event loop comes back here at once.
 template<typename Handler> void drainDatagrams(QUdpSocket &socket, const Handler &handle)
 {
     bool triedToRead = false;
     // A closed socket warns when it is asked.
-    while (socket.state() != QAbstractSocket::UnconnectedState && socket.hasPendingDatagrams()) {
+    for (int taken = 0; taken < mostPendingDatagrams && socket.state() != QAbstractSocket::UnconnectedState &&
+                        socket.hasPendingDatagrams();
+         ++taken) {
         triedToRead = true;
         const QNetworkDatagram received = socket.receiveDatagram(maxUdpPayloadBytes);
         if (received.isValid()) { // an ICMP error that a former packet caused is no datagram
