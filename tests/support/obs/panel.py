@@ -74,7 +74,8 @@ class Panel:
         self.button(words).press()
 
     def type(self, edit: str, text: str):
-        """Replaces what stands in an edit, with mouse and keyboard, and presses Return."""
+        """Replaces what stands in an edit, with mouse and keyboard, presses Return, leaves the edit, and waits until OBS has
+        taken all of it: the keys travel another way than the questions that follow."""
         x, y, width, height = self.edits()[edit].box
         # Nobody manages the windows of this display, so the one under the mouse has to be given the keyboard.
         self._do("mousemove", x + width // 2, y + height // 2, "click", 1)
@@ -84,7 +85,9 @@ class Panel:
         self._do("key", "--clearmodifiers", "ctrl+a", "key", "Delete")
         if text:
             self._do("type", "--clearmodifiers", text)
-        self._do("key", "Return")
+        wait_until(lambda: self._shows(self.edits()[edit], text), f"{edit} shows what was typed")
+        self._do("key", "Return", "key", "Tab")
+        wait_until(lambda: not self.edits()[edit].has_state("focused"), f"{edit} is left")
 
     def opened(self, title: str) -> Element:
         """A collapsible group, opened."""
@@ -102,6 +105,11 @@ class Panel:
         """Waits until one line of the dock's log holds `line`."""
         wait_until(lambda: any(line in entry for entry in self.log()),
                    lambda: f"{line!r} in the dock's log: {self.log()}", timeout_s)
+
+    @staticmethod
+    def _shows(edit, text):
+        # A masked passphrase tells no more than its length.
+        return len(edit.text) == len(text) if edit.role == "password text" else edit.text == text
 
     def _do(self, *arguments):
         subprocess.run(["xdotool", *map(str, arguments)], env=self._environment(), check=True)
