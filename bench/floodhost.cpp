@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <malloc.h>
 
 using namespace Qt::StringLiterals;
 
@@ -55,6 +56,14 @@ private:
     qint64 longestNs = 0;
 };
 
+/// What the process has of the C library's memory, without what the library keeps for later.
+size_t heapKiB()
+{
+    constexpr size_t bytesPerKiB = 1024;
+    const struct mallinfo2 account = mallinfo2();
+    return (account.uordblks + account.hblkhd) / bytesPerKiB;
+}
+
 /// What a user who watches the log has opened, started on the given ports.
 void startOpened(TarvolineDock &dock, const QString &listenPort, const QString &targetPort)
 {
@@ -92,9 +101,9 @@ int main(int argc, char **argv)
     QObject::connect(&DockProbe(dock).engine(), &SrtlaEngine::statisticsChanged, &dock,
                      [&heartbeat](int groups, int paths, double, quint64 packets, quint64 bytes) {
                          std::printf(R"({"event":"second","longestGapMs":%.1f,"groups":%d,"paths":%d,)"
-                                     R"("packets":%llu,"bytes":%llu})"
+                                     R"("packets":%llu,"bytes":%llu,"heapKiB":%zu})"
                                      "\n",
-                                     heartbeat.takeLongestMs(), groups, paths, packets, bytes);
+                                     heartbeat.takeLongestMs(), groups, paths, packets, bytes, heapKiB());
                          std::fflush(stdout);
                      });
     startOpened(dock, words[1], words[2]);

@@ -15,6 +15,16 @@ bool isStale(qint64 lastActivityMs, qint64 now)
     return now - lastActivityMs > idleTimeoutMs;
 }
 
+/// Gives back the room of a table that has become far too wide, as after a flood: tables don't shrink by themselves.
+template<typename Table> void squeezeIfSparse(Table &table)
+{
+    constexpr qsizetype roomWorthKeeping = 1024;
+    constexpr qsizetype sparse = 8; // times what is used
+    if (table.capacity() > roomWorthKeeping && table.capacity() / sparse > table.size()) {
+        table.squeeze();
+    }
+}
+
 } // namespace
 
 void SrtlaEngine::removeGroup(const QByteArray &groupId, const QString &reason)
@@ -57,6 +67,10 @@ void SrtlaEngine::cleanupSessions()
     for (const QByteArray &groupId : std::as_const(expiredGroups)) {
         removeGroup(groupId, SrtlaTexts::reasonTimeout());
     }
+    squeezeIfSparse(groups);
+    squeezeIfSparse(pathIndex);
+    squeezeIfSparse(senderIndex);
+    squeezeIfSparse(sessionIndex);
 }
 
 void SrtlaEngine::removeSilentPaths(SrtlaGroup &group, qint64 now)

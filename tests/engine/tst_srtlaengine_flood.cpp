@@ -51,6 +51,7 @@ void TestSrtlaEngineFlood::nothingStaysOfGroupsThatTimedOut()
     flood(fixture);
     QCOMPARE(fixture.probe.groups().size(), senders + 1);
     QCOMPARE(fixture.probe.sessionIndex().size(), senders + 1);
+    QVERIFY(fixture.probe.groups().capacity() > senders);
 
     fixture.engine.setMs = 5000;
     fixture.send(link, srtData(1)); // the stream goes on
@@ -61,6 +62,10 @@ void TestSrtlaEngineFlood::nothingStaysOfGroupsThatTimedOut()
     QCOMPARE(fixture.probe.senderIndex().values(), QList{id});
     QCOMPARE(fixture.probe.sessionIndex().values(), QList{id});
     QCOMPARE(fixture.probe.pathIndex().values(), QList{id});
+    // Nor the tables' room.
+    QVERIFY(fixture.probe.groups().capacity() < senders);
+    QVERIFY(fixture.probe.senderIndex().capacity() < senders);
+    QVERIFY(fixture.probe.sessionIndex().capacity() < senders);
     QVERIFY(fixture.carryHandshake(link) != 0);
 }
 
