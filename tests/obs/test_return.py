@@ -33,7 +33,7 @@ class ReturnTest(case.ObsCase):
                 road.start()
                 # What the source still shows may be the picture from before.
                 case.wait_for_no_picture(session)
-                case.wait_for_picture(session, timeout_s=180)
+                case.wait_for_picture(session)
                 self.assertTrue(session.remote.call("GetRecordStatus")["outputActive"])
 
         # The way out that the documentation names works on air, too.
