@@ -9,6 +9,7 @@ from collections.abc import Callable
 
 import stream
 
+from .hour import udp_drops
 from .road import OTHER_SENDER_ID, SENDER_ID, Pace, Road
 
 # After the first bytes have come to the reader, by when the stream has found its pace.
@@ -17,6 +18,8 @@ _FAULT_AFTER_S = 2
 _PATIENCE_S = 120
 # What 200 senders of 8 Mbit/s need is more than two processors have; they share what ten of them would.
 _SHARED_MEGABITS = 20.0
+# Nor do two processors always serve 400 programs within two seconds; it is the receiver that is tried out, not them.
+_SHARED_LATENCY_MS = 8000
 
 
 @dataclasses.dataclass(frozen=True)
@@ -104,7 +107,7 @@ def _run_one(fault, folder, received, pace):
 def _run_many(fault, folder, received, pace):
     """Every sender has three links and an SRT stream of its own."""
     rate = min(pace.megabits_per_second, _SHARED_MEGABITS / fault.senders)
-    slow = Pace(rate, pace.latency_ms, pace.seconds)
+    slow = Pace(rate, _SHARED_LATENCY_MS, pace.seconds)
     file = _make_file(folder / "sent", slow.size(slow.seconds))
     with contextlib.ExitStack() as programs:
         def keep(program):
@@ -120,11 +123,13 @@ def _run_many(fault, folder, received, pace):
         for bond in bonds:
             bond.wait_for_links()
         callers = [keep(stream.SrtSender(bond.port, file, stream_id=f"stream{number}", megabits_per_second=rate,
-                                         latency_ms=pace.latency_ms)) for number, bond in enumerate(bonds)]
+                                         latency_ms=slow.latency_ms)) for number, bond in enumerate(bonds)]
         for caller in callers:
             caller.exit_code(pace.seconds + _PATIENCE_S)
         listener.exit_code(_PATIENCE_S)
         ends = [line for line in listener.objects if line["event"] == "ended"]
+        drops = udp_drops(engine.port)
     return _row(fault, slow, file.stat().st_size * fault.senders, _received_bytes(received), recoveredAfterS=None,
                 longestPauseMs=max((end["longestPauseMs"] for end in ends), default=0), reconnections=0,
-                retransmittedPackets=sum(end["retransmitted"] for end in ends), packetsThatLinksLost=0)
+                retransmittedPackets=sum(end["retransmitted"] for end in ends), packetsThatLinksLost=0,
+                receiverDrops=drops)
