@@ -99,6 +99,7 @@ void SrtlaEngine::shutdown()
             group->srtSocket->close();
         }
     }
+    recentGroup.reset();
     groups.clear();
     pathIndex.clear();
     senderIndex.clear();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "socketwatch.h"
 #include "srtlaendpoint.h"
 
 #include <QByteArray>
@@ -75,7 +76,7 @@ private:
     void handleReg2(const QByteArray &datagram, const SrtlaEndpoint &sender);
     void handlePathPacket(const QSharedPointer<SrtlaGroup> &group, SrtlaPath &path, const QByteArray &datagram,
                           const SrtlaEndpoint &sender);
-    [[nodiscard]] QSharedPointer<SrtlaGroup> groupForPath(const SrtlaEndpoint &endpoint) const;
+    [[nodiscard]] QSharedPointer<SrtlaGroup> groupForPath(const SrtlaEndpoint &endpoint);
     [[nodiscard]] QByteArray makeGroupId(const QByteArray &senderId) const;
     void sendToSender(const QByteArray &datagram, const SrtlaEndpoint &endpoint);
 
@@ -111,4 +112,7 @@ private:
     quint64 lastPublishedBytes = 0;
     qint64 lastPublishedMs = 0;
     bool shuttingDown = false;
+    SocketWatch srtSocketWatch;
+    /// Whom the last link's packet belonged to, while it is in the table.
+    QSharedPointer<SrtlaGroup> recentGroup;
 };

@@ -11,7 +11,7 @@
 
 void SrtlaEngine::readClientDatagrams()
 {
-    drainDatagrams(clientSocket, [this](const QNetworkDatagram &received) {
+    drainUnasked(clientSocket, [this](const QNetworkDatagram &received) {
         const QByteArray datagram = received.data();
         ++receivedPackets;
         receivedBytes += static_cast<quint64>(datagram.size());
@@ -118,10 +118,18 @@ void SrtlaEngine::handleReg2(const QByteArray &datagram, const SrtlaEndpoint &se
     sendToSender(makeTypeOnly(SRTLA_TYPE_REG3), sender);
 }
 
-QSharedPointer<SrtlaGroup> SrtlaEngine::groupForPath(const SrtlaEndpoint &endpoint) const
+QSharedPointer<SrtlaGroup> SrtlaEngine::groupForPath(const SrtlaEndpoint &endpoint)
 {
     const auto indexed = pathIndex.constFind(endpoint);
-    return indexed == pathIndex.constEnd() ? QSharedPointer<SrtlaGroup>() : groups.value(*indexed);
+    if (indexed == pathIndex.constEnd()) {
+        return {};
+    }
+    // Most often the last packet's group again. The index shares the bytes of its groups' ids: the same bytes in memory
+    // are the same id, and 256 of them need not be hashed.
+    if (!recentGroup || recentGroup->id.constData() != indexed->constData()) {
+        recentGroup = groups.value(*indexed);
+    }
+    return recentGroup;
 }
 
 void SrtlaEngine::handlePathPacket(const QSharedPointer<SrtlaGroup> &group, SrtlaPath &path, const QByteArray &datagram,

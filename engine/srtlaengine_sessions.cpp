@@ -45,6 +45,7 @@ void SrtlaEngine::removeGroup(const QByteArray &groupId, const QString &reason)
     }
     Q_EMIT logMessage(SrtlaTexts::groupRemoved(group->id, reason));
     groups.remove(group->id);
+    recentGroup.reset();
 }
 
 void SrtlaEngine::cleanupSessions()

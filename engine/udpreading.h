@@ -45,3 +45,17 @@ template<typename Handler> void drainDatagrams(QUdpSocket &socket, const Handler
         }
     }
 }
+
+/// Reads as drainDatagrams does, with a system call less for each datagram: it doesn't ask first. The read that finds
+/// nothing makes the socket emit errorOccurred, so this is for one whose errors nobody listens to. What stands behind
+/// an error is left to the next readyRead, which comes at once because reading turns the signal on again.
+template<typename Handler> void drainUnasked(QUdpSocket &socket, const Handler &handle)
+{
+    for (int taken = 0; taken < mostPendingDatagrams && socket.state() != QAbstractSocket::UnconnectedState; ++taken) {
+        const QNetworkDatagram received = socket.receiveDatagram(maxUdpPayloadBytes);
+        if (!received.isValid()) {
+            return;
+        }
+        handle(received);
+    }
+}
