@@ -6,6 +6,7 @@
 #include "support/settingsstore.h"
 
 #include <QCheckBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
@@ -109,6 +110,35 @@ private Q_SLOTS:
         QVERIFY(ObsDouble::docks().isEmpty());
         QCOMPARE(ObsDouble::calls().last(), u"obs_frontend_remove_dock"_s);
         QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
+    }
+
+    // The front end may leave the dock in its window for a moment, and run events: nothing may be left to happen then.
+    void dockIsShutDownWhenItIsHandedBack()
+    {
+        QVERIFY(obs_module_load());
+        int removals = 0;
+        ObsDouble::onDockRemoval([&removals](QWidget *widget) {
+            ++removals;
+            auto *dock = qobject_cast<TarvolineDock *>(widget);
+            QVERIFY(dock);
+            const DockProbe probe(*dock);
+            QVERIFY(portIsFree(5000));
+            QVERIFY(!probe.engine().isRunning());
+
+            // As a receiver that stops would say, which the panel must not hear any more.
+            QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
+            Q_EMIT probe.engine().runningChanged(false);
+            QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
+
+            const QString hint = probe.ipHintLabel()->text();
+            probe.queryIpButton()->click();
+            QVERIFY(probe.queryIpButton()->isEnabled());
+            QCOMPARE(probe.ipHintLabel()->text(), hint);
+        });
+        qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget)->startReceiver();
+        QVERIFY(!portIsFree(5000));
+        obs_module_unload();
+        QCOMPARE(removals, 1);
     }
 
     void obsQuitsTakingTheDockBeforeTheModuleIsUnloaded()

@@ -3,6 +3,8 @@
 
 #include "support/obsdouble_state.h"
 
+#include <utility>
+
 namespace ObsDouble {
 
 State &state()
@@ -166,6 +168,11 @@ void failSourceCreation(bool fail)
 void failDockRegistration(bool fail)
 {
     state().dockRegistrationFails = fail;
+}
+
+void onDockRemoval(std::function<void(QWidget *)> action)
+{
+    state().dockRemovalAction = std::move(action);
 }
 
 const QList<RegisteredDock> &docks()

@@ -7,6 +7,8 @@
 #include <QVariantMap>
 #include <QWidget>
 
+#include <functional>
+
 // The real headers, so that the double cannot drift away from what it stands for.
 #include <obs-frontend-api.h>
 #include <obs-module.h>
@@ -69,6 +71,8 @@ void failSourceCreation(bool fail);
 
 void failDockRegistration(bool fail);
 const QList<RegisteredDock> &docks();
+/** Calls @p action with each dock that the plug-in has removed, while the dock is still whole. */
+void onDockRemoval(std::function<void(QWidget *)> action);
 /** The front end quits as OBS does: the main window goes, and the docks in it, then the front-end functions. */
 void quitFrontend();
 

@@ -221,6 +221,10 @@ void obs_frontend_remove_dock(const char *id)
         return;
     }
     const QString name = QString::fromUtf8(id);
-    delete state().mainWindow->findChild<QDockWidget *>(name);
+    const auto *holder = state().mainWindow->findChild<QDockWidget *>(name);
+    if (holder && state().dockRemovalAction) {
+        state().dockRemovalAction(holder->widget());
+    }
+    delete holder;
     state().docks.removeIf([&name](const ObsDouble::RegisteredDock &dock) { return dock.id == name; });
 }

@@ -7,6 +7,7 @@
 #include <QMainWindow>
 #include <QSet>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -58,6 +59,7 @@ struct State
     std::unique_ptr<QMainWindow> mainWindow;
     QList<RegisteredDock> docks;
     bool dockRegistrationFails = false;
+    std::function<void(QWidget *)> dockRemovalAction;
 
     QStringList localeFiles{QStringLiteral("de-DE")};
     std::vector<std::unique_ptr<text_lookup>> lookups;
