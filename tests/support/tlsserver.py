@@ -67,6 +67,8 @@ class TlsServer:
 
     def _serveProxy(self, name, connection, context):
         head, rest = readHead(connection)
+        if not head:
+            return  # a client that goes away without a word has asked nothing
         if not head.startswith(b"CONNECT "):
             self._remember(name + " without tunnel", head, b"")
             connection.sendall(b"HTTP/1.1 502 Bad Gateway\r\nContent-Length: 0\r\n\r\n")
