@@ -4,12 +4,15 @@
 import subprocess
 
 from .screen import Element, Screen
-from .wait import PATIENCE_S, wait_until
+from .wait import PATIENCE_S, TimedOut, wait_until
 
 TITLE = "Tarvoline SRTLA Receiver"
 
 # The edits of the group "Einstellungen" as they stand on the screen: from the top, then from the left.
 _EDITS = ("listenPort", "targetPort", "publicHost", "streamId", "passphrase")
+
+# How long OBS may take over a click before it is made again.
+_CLICK_PATIENCE_S = 10.0
 
 # Widgets of one row may differ by a few pixels in height.
 _ROW_HEIGHT = 12
@@ -76,16 +79,12 @@ class Panel:
     def type(self, edit: str, text: str):
         """Replaces what stands in an edit, with mouse and keyboard, presses Return, leaves the edit, and waits until OBS has
         taken all of it: the keys travel another way than the questions that follow."""
-        x, y, width, height = self.edits()[edit].box
-        # Nobody manages the windows of this display, so the one under the mouse has to be given the keyboard.
-        self._do("mousemove", x + width // 2, y + height // 2, "click", 1)
-        window = subprocess.run(["xdotool", "getmouselocation", "--shell"], env=self._environment(), check=True,
-                                capture_output=True, text=True).stdout
-        self._do("windowfocus", "--sync", dict(line.split("=") for line in window.split())["WINDOW"])
+        wait_until(lambda: self._enter(edit), f"{edit} has the keyboard")
         self._do("key", "--clearmodifiers", "ctrl+a", "key", "Delete")
         if text:
             self._do("type", "--clearmodifiers", text)
-        wait_until(lambda: self._shows(self.edits()[edit], text), f"{edit} shows what was typed")
+        wait_until(lambda: self._shows(self.edits()[edit], text),
+                   lambda: f"{edit} shows what was typed: {self.values()}")
         self._do("key", "Return", "key", "Tab")
         wait_until(lambda: not self.edits()[edit].has_state("focused"), f"{edit} is left")
 
@@ -105,6 +104,19 @@ class Panel:
         """Waits until one line of the dock's log holds `line`."""
         wait_until(lambda: any(line in entry for entry in self.log()),
                    lambda: f"{line!r} in the dock's log: {self.log()}", timeout_s)
+
+    def _enter(self, edit):
+        """Clicks into an edit; false when that does not give it the keyboard: the panel may have moved meanwhile."""
+        x, y, width, height = self.edits()[edit].box
+        # Nobody manages the windows of this display, so the one under the mouse has to be given the keyboard.
+        self._do("mousemove", x + width // 2, y + height // 2, "click", 1)
+        window = subprocess.run(["xdotool", "getmouselocation", "--shell"], env=self._environment(), check=True,
+                                capture_output=True, text=True).stdout
+        self._do("windowfocus", "--sync", dict(line.split("=") for line in window.split())["WINDOW"])
+        try:
+            return wait_until(lambda: self.edits()[edit].has_state("focused"), f"{edit} is entered", _CLICK_PATIENCE_S)
+        except TimedOut:
+            return False
 
     @staticmethod
     def _shows(edit, text):
