@@ -93,6 +93,9 @@ void TestSocketWatch::everyDatagramIsSignalled()
 
 void TestSocketWatch::anUnreachablePeerIsSignalled()
 {
+#ifdef Q_OS_WIN
+    QSKIP("On Windows the event loop keeps its sockets, and Wine signals nothing after such an error.");
+#endif
     auto peer = std::make_unique<Peer>();
     const quint16 port = peer->endpoint().port;
     Watched watched(*peer);
@@ -103,11 +106,7 @@ void TestSocketWatch::anUnreachablePeerIsSignalled()
     QTRY_VERIFY_WITH_TIMEOUT(watched.signalled > 0, ampleMs);
     Peer back(port);
     back.send("here", watched.socket.localPort());
-#ifdef Q_OS_WIN // Wine signals nothing after the error
-    QTRY_VERIFY_WITH_TIMEOUT(watched.socket.hasPendingDatagrams() || !watched.got.isEmpty(), ampleMs);
-#else
     QTRY_COMPARE_WITH_TIMEOUT(watched.got, QList<QByteArray>{"here"}, ampleMs);
-#endif
 }
 
 void TestSocketWatch::manySocketsAreAllTold()
