@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """How long datagrams take from one port of the loopback interface to another, by the kernel's own clock."""
 
+import collections
 import hashlib
 import socket
 import struct
@@ -13,6 +14,7 @@ _SO_TIMESTAMPNS = 35
 _SO_RCVBUFFORCE = 33
 _OUTGOING = 4
 _ETHERNET_HEADER = 14
+_SOURCE_ADDRESS = _ETHERNET_HEADER + 12
 _UDP_HEADER = 8
 _BUFFER = 32 << 20
 _TICK_S = 0.2
@@ -20,13 +22,16 @@ _NS_PER_S = 1_000_000_000
 
 
 class DelayMeter:
-    """Watches the loopback interface and pairs each datagram to `first` with the equal one to `second`.
+    """Watches the loopback interface and pairs each datagram to a port of `first` with the equal one to `second`.
 
     Needs the right to open packet sockets. Datagrams shorter than `shortest` bytes are left out, so that control traffic
-    does not stand for the stream."""
+    does not stand for the stream. Where the relay in between puts headers of its own before the payload, `equal_bytes`
+    says how many bytes at the end are compared."""
 
-    def __init__(self, first: int, second: int, shortest: int = 1000):
-        self._first, self._second, self._shortest = first, second, shortest
+    def __init__(self, first: int | list[int], second: int, shortest: int = 1000, equal_bytes: int = 0):
+        self._first = {first} if isinstance(first, int) else set(first)
+        self._second, self._shortest, self._equal_bytes = second, shortest, equal_bytes
+        self._ways = collections.Counter()
         self._sent_at = {}
         self._delays = []
         self._leaving = threading.Event()
@@ -53,6 +58,10 @@ class DelayMeter:
         lost = sum(begin_ns <= at < end_ns for at in list(self._sent_at.values()))
         return sorted(delay / 1e6 for at, delay in delays if begin_ns <= at < end_ns), lost
 
+    def ways(self) -> dict:
+        """How many datagrams have come to the first ports so far, by their source and port."""
+        return dict(self._ways)
+
     def _watch(self):
         while not self._leaving.is_set():
             try:
@@ -67,10 +76,11 @@ class DelayMeter:
         start = _ETHERNET_HEADER + (frame[_ETHERNET_HEADER] & 0x0f) * 4
         port = int.from_bytes(frame[start + 2:start + 4])
         payload = frame[start + _UDP_HEADER:]
-        if port not in (self._first, self._second) or len(payload) < self._shortest:
+        if (port not in self._first and port != self._second) or len(payload) < self._shortest:
             return
-        key = hashlib.blake2b(payload, digest_size=16).digest()
-        if port == self._first:
+        key = hashlib.blake2b(payload[-self._equal_bytes:], digest_size=16).digest()
+        if port in self._first:
+            self._ways[frame[_SOURCE_ADDRESS:_SOURCE_ADDRESS + 4], frame[start:start + 4]] += 1
             self._sent_at.setdefault(key, at)
         elif (sent := self._sent_at.pop(key, None)) is not None:
             self._delays.append((sent, at - sent))

@@ -1,0 +1,110 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The programs of one turn: a stamped stream from its sender over one relay to its reader."""
+
+import contextlib
+import pathlib
+import struct
+import subprocess
+import time
+
+import stream
+
+from .figures import RECORD, Record
+
+_POLL_S = 0.05
+_RECORD_BYTES = struct.calcsize(RECORD)
+# The clock of a process's own processor time, all threads, as the kernel numbers it: see clock_getcpuclockid(3).
+_CPUCLOCK_SCHED = 2
+_HEXADECIMAL = 16
+
+
+class Turn(contextlib.ExitStack):
+    """What runs in one turn; leaving it ends everything. The relay runs on a core of its own."""
+
+    def __init__(self, folder: pathlib.Path, relay_core: int, latency_ms: int, megabits_per_second: float):
+        super().__init__()
+        self.latency_ms, self.megabits_per_second = latency_ms, megabits_per_second
+        self.pinned = ["taskset", "--cpu-list", str(relay_core)]  # goes before a relay's command
+        self.relay_pid = 0
+        self.relay_ports = []
+        self.reader_port = 0
+        self.sending_since_ns = 0
+        self._folder = folder
+        self._reader = None
+
+    def keep(self, program):
+        """Has a program of stream.JsonProcess killed at the end."""
+        self.callback(program.kill)
+        return program
+
+    def relay(self, arguments, ports):
+        """Starts the relay, which will listen on `ports`."""
+        self.relay_pid, self.relay_ports = self.start([*self.pinned, *arguments], ports), ports
+
+    def start(self, arguments, ports) -> int:
+        """Starts any program and waits until its UDP ports are held; returns the process id."""
+        path = self._folder / f"{ports[0]}.log"
+        log = self.enter_context(open(path, "wb"))
+        process = subprocess.Popen(arguments, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+        self.callback(process.wait)
+        self.callback(process.kill)
+
+        def listens():
+            if process.poll() is not None:
+                raise stream.Ended(f"ended: {' '.join(arguments)}\n{path.read_text('utf-8')}")
+            return _held_udp_ports().issuperset(ports)
+        _wait_until(listens, f"listening: {' '.join(arguments)}")
+        return process.pid
+
+    def read(self, transport: str, latency_ms: int = 0) -> int:
+        """Starts the reader and returns its port."""
+        self.reader_port = stream.free_udp_port()
+        self._reader = self.keep(stream.JsonProcess(
+            ["stampedstream", "read", transport, self.reader_port, latency_ms, self._folder / "records"]))
+        self._reader.wait_for(lambda line: line["event"] == "listening", "the reader listens")
+        return self.reader_port
+
+    def send(self, transport: str, port: int, latency_ms: int = 0):
+        """Starts the sender."""
+        sender = self.keep(stream.JsonProcess(
+            ["stampedstream", "send", transport, port, latency_ms, self.megabits_per_second]))
+        sender.wait_for(lambda line: line["event"] == "connected", "the sender is connected")
+        self.sending_since_ns = time.monotonic_ns()
+
+    def relay_cpu_ns(self) -> int:
+        """The processor time that the relay has used so far, its own and the kernel's."""
+        return time.clock_gettime_ns(~self.relay_pid << 3 | _CPUCLOCK_SCHED)
+
+    def records(self) -> list[Record]:
+        """What has been read so far."""
+        data = (self._folder / "records").read_bytes()
+        return [Record(*fields) for fields in struct.iter_unpack(RECORD, data[:len(data) // _RECORD_BYTES * _RECORD_BYTES])]
+
+    def wait_for_payload_sent_at(self, moment_ns: int):
+        """Waits until a payload that was sent then or later has been read."""
+        def has_come():
+            if not self._reader.running():
+                raise stream.Ended("the stream broke off")
+            return self._latest_sent_ns() >= moment_ns
+        _wait_until(has_come, "the stream comes through")
+
+    def _latest_sent_ns(self) -> int:
+        with open(self._folder / "records", "rb") as file:
+            complete = file.seek(0, 2) // _RECORD_BYTES
+            if complete == 0:
+                return 0
+            file.seek((complete - 1) * _RECORD_BYTES)
+            return Record(*struct.unpack(RECORD, file.read(_RECORD_BYTES))).sent_ns
+
+
+def _wait_until(condition, what):
+    deadline = time.monotonic() + stream.PATIENCE_S
+    while not condition():
+        if time.monotonic() > deadline:
+            raise stream.TimedOut(f"not within {stream.PATIENCE_S:g} s: {what}")
+        time.sleep(_POLL_S)
+
+
+def _held_udp_ports() -> set[int]:
+    rows = pathlib.Path("/proc/net/udp").read_text("ascii").splitlines()[1:]
+    return {int(row.split()[1].split(":")[1], _HEXADECIMAL) for row in rows}
