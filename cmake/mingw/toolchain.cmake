@@ -4,8 +4,10 @@ set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
 set(mingwTriplet x86_64-w64-mingw32)
-set(CMAKE_C_COMPILER ${mingwTriplet}-gcc-posix)
-set(CMAKE_CXX_COMPILER ${mingwTriplet}-g++-posix)
+if(NOT CMAKE_CXX_COMPILER) # a preset may name clang, which takes GCC's headers and libraries
+    set(CMAKE_C_COMPILER ${mingwTriplet}-gcc-posix)
+    set(CMAKE_CXX_COMPILER ${mingwTriplet}-g++-posix)
+endif()
 set(CMAKE_RC_COMPILER ${mingwTriplet}-windres)
 set(CMAKE_DLLTOOL ${mingwTriplet}-dlltool)
 
