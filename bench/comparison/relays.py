@@ -11,7 +11,7 @@ from .turn import Turn
 
 _LOOPBACK = "127.0.0.1"
 _LINKS = ("127.0.0.11", "127.0.0.12", "127.0.0.13")
-# An SRT connection within one machine loses nothing and needs no more; SRT's users go no lower.
+# An SRT connection within one machine loses nothing; this is for a machine that is busy.
 LOCAL_LATENCY_MS = 20
 # RIST shares the stream among its paths by these; without, it would send everything over each.
 _RIST_PATH_WEIGHT = 1
