@@ -159,10 +159,13 @@ bool run(std::span<char *> words)
     srtfile::Options options;
     options.port = std::atoi(words[3]);
     options.latencyMs = std::atoi(words[4]);
-    if (what == "send" && (options.megabitsPerSecond = std::atof(words[5])) <= 0) {
-        return false;
-    }
     options.file = words[5];
+    if (what == "send") {
+        options.megabitsPerSecond = std::atof(words[5]);
+        if (options.megabitsPerSecond <= 0) {
+            return false;
+        }
+    }
     if (what == "send" && transport == "srt") {
         sendSrt(options);
     } else if (what == "send" && transport == "udp") {
