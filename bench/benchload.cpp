@@ -53,6 +53,7 @@ Spread spread(std::vector<double> values)
 Spread ratio(const Contestant &above, const Contestant &below)
 {
     std::vector<double> values;
+    values.reserve(above.usPerDatagram.size());
     for (std::size_t round = 0; round < above.usPerDatagram.size(); ++round) {
         values.push_back(above.usPerDatagram[round] / below.usPerDatagram[round]);
     }

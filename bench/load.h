@@ -28,7 +28,7 @@ struct LoadResult
 class Load
 {
 public:
-    Load(std::size_t groups, std::size_t linksPerGroup);
+    Load(std::size_t groups, std::size_t linksOfGroup);
 
     /// Where the relay is to deliver.
     [[nodiscard]] std::uint16_t listenerPort() const { return listener.port(); }

@@ -22,7 +22,7 @@ struct EngineProbe
     {
         engine.handleDatagram(datagram, sender);
     }
-    QByteArray groupOf(const SrtlaEndpoint &sender) const { return engine.senderIndex.value(sender); }
+    [[nodiscard]] QByteArray groupOf(const SrtlaEndpoint &sender) const { return engine.senderIndex.value(sender); }
 };
 
 namespace {
@@ -79,7 +79,7 @@ void printMemory()
     }
     const size_t withSockets = allocatedBytes();
     std::printf("{\"bytes_per_group\": %zu, \"bytes_per_link\": %zu, \"bytes_per_group_socket\": %zu}\n",
-                (withGroups - empty) / groups, (withLinks - withGroups) / (groups * linksPerGroup),
+                (withGroups - empty) / groups, (withLinks - withGroups) / (size_t{groups} * linksPerGroup),
                 (withSockets - withLinks) / groups);
 }
 

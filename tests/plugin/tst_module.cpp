@@ -71,7 +71,7 @@ private Q_SLOTS:
         store.reset();
     }
 
-    void apiVersionIsThatOfLibobs31_1_1() { QCOMPARE(obs_module_ver(), uint32_t(0x1F010001)); }
+    void apiVersionIsThatOfTheOldestObs() { QCOMPARE(obs_module_ver(), uint32_t(0x1F010001)); }
 
     void descriptionIsFixed()
     {
