@@ -3,7 +3,7 @@
 
 #include <QLatin1StringView>
 
-/** Where the panel's values are stored, under which keys, and what they are when a key is absent. */
+/// Where the panel's values are stored, under which keys, and what they are when a key is absent.
 namespace DockSettings {
 
 inline constexpr QLatin1StringView organisation{"Tarvoline"};
@@ -17,7 +17,7 @@ inline constexpr QLatin1StringView password{"password"};
 inline constexpr QLatin1StringView autoStart{"autoStart"};
 inline constexpr QLatin1StringView autoSource{"autoSource"};
 inline constexpr QLatin1StringView linkPorts{"linkPorts"};
-/** Seconds since 1970-01-01 UTC of the last update check that was answered with a JSON object. */
+/// Seconds since 1970-01-01 UTC of the last update check that was answered with a JSON object.
 inline constexpr QLatin1StringView lastUpdateCheckUtc{"lastUpdateCheckUtc"};
 
 inline constexpr quint16 defaultListenPort = 5000;

@@ -22,62 +22,56 @@ class QPushButton;
 class QTextEdit;
 class QVBoxLayout;
 
-/**
- * Receives the answer to a JSON request: the reply object and the HTTP status (0 when there was no response). After a
- * failure the object holds "ok" = false and a German "message".
- */
+/// Receives the answer to a JSON request: the reply object and the HTTP status (0 when there was no response). After a
+/// failure the object holds "ok" = false and a German "message".
 using JsonReplyCallback = std::function<void(const QJsonObject &reply, int httpStatus)>;
 
-/**
- * The panel in the OBS main window: shows and controls the one receiver, keeps its settings and the OBS media source
- * that plays the received stream.
- *
- * Lives on the OBS main thread. The widgets are the working copy of the settings. The dock may be destroyed at any time
- * by OBS, also while one of its message boxes is open.
- */
+/// The panel in the OBS main window: shows and controls the one receiver, keeps its settings and the OBS media source
+/// that plays the received stream.
+///
+/// Lives on the OBS main thread. The widgets are the working copy of the settings. The dock may be destroyed at any
+/// time by OBS, also while one of its message boxes is open.
 class TarvolineDock : public QWidget
 {
     Q_OBJECT
 
 public:
-    /** Builds the panel, loads the settings and, where they say so, schedules source repair and receiver start. */
+    /// Builds the panel, loads the settings and, where they say so, schedules source repair and receiver start.
     explicit TarvolineDock(QWidget *parent = nullptr);
     ~TarvolineDock() override;
 
-    /** Ends all network work for good and cuts the engine off from the panel; for the module's unload. */
+    /// Ends all network work for good and cuts the engine off from the panel; for the module's unload.
     void shutdown();
 
-    /**
-     * Posts @a request as JSON to @a path (begins with "/") of the vendor's service and returns at once. @a callback
-     * runs later on the main thread, at most once, and not at all when the dock is gone by then.
-     */
+    /// Posts \a request as JSON to \a path (begins with "/") of the vendor's service and returns at once. \a callback
+    /// runs later on the main thread, at most once, and not at all when the dock is gone by then.
     void postJson(const QString &path, const QJsonObject &request, JsonReplyCallback callback);
 
     // The order of the slots is their numbering in the meta-object.
 public Q_SLOTS:
-    /** Starts the receiver on the panel's ports; tells the user in a message box when that fails. */
+    /// Starts the receiver on the panel's ports; tells the user in a message box when that fails.
     void startReceiver();
     void stopReceiver();
-    /** Creates or updates the OBS media source; tells the user in a message box when that fails. */
+    /// Creates or updates the OBS media source; tells the user in a message box when that fails.
     void createOrRepairSource();
-    /** Writes every value of the panel to the settings store. */
+    /// Writes every value of the panel to the settings store.
     void saveSettings();
     void copyMoblinAddress();
     void copyPassword();
     void togglePasswordVisibility();
-    /** Sets the OBS port to the SRTLA port + 2 while the ports are linked and the result is a valid port. */
+    /// Sets the OBS port to the SRTLA port + 2 while the ports are linked and the result is a valid port.
     void syncTargetPortFromListenPort();
-    /** Computes both connection addresses from the panel's values. */
+    /// Computes both connection addresses from the panel's values.
     void updateUrls();
-    /** Appends @a line to the log view, which keeps the last five lines. */
+    /// Appends \a line to the log view, which keeps the last five lines.
     void appendLog(const QString &line);
-    /** Writes the signal file for other programs; the parameters are those of SrtlaEngine::statisticsChanged. */
+    /// Writes the signal file for other programs; the parameters are those of SrtlaEngine::statisticsChanged.
     void updateStatistics(int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes);
-    /** Asks the vendor's service for this connection's public address. */
+    /// Asks the vendor's service for this connection's public address.
     void queryPublicIp();
-    /** Asks the vendor's service for a newer version; the outcome is shown beside the installed one. */
+    /// Asks the vendor's service for a newer version; the outcome is shown beside the installed one.
     void checkForUpdatesManually();
-    /** Asks the user, then downloads, checks and starts the installer of the offered version and closes OBS. */
+    /// Asks the user, then downloads, checks and starts the installer of the offered version and closes OBS.
     void downloadAndInstallUpdate();
 
 private:
@@ -100,12 +94,12 @@ private:
 
     void loadSettings();
     void applyPortLink(bool linked);
-    /** The port in @a edit, or @a fallback when the text is no number between 1 and 65535. */
+    /// The port in \a edit, or \a fallback when the text is no number between 1 and 65535.
     static quint16 parsePort(QLineEdit *edit, quint16 fallback);
 
     void connectEngine();
     void scheduleAutomaticStart();
-    /** Counts a log line; after many in one turn of the event loop the view is laid out once, at the turn's end. */
+    /// Counts a log line; after many in one turn of the event loop the view is laid out once, at the turn's end.
     void noteLogLine();
     void endLogTurn();
     void showRunning(bool running);
@@ -113,10 +107,8 @@ private:
     void releaseOpenMessageBoxes();
     void releasePanel();
 
-    /**
-     * Makes the OBS media source exist and carry the current address. Returns false when it could not be created or no
-     * scene could receive it; no source is left behind then.
-     */
+    /// Makes the OBS media source exist and carry the current address. Returns false when it could not be created or no
+    /// scene could receive it; no source is left behind then.
     bool ensureMediaSource();
 
     void handlePublicIpReply(const QJsonObject &reply, int httpStatus);
@@ -125,8 +117,7 @@ private:
     void handleUpdateReply(QNetworkReply *reply, bool manual);
     void evaluateUpdateInfo(const QString &latestVersion, const QString &downloadUrl, const QString &releaseNotes,
                             const QString &sha256, const QString &installMode, bool manual);
-    /** Remembers an installable offer, or none when all texts are empty; the install button is visible with an offer.
-     */
+    /// Remembers an installable offer, or none when all texts are empty; the install button is visible with an offer.
     void setPendingUpdate(const QString &url, const QString &sha256, const QString &version);
     void handleInstallerProgress(qint64 bytesReceived, qint64 bytesTotal);
     void handleInstallerDownloaded(QNetworkReply *reply);

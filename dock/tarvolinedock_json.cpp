@@ -13,7 +13,7 @@
 
 namespace {
 
-/** One request; belongs to the task that runs it. */
+/// One request; belongs to the task that runs it.
 struct JsonPostJob
 {
     QPointer<TarvolineDock> receiver;
@@ -22,7 +22,7 @@ struct JsonPostJob
     JsonReplyCallback callback;
 };
 
-/** What the task hands back to the main thread. */
+/// What the task hands back to the main thread.
 struct JsonPostResult
 {
     QPointer<TarvolineDock> receiver;
@@ -31,7 +31,7 @@ struct JsonPostResult
     JsonReplyCallback callback;
 };
 
-/** Last step on the worker: has the callback run on the main thread, if there still is a dock. */
+/// Last step on the worker: has the callback run on the main thread, if there still is a dock.
 void deliver(const JsonPostJob &job, const HttpsJsonReply &reply)
 {
     // Queued to the application, which lives in the dock's thread and waits for this pool before it goes: the dock

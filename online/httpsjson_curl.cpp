@@ -35,10 +35,8 @@ using Easy = std::unique_ptr<CURL, CurlDeleter>;
 using Multi = std::unique_ptr<CURLM, CurlMultiDeleter>;
 using Headers = std::unique_ptr<curl_slist, CurlDeleter>;
 
-/**
- * The system's resolver cannot be interrupted. A name that takes too long is given up, and the thread that asks for it
- * ends by itself some time later: waiting for it would be waiting for the name.
- */
+/// The system's resolver cannot be interrupted. A name that takes too long is given up, and the thread that asks for it
+/// ends by itself some time later: waiting for it would be waiting for the name.
 Multi makeMulti()
 {
     Multi multi(curl_multi_init());
@@ -51,7 +49,7 @@ Multi makeMulti()
     return multi;
 }
 
-/** The request line's target. WinHTTP escapes what must not stand there and leaves percent signs alone. */
+/// The request line's target. WinHTTP escapes what must not stand there and leaves percent signs alone.
 QByteArray escapedObjectName(const QString &objectName)
 {
     constexpr QByteArrayView unsafe = "\"#<>[\\]^`{|}";
@@ -93,7 +91,7 @@ Headers requestHeaders()
     return headers;
 }
 
-/** True for the redirects that are repeated as GET, without a body; the others repeat the request as it was. */
+/// True for the redirects that are repeated as GET, without a body; the others repeat the request as it was.
 bool changesToGet(long status)
 {
     constexpr long movedPermanently = 301;
@@ -109,7 +107,7 @@ bool isRedirect(long status)
     return changesToGet(status) || status == temporaryRedirect || status == permanentRedirect;
 }
 
-/** Everything that stays the same over the redirects of one exchange. @p body must outlive @p easy. */
+/// Everything that stays the same over the redirects of one exchange. \a body must outlive \a easy.
 CURLcode prepare(CURL *easy, const curl_slist *headers, const QByteArray &url, const QByteArray &body)
 {
     CURLcode worst = CURLE_OK;
@@ -132,11 +130,9 @@ CURLcode prepare(CURL *easy, const curl_slist *headers, const QByteArray &url, c
     return worst;
 }
 
-/**
- * Sends the prepared request and goes wherever redirects lead, as WinHTTP does by default
- * (WINHTTP_OPTION_REDIRECT_POLICY_DISALLOW_HTTPS_TO_HTTP): the same statuses, POST becoming GET for the older three of
- * them, and a failure of the whole exchange when a redirect leaves https or one too many comes.
- */
+/// Sends the prepared request and goes wherever redirects lead, as WinHTTP does by default
+/// (WINHTTP_OPTION_REDIRECT_POLICY_DISALLOW_HTTPS_TO_HTTP): the same statuses, POST becoming GET for the older three of
+/// them, and a failure of the whole exchange when a redirect leaves https or one too many comes.
 std::variant<HttpsAnswer, HttpsFailure> follow(CURLM *multi, CURL *easy)
 {
     for (int redirects = 0;; ++redirects) {

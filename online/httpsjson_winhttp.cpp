@@ -53,7 +53,7 @@ int statusOf(HINTERNET request)
     return static_cast<int>(status);
 }
 
-/** The body as far as it arrives: one that breaks off is as good as one that ends there. */
+/// The body as far as it arrives: one that breaks off is as good as one that ends there.
 QByteArray bodyOf(HINTERNET request)
 {
     QByteArray body;

@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** How a manifest names this product. */
+/// How a manifest names this product.
 constexpr auto productName = "tarvoline-srtla"_L1;
 
 QString trimmedText(const QJsonObject &object, QLatin1StringView key)
