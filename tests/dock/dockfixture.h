@@ -8,7 +8,7 @@
 
 #include <memory>
 
-/** One test's world: an OBS with a scene, an empty settings store, a user who presses Ok, and no dock yet. */
+/// One test's world: an OBS with a scene, an empty settings store, a user who presses Ok, and no dock yet.
 class DockFixture
 {
 public:
@@ -20,7 +20,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(DockFixture)
 
-    /** Keeps the dock from repairing and starting by itself. Both loads end with what is stored here. */
+    /// Keeps the dock from repairing and starting by itself. Both loads end with what is stored here.
     void switchAutomaticsOff()
     {
         store.set(QStringLiteral("autoStart"), false);
@@ -33,7 +33,7 @@ public:
         return DockProbe(*dock);
     }
 
-    /** Builds a dock that does nothing by itself. */
+    /// Builds a dock that does nothing by itself.
     DockProbe buildQuiet()
     {
         switchAutomaticsOff();

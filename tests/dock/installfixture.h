@@ -8,7 +8,7 @@
 #include <QCryptographicHash>
 #include <QTemporaryDir>
 
-/** A dock with updates switched on, a user who says yes, and a temporary folder that is the installer's alone. */
+/// A dock with updates switched on, a user who says yes, and a temporary folder that is the installer's alone.
 class InstallFixture : public UpdateFixture
 {
 public:
@@ -25,7 +25,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(InstallFixture)
 
-    /** Makes @p path the folder that programs are to put temporary files into. */
+    /// Makes \a path the folder that programs are to put temporary files into.
     void useTemporaryFolder(const QString &path) const
     {
         for (const auto &[name, value] : before) {
@@ -42,14 +42,14 @@ public:
         return QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Sha256).toHex());
     }
 
-    /** Offers @p data as version 1.0 under "/setup.exe", answered as @p answer says. */
+    /// Offers \a data as version 1.0 under "/setup.exe", answered as \a answer says.
     void offer(const QByteArray &data, const ServerAnswer &answer)
     {
         setPending({address(QStringLiteral("/setup.exe")), sha256(data), QStringLiteral("1.0")});
         servers.answer(QStringLiteral("/setup.exe"), answer);
     }
 
-    /** Invokes the slot and waits for the end of the download. */
+    /// Invokes the slot and waits for the end of the download.
     void install() const
     {
         invoke("downloadAndInstallUpdate");

@@ -21,7 +21,7 @@ const QString saveText = u"Der Installer konnte nicht gespeichert werden."_s;
 const QString checkedText = u"Installer geprüft. OBS wird beendet und das Update gestartet …"_s;
 const QString startText = u"Der Installer konnte nicht gestartet werden."_s;
 
-/** Runs the application's own event loop until someone quits it; guardExitCode when nobody does within the time. */
+/// Runs the application's own event loop until someone quits it; guardExitCode when nobody does within the time.
 int runApplication(std::chrono::milliseconds atMost)
 {
     QTimer guard;

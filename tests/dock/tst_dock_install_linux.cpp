@@ -17,7 +17,7 @@ const QByteArray installer = "MZ: the bytes of an installer";
 const QString saveText = u"Der Installer konnte nicht gespeichert werden."_s;
 const QString startText = u"Der Installer konnte nicht gestartet werden."_s;
 
-/** A small tmpfs over the fixture's temporary folder; gone with this object. */
+/// A small tmpfs over the fixture's temporary folder; gone with this object.
 class SmallDisk
 {
 public:

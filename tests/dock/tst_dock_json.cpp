@@ -20,14 +20,14 @@ namespace {
 // Far beyond what a loaded machine needs.
 constexpr int patienceMs = 30000;
 
-/** What a callback was called with, and how often. */
+/// What a callback was called with, and how often.
 struct Answers
 {
     QList<QJsonObject> replies;
     QList<int> statuses;
     QList<QThread *> threads;
 
-    /** A callback for postJson(). Held by it alone, so that whoever still has it can be counted. */
+    /// A callback for postJson(). Held by it alone, so that whoever still has it can be counted.
     static JsonReplyCallback into(const std::shared_ptr<Answers> &answers)
     {
         return [answers](const QJsonObject &reply, int httpStatus) {
@@ -84,10 +84,8 @@ private:
     {
         fixture->dock->postJson(path, request, Answers::into(answers));
     }
-    /**
-     * Waits until no worker has anything to do, without running the event loop. Unlike QThreadPool::waitForDone() it
-     * leaves the threads alive: the thread sanitizer loses track of threads that Qt has joined.
-     */
+    /// Waits until no worker has anything to do, without running the event loop. Unlike QThreadPool::waitForDone() it
+    /// leaves the threads alive: the thread sanitizer loses track of threads that Qt has joined.
     static bool waitForWorkers()
     {
         const QDeadlineTimer deadline(patienceMs);

@@ -74,7 +74,7 @@ void TestDockPublicIp::cleanup()
     fixture.reset();
 }
 
-/** A click, the state in between, and the end of the query, whatever it brings. */
+/// A click, the state in between, and the end of the query, whatever it brings.
 void TestDockPublicIp::clickAndWait()
 {
     QVERIFY(probe->queryIpButton()->isEnabled());

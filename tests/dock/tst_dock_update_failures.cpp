@@ -16,10 +16,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/**
- * The addresses that @p requests asked for, in order. One asked for again at once counts once: Qt by itself repeats a
- * request, unseen by the dock, when the connection goes away before the answer.
- */
+/// The addresses that \a requests asked for, in order. One asked for again at once counts once: Qt by itself repeats a
+/// request, unseen by the dock, when the connection goes away before the answer.
 QList<QUrl> askedAddresses(const QList<ServerRequest> &requests)
 {
     const QByteArray hostName = "host: ";

@@ -33,7 +33,7 @@ int textWidth(const QWidget *widget, const QString &text)
     return widget->fontMetrics().size(Qt::TextShowMnemonic | tabStops, text).width();
 }
 
-/** How many pixels wide the style leaves for the text of a control. */
+/// How many pixels wide the style leaves for the text of a control.
 int roomInButton(const QAbstractButton *button, QStyle::SubElement element)
 {
     QStyleOptionButton option;
@@ -67,7 +67,7 @@ int roomInGroup(const QGroupBox *group)
     return title.intersected(group->rect()).width();
 }
 
-/** How many pixels a label lacks in width or height to show its text. */
+/// How many pixels a label lacks in width or height to show its text.
 int lackingIn(const QLabel *label)
 {
     if (label->wordWrap()) {
@@ -95,7 +95,7 @@ int lackingIn(const QWidget *widget)
     return 0;
 }
 
-/** What in @p area reaches beyond its sides or cuts its own text off, and by how much. Empty margins may leave. */
+/// What in \a area reaches beyond its sides or cuts its own text off, and by how much. Empty margins may leave.
 QString cutOff(const QScrollArea *area)
 {
     QStringList found;

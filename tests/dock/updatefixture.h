@@ -14,10 +14,8 @@
 
 #include <algorithm>
 
-/**
- * The lines of a request's head below the first, sorted, with the names of the headers in lower case as Qt 6.8 writes
- * them, and without those of Qt's own: what this Qt can unpack, and the user's language.
- */
+/// The lines of a request's head below the first, sorted, with the names of the headers in lower case as Qt 6.8 writes
+/// them, and without those of Qt's own: what this Qt can unpack, and the user's language.
 inline QByteArrayList headerLines(const QByteArray &head)
 {
     QByteArrayList lines = head.split('\n').mid(1);
@@ -32,11 +30,11 @@ inline QByteArrayList headerLines(const QByteArray &head)
     return lines;
 }
 
-/** A quiet dock that was given what switches its updates on: a network manager and the two buttons. */
+/// A quiet dock that was given what switches its updates on: a network manager and the two buttons.
 class UpdateFixture : public DockFixture
 {
 public:
-    /** How long a test waits for what has to come: ample even on a busy machine. */
+    /// How long a test waits for what has to come: ample even on a busy machine.
     static constexpr int waitMs = 60000;
 
     explicit UpdateFixture(const QString &door = QStringLiteral("proxy"))
@@ -64,7 +62,7 @@ public:
     }
     void invoke(const char *slot) const { QVERIFY(QMetaObject::invokeMethod(dock.get(), slot)); }
 
-    /** Asks for updates as the button does, and waits for the end of it. */
+    /// Asks for updates as the button does, and waits for the end of it.
     void check() const
     {
         invoke("checkForUpdatesManually");
@@ -73,7 +71,7 @@ public:
         QTRY_COMPARE_WITH_TIMEOUT(network->openReplies(), 0, waitMs);
     }
 
-    /** Has the real service offer @p installer as version 1.2.3 under "/Setup-v1.2.3.exe", with these notes. */
+    /// Has the real service offer \a installer as version 1.2.3 under "/Setup-v1.2.3.exe", with these notes.
     void publish(const QByteArray &installer, const QByteArray &notes = {}) const
     {
         const QDir root(servers.text(QStringLiteral("serviceRoot")));

@@ -13,7 +13,7 @@
 // Exchanges with the servers of withjsonservice.py, and what those received.
 namespace HttpsJson {
 
-/** An address at the test's server; @p what is the port's name. */
+/// An address at the test's server; \a what is the port's name.
 inline QString urlAt(const QString &what, const QString &objectName)
 {
     return QStringLiteral("https://localhost:%1").arg(JsonService::port(what)) + objectName;
@@ -24,7 +24,7 @@ inline QJsonObject echoOf(const QString &objectName, const QByteArray &body = "{
     return exchangeJson(urlAt(QStringLiteral("https"), objectName), body).object;
 }
 
-/** Says in which rows Wine is known not to do as Windows does. */
+/// Says in which rows Wine is known not to do as Windows does.
 inline void expectFailureUnderWine(const std::initializer_list<const char *> &rows, const char *reason)
 {
     if (runsUnderWine()) {
@@ -34,7 +34,7 @@ inline void expectFailureUnderWine(const std::initializer_list<const char *> &ro
     }
 }
 
-/** The values of the header @p name, as the server received them. */
+/// The values of the header \a name, as the server received them.
 inline QStringList headerValues(const QJsonObject &request, const QString &name)
 {
     QStringList values;

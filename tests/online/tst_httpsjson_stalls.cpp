@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** One exchange: what it must bring, and after how long. */
+/// One exchange: what it must bring, and after how long.
 struct Exchange
 {
     QByteArray name;

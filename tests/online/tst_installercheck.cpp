@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** SHA-256 of "abc": the example of FIPS 180-2. */
+/// SHA-256 of "abc": the example of FIPS 180-2.
 const QString digestOfAbc = u"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"_s;
 
 } // namespace

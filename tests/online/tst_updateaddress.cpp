@@ -21,7 +21,7 @@ private Q_SLOTS:
     void takesTheHostOfTheBuild();
 
 private:
-    /** @p pattern with the vendor's host for "VENDOR" and its upper-case spelling for "SHOUTED". */
+    /// \a pattern with the vendor's host for "VENDOR" and its upper-case spelling for "SHOUTED".
     static QString filled(QString pattern)
     {
         const QString vendor = QString::fromUtf8(vendorHost);

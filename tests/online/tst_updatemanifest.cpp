@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** A body of exactly @p size bytes that is a good manifest: the release notes fill it up. */
+/// A body of exactly \a size bytes that is a good manifest: the release notes fill it up.
 QByteArray manifestOfSize(qsizetype size)
 {
     const QByteArray head = R"({"latest_version":"1.0","release_notes":")";

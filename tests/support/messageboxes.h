@@ -8,7 +8,7 @@
 
 #include <functional>
 
-/** What a message box showed to the user. */
+/// What a message box showed to the user.
 struct ShownMessageBox
 {
     QString title;
@@ -18,10 +18,8 @@ struct ShownMessageBox
     const QWidget *parent = nullptr;
 };
 
-/**
- * The user in front of the message boxes: notes each one that opens and, once it runs, does with it what the test says
- * (at first: presses its default button).
- */
+/// The user in front of the message boxes: notes each one that opens and, once it runs, does with it what the test says
+/// (at first: presses its default button).
 class MessageBoxes : public QObject
 {
     Q_OBJECT

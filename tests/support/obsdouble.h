@@ -13,13 +13,11 @@
 #include <obs-frontend-api.h>
 #include <obs-module.h>
 
-/**
- * Stands in for the libobs and front-end functions that the plug-in uses: keeps sources, scenes and settings with their
- * reference counts, records what was called in which order, and fails where it is told to.
- *
- * Where the real functions accept null, so do these. The front end holds docks as OBS does: in a QDockWidget of its
- * main window, which it takes with it when it quits.
- */
+/// Stands in for the libobs and front-end functions that the plug-in uses: keeps sources, scenes and settings with
+/// their reference counts, records what was called in which order, and fails where it is told to.
+///
+/// Where the real functions accept null, so do these. The front end holds docks as OBS does: in a QDockWidget of its
+/// main window, which it takes with it when it quits.
 namespace ObsDouble {
 
 struct LogLine
@@ -38,18 +36,18 @@ struct RegisteredDock
 
 enum class CurrentScene { None, Scene, NotAScene };
 
-/** Forgets everything and starts anew, with a main window and the current scene "Szene". */
+/// Forgets everything and starts anew, with a main window and the current scene "Szene".
 void reset();
 
 // What the plug-in did.
 
-/** The names of the called functions, in order; blog is left out. */
+/// The names of the called functions, in order; blog is left out.
 const QStringList &calls();
 void clearCalls();
 const QList<LogLine> &logLines();
-/** References to sources and settings objects that the plug-in has taken and not released. */
+/// References to sources and settings objects that the plug-in has taken and not released.
 int openReferences();
-/** Calls on objects that were gone already, and releases beyond the last reference. */
+/// Calls on objects that were gone already, and releases beyond the last reference.
 const QStringList &misuses();
 
 // The sources of OBS.
@@ -58,10 +56,10 @@ bool hasSource(const QString &name);
 QString sourceType(const QString &name);
 QVariantMap sourceSettings(const QString &name);
 int updateCount(const QString &name);
-/** Adds a source as a user of OBS would. */
+/// Adds a source as a user of OBS would.
 void addSource(const QString &name, const QString &type, const QVariantMap &settings = {});
 void renameSource(const QString &name, const QString &newName);
-/** Names of the sources in the scene, one for each scene item. */
+/// Names of the sources in the scene, one for each scene item.
 QStringList itemsOfScene(const QString &scene = QStringLiteral("Szene"));
 void addSceneItem(const QString &scene, const QString &source);
 void setCurrentScene(CurrentScene kind, const QString &scene = QStringLiteral("Szene"));
@@ -71,20 +69,20 @@ void failSourceCreation(bool fail);
 
 void failDockRegistration(bool fail);
 const QList<RegisteredDock> &docks();
-/** Calls @p action with each dock that the plug-in has removed, while the dock is still whole. */
+/// Calls \a action with each dock that the plug-in has removed, while the dock is still whole.
 void onDockRemoval(std::function<void(QWidget *)> action);
-/** The front end quits as OBS does: the main window goes, and the docks in it, then the front-end functions. */
+/// The front end quits as OBS does: the main window goes, and the docks in it, then the front-end functions.
 void quitFrontend();
 
 // Locale tables.
 
-/** Languages for which the module has a file; "de-DE" at first. */
+/// Languages for which the module has a file; "de-DE" at first.
 void setLocaleFiles(const QStringList &languages);
-/** Locale tables that exist. */
+/// Locale tables that exist.
 int openLookups();
-/** The locale that the newest table was loaded for. */
+/// The locale that the newest table was loaded for.
 QString lookupLocale();
-/** The module handle given to the last obs_module_load_locale. */
+/// The module handle given to the last obs_module_load_locale.
 obs_module_t *lookupModule();
 
 } // namespace ObsDouble

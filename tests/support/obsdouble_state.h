@@ -71,7 +71,7 @@ State &state();
 
 obs_data *newData(const QVariantMap &values = {});
 obs_source *newSource(const QString &name, const QString &type, const QVariantMap &settings);
-/** Null when there is no living source of that name. */
+/// Null when there is no living source of that name.
 obs_source *findSource(const QString &name);
 
 } // namespace ObsDouble

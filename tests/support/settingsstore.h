@@ -4,10 +4,8 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
-/**
- * The dock's settings store for one test, empty at first and gone with this object. Where the native store is a file it
- * lies in a folder of its own; where it is the registry, the key is cleared before and after.
- */
+/// The dock's settings store for one test, empty at first and gone with this object. Where the native store is a file
+/// it lies in a folder of its own; where it is the registry, the key is cleared before and after.
 class SettingsStore
 {
 public:

@@ -14,10 +14,8 @@
 
 class QNetworkReply;
 
-/**
- * A network in which every host is the test's server: requests go through one of its proxy doors, and the test's
- * authority is trusted. Notes the requests that it is given and when their replies finish.
- */
+/// A network in which every host is the test's server: requests go through one of its proxy doors, and the test's
+/// authority is trusted. Notes the requests that it is given and when their replies finish.
 class VendorNetwork : public QNetworkAccessManager
 {
     Q_OBJECT
@@ -25,15 +23,15 @@ class VendorNetwork : public QNetworkAccessManager
 public:
     explicit VendorNetwork(const HttpsServers &servers, const QString &door = QStringLiteral("proxy"));
 
-    /** Gives the next requests this much time, in place of what they ask for. */
+    /// Gives the next requests this much time, in place of what they ask for.
     void shortenTimeout(std::chrono::milliseconds timeout) { shorterTimeout = timeout; }
-    /** Trusts no certificate at all from now on. */
+    /// Trusts no certificate at all from now on.
     void trustNobody() { authorityFile.clear(); }
-    /** The requests as the dock made them. */
+    /// The requests as the dock made them.
     [[nodiscard]] const QList<QNetworkRequest> &made() const { return madeRequests; }
-    /** Replies that were not released yet. */
+    /// Replies that were not released yet.
     [[nodiscard]] int openReplies() const;
-    /** Started when the last reply finished, before anyone else learnt of it; and what it said about its failure. */
+    /// Started when the last reply finished, before anyone else learnt of it; and what it said about its failure.
     [[nodiscard]] const QElapsedTimer &sinceFinished() const { return finishedTimer; }
     [[nodiscard]] const QString &lastErrorText() const { return errorText; }
 

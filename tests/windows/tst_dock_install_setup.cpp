@@ -27,7 +27,7 @@ QByteArray content(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/** Runs the application's own event loop until someone quits it. */
+/// Runs the application's own event loop until someone quits it.
 int runApplication()
 {
     QTimer guard;
@@ -48,7 +48,7 @@ private Q_SLOTS:
     void startsNothingWhoseDigestDiffers();
 
 private:
-    /** Serves @p served as the installer that the manifest announces, and has the dock find it. */
+    /// Serves \a served as the installer that the manifest announces, and has the dock find it.
     void offer(UpdateFixture &fixture, const QByteArray &served) const;
 
     QByteArray setup;
