@@ -26,8 +26,9 @@ constexpr int stepMs = 100;
 constexpr int answerMs = 5000;
 /// A round has ended when nothing more arrives for so long.
 constexpr int quietMs = 100;
-/// A link that is registered answers a keepalive well within this, or has timed out.
-constexpr int keepaliveMs = 5000;
+/// A link that is registered answers a keepalive well within this, or has timed out. Short, because every link is to be
+/// refreshed before others time out meanwhile: relaying is measured, not what comes anew with each registration.
+constexpr int keepaliveMs = 1000;
 /// How many groups register, or links are refreshed, at once.
 constexpr std::size_t batchGroups = 500;
 
