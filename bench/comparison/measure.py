@@ -7,6 +7,7 @@ import shutil
 import sys
 import time
 
+import stream
 from delaymeter import DelayMeter
 
 from . import figures
@@ -41,15 +42,22 @@ class Figures:
 
 
 def measured(relay, latency_ms: int, conditions: Conditions) -> Figures:
-    """The figures of a turn; one that loses something is repeated, and the last attempt counts whatever it gave."""
-    found = _turn(relay, latency_ms, conditions)
+    """The figures of a turn. One that loses something or breaks off is repeated, and the last attempt counts whatever it
+    gave; raises its AssertionError if that one broke off as well."""
     for _ in range(_ATTEMPTS - 1):
+        try:
+            found = _turn(relay, latency_ms, conditions)
+        except (stream.Ended, stream.TimedOut) as failure:
+            _report(relay, latency_ms, failure)
+            continue
         if found.delivered == found.sent:
-            break
-        print(f"{relay.name}, {latency_ms} ms: lost {found.sent - found.delivered} of {found.sent} payloads; once more",
-              file=sys.stderr)
-        found = _turn(relay, latency_ms, conditions)
-    return found
+            return found
+        _report(relay, latency_ms, f"lost {found.sent - found.delivered} of {found.sent} payloads")
+    return _turn(relay, latency_ms, conditions)
+
+
+def _report(relay, latency_ms, what):
+    print(f"{relay.name}, {latency_ms} ms: {what}; once more", file=sys.stderr)
 
 
 def _turn(relay, latency_ms, conditions):

@@ -96,6 +96,28 @@ class ComparisonTest(unittest.TestCase):
         self.assertGreater(found.sent, 50)
         self.assertAlmostEqual(found.delivered / found.sent, 0.9, delta=0.05)
 
+    def test_a_turn_that_breaks_off(self):
+        """It is made again, and only a relay that never works ends the comparison."""
+        working = next(relay for relay in relays.RELAYS if relay.key == "socat")
+        for broken_turns, works in ((2, True), (3, False)):
+            with self.subTest(broken_turns):
+                begun = []
+
+                def start(turn):
+                    begun.append(turn)
+                    if len(begun) <= broken_turns:
+                        turn.relay([sys.executable, "-c", "exit('broken on purpose')"], [1])
+                    working.start(turn)
+                relay = relays.Relay("breaks", "breaks off", {}, "", start)
+                conditions = measure.Conditions(BUILD / "tests" / "breaks", min(os.sched_getaffinity(0)), 0.2, 4)
+                if works:
+                    found = measure.measured(relay, LATENCY_MS, conditions)
+                    self.assertGreater(found.delivered, 0)
+                else:
+                    with self.assertRaisesRegex(stream.Ended, "broken on purpose"):
+                        measure.measured(relay, LATENCY_MS, conditions)
+                self.assertEqual(len(begun), 3)
+
     def test_delay_meter_behind_other_headers(self):
         """Datagrams are paired by the end that is compared, and each way counts."""
         begin = time.time_ns()
