@@ -31,11 +31,15 @@ def running(mark):
     return subprocess.run(["pgrep", "-f", f"^sleep {mark}$"], stdout=subprocess.DEVNULL, check=False).returncode == 0
 
 
-def waitUntilGone(mark):
+def waitUntilRunning(mark, expected):
     end = time.monotonic() + PATIENCE_S
-    while running(mark) and time.monotonic() < end:
+    while running(mark) != expected and time.monotonic() < end:
         time.sleep(0.1)
-    return not running(mark)
+    return running(mark) == expected
+
+
+def waitUntilGone(mark):
+    return waitUntilRunning(mark, False)
 
 
 # A caller that runs this in the background may ignore interrupts, and what it starts would do so, too. Python's own
@@ -83,10 +87,11 @@ class Dev:
     def interrupt(self, number):
         with subprocess.Popen([*self.prefix, DEV, "bash", "-c", REPORTER], stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, text=True) as started:
-            self.assertEqual(started.stdout.readline(), "ready\n")
-            self.assertTrue(running(MARK))
-            started.send_signal(number)
             try:
+                self.assertEqual(started.stdout.readline(), "ready\n")
+                # The shell may be ready before what it started in the background has become "sleep".
+                self.assertTrue(waitUntilRunning(MARK, True))
+                started.send_signal(number)
                 return started.wait(PATIENCE_S)
             finally:
                 started.kill()
