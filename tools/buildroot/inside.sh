@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-2.0-or-later
 # What enter (lib.sh) starts: gives the command what it needs below the root, runs it there and ends with its exit code.
 # inside.sh MODE ROOT PROJECT CACHE COMMAND [ARG...]
 # In a namespace this is the first process: the kernel takes down mounts and left-over processes when it ends.

@@ -1,4 +1,5 @@
-# Shared by dev, run and test: where the build roots live, how one is made and how it is entered.
+# SPDX-License-Identifier: GPL-2.0-or-later
+# Shared by all that starts things in a build root: where the build roots live, how one is made and how it is entered.
 # shellcheck shell=bash
 
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
@@ -30,7 +31,10 @@ rootPackages() { sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$project/too
 
 # True where this machine itself has what the Linux build needs.
 hostIsEnough() {
-    command -v cmake ninja g++ pkg-config >/dev/null 2>&1 || return 1
+    local program
+    for program in cmake ninja g++ pkg-config; do # asked for several at once, "command -v" is content with one
+        command -v $program >/dev/null 2>&1 || return 1
+    done
     pkg-config --atleast-version=31.1 libobs 2>/dev/null || return 1
     pkg-config --atleast-version=6.8 Qt6Core 2>/dev/null || return 1
     echo 'int main() { return []<class T>(T x) requires true { return x; }(0); }' |

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
 # Sourced by dev, after lib.sh, for the Windows build root: Qt for Windows, the libobs headers and the Wine prefix that
 # every run copies, all in the user's cache.
 # shellcheck shell=bash
