@@ -4,8 +4,9 @@ include(CTest)
 # tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds]
 #                    [SERVERS | JSON_SERVICE | VENDOR_SERVICE])
 # A Qt Test executable that CTest runs without a display (under Wine on a virtual one), in a home of its own; with
-# SERVERS beside the HTTPS servers of tests/support/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's of withjsonservice.py, with
-# VENDOR_SERVICE in a network in which the vendor's host is the real service (withvendorservice.py; Linux only).
+# SERVERS beside the HTTPS servers of tests/support/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's
+# of withjsonservice.py, with VENDOR_SERVICE in a network in which the vendor's host is the real service
+# (withvendorservice.py; Linux only).
 function(tarvoline_add_test name)
     cmake_parse_arguments(arg "SERVERS;JSON_SERVICE;VENDOR_SERVICE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})

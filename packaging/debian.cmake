@@ -20,7 +20,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_CMAKE_PROJECTS "${CMAKE_BINARY_DIR};${PROJECT_NAME};system;/")
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${spec_author} <plugins@${spec_vendorHost}>")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${spec_author} <plugins@${TARVOLINE_VENDOR_HOST}>")
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
 # The libraries' packages are read off the module; obs-studio is the program that loads it.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

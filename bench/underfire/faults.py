@@ -33,7 +33,7 @@ class Fault:
     strike: Callable[[Road], None] | None = None
     longer_s: int = 0
     senders: int = 1
-    quick: bool = True  # whether it belongs to the two-minute form
+    quick: bool = True  # whether it belongs to the quick form
 
 
 FAULTS = (
@@ -60,7 +60,7 @@ FAULTS = (
 
 
 def chosen(words, quick) -> list[Fault] | None:
-    """The faults whose names hold one of the words, or those of the two-minute form; nothing if a word fits none."""
+    """The faults whose names hold one of the words, or those of the quick form; nothing if a word fits none."""
     if any(all(word not in fault.name for fault in FAULTS) for word in words):
         return None
     return [fault for fault in FAULTS

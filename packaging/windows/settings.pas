@@ -68,7 +68,7 @@ begin
     end;
 end;
 
-{ The statistics file and downloaded installers in any case, the settings where asked. }
+{ The statistics file for other programs and downloaded installers in any case, the settings where asked. }
 procedure RemoveTraces;
 var
   Temp: String;

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Streams while links, listener, receiver and sender break: the two-minute form of bench/torture, and its verdicts."""
+"""Streams while links, listener, receiver and sender break: the quick form of bench/torture, and its verdicts."""
 
 import contextlib
 import io

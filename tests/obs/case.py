@@ -49,7 +49,7 @@ def install(home: obs.ObsHome):
     home.install_module(BUILD / "plugins" / obs.MODULE / "bin" / "64bit" / f"{obs.MODULE}.so", _PROJECT / "locale")
 
 
-def wait_for_picture(session: obs.ObsSession):
+def wait_for_picture(session: obs.ObsSession, timeout_s: float = _PICTURE_PATIENCE_S):
     """Waits until the source shows the pattern and it moves."""
     seen = set()
 
@@ -66,7 +66,7 @@ def wait_for_picture(session: obs.ObsSession):
         return (f"a running picture; the source is {session.remote.media_state(SOURCE)} and shows "
                 f"{picture.bars() if picture else 'nothing'}")
 
-    obs.wait_until(moves, state, _PICTURE_PATIENCE_S)
+    obs.wait_until(moves, state, timeout_s)
 
 
 def wait_for_no_picture(session: obs.ObsSession):

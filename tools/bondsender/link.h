@@ -56,7 +56,6 @@ public:
     void reportedLost(const SequenceRange &range);
     /// Forgets what is older than anybody waits for, and old losses.
     void age(TimePoint now);
-    void heardNow(TimePoint now) { lastHeard = now; }
 
     [[nodiscard]] TimePoint heardAt() const { return lastHeard; }
     [[nodiscard]] LinkLoad load(bool registered, TimePoint now) const;
