@@ -125,19 +125,18 @@ private Q_SLOTS:
 
     void repairsMessageBoxDoesNotHoldBackTheReceiversStart()
     {
-        // Both automatics on, which loading never leaves so: the switch is set by hand, as the user may do.
+        // The user repairs the source before the automatic start is due.
         ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
         const DockProbe probe = fixture->build(); // receiver start due
         QTimer::singleShot(0, fixture->dock.get(), &TarvolineDock::createOrRepairSource);
-        bool answered = false;
+        bool startedBelowTheBox = false;
         fixture->boxes.answerWith([&](QMessageBox &box) {
-            const bool runsBelowTheBox =
+            startedBelowTheBox =
                 QTest::qWaitFor([&] { return probe.engine().isRunning(); }, QDeadlineTimer(patienceMs));
-            answered = runsBelowTheBox;
             MessageBoxes::press(box, QMessageBox::Ok);
         });
         QTRY_VERIFY_WITH_TIMEOUT(!fixture->boxes.shown().isEmpty() && !QApplication::activeModalWidget(), patienceMs);
-        QVERIFY(answered);
+        QVERIFY(startedBelowTheBox);
     }
 
 private:

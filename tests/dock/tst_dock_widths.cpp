@@ -26,11 +26,10 @@ namespace {
 
 constexpr int shortHeight = 360; // with a scroll bar, which takes some of the width
 constexpr int tallHeight = 760;  // all groups open
-constexpr int tabStops = 0x100;  // Qt::TextExpandTabs: what the styles measure texts with
 
 int textWidth(const QWidget *widget, const QString &text)
 {
-    return widget->fontMetrics().size(Qt::TextShowMnemonic | tabStops, text).width();
+    return widget->fontMetrics().size(Qt::TextShowMnemonic, text).width();
 }
 
 /// How many pixels wide the style leaves for the text of a control.

@@ -113,6 +113,7 @@ void Peer::send(const QByteArray &datagram, quint16 port)
 
 QByteArray Peer::receive()
 {
+    lastSenderPort = 0;
     if (!QTest::qWaitFor([this] { return socket.hasPendingDatagrams(); }, ampleMs)) {
         return {};
     }

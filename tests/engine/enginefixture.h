@@ -66,7 +66,7 @@ public:
     QByteArray receive();
 
     QUdpSocket socket;
-    quint16 lastSenderPort = 0; ///< of the datagram that receive returned last
+    quint16 lastSenderPort = 0; ///< of the datagram that receive returned last; 0 when none came
 };
 
 /// A link of another machine, for datagrams that are handed to the engine: nothing that is sent there arrives.

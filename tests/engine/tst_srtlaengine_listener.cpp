@@ -60,7 +60,7 @@ void TestSrtlaEngineListener::init()
     const SrtlaGroup *const group = probe.group(id);
 
     link->send(srtData(sequence), enginePort); // the first one goes nowhere
-    QTRY_VERIFY(group->srtSocket);
+    QTRY_VERIFY_WITH_TIMEOUT(group->srtSocket, ampleMs);
     socket = group->srtSocket.get();
     descriptor = socket->socketDescriptor();
     connect(socket, &QAbstractSocket::errorOccurred, this, [this] { ++errors; });

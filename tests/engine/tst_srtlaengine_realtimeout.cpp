@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The one test that waits for a real time-out instead of moving the clock.
+// The engine's time-out in real time, instead of a clock that the test moves.
 #include "enginefixture.h"
 
 #include <QElapsedTimer>

@@ -140,7 +140,7 @@ void TestSrtlaEngineReturnPath::repliesOfAGroupWithoutLinksAreDiscarded()
 
     fixture.reply(typed(0x8002, 44), srtPort);
     fixture.reply(typed(0x8003, 20), srtPort);
-    QTRY_VERIFY(!fixture.probe.group(id)->srtSocket->hasPendingDatagrams());
+    QTRY_VERIFY_WITH_TIMEOUT(!fixture.probe.group(id)->srtSocket->hasPendingDatagrams(), ampleMs);
     QVERIFY(fixture.nothingAnswered(link));
     // They were read and dropped, not kept for a link that comes later.
     QVERIFY(fixture.join(late, id));

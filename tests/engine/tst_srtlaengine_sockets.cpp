@@ -63,7 +63,7 @@ void TestSrtlaEngineSockets::emptyDatagramsFromSendersDoNotStopTheReading()
     QCOMPARE(fixture.probe.receivedPackets(), 2U + 50U);
     // An empty one alone doesn't either.
     fixture.send(link, QByteArray());
-    QTRY_COMPARE(fixture.probe.receivedPackets(), 53U);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.receivedPackets(), 53U, ampleMs);
     fixture.send(link, srtData(3));
     QCOMPARE(fixture.listener.receive(), srtData(3));
 }
@@ -81,12 +81,15 @@ void TestSrtlaEngineSockets::emptyDatagramsFromTheListenerDoNotStopTheReading()
         fixture.reply(QByteArray(), srtPort);
         fixture.reply(typed(0x8002, 44), srtPort);
         QCOMPARE(link.receive(), QByteArray(""));
+        QVERIFY(link.lastSenderPort != 0); // an empty datagram, not none
         QCOMPARE(link.receive(), typed(0x8001, 16));
         QCOMPARE(link.receive(), QByteArray(""));
+        QVERIFY(link.lastSenderPort != 0); // an empty datagram, not none
         QCOMPARE(link.receive(), typed(0x8002, 44));
     }
     fixture.reply(QByteArray(), srtPort);
     QCOMPARE(link.receive(), QByteArray(""));
+    QVERIFY(link.lastSenderPort != 0);
     fixture.reply(typed(0x8001, 20), srtPort);
     QCOMPARE(link.receive(), typed(0x8001, 20));
 }
@@ -138,13 +141,11 @@ void TestSrtlaEngineSockets::largeBuffersAreAskedFor()
     };
     // What this system grants at most, or as much as a stall of a second needs.
     Peer reference;
-    const int unasked = size(reference.socket);
     reference.socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 4 * 1024 * 1024);
     const int grantable = size(reference.socket);
     for (QUdpSocket *socket :
          {&fixture.probe.clientSocket(), static_cast<QUdpSocket *>(fixture.probe.group(id)->srtSocket.get())}) {
         QCOMPARE_GE(size(*socket), grantable);
-        QVERIFY(grantable == unasked || size(*socket) > unasked);
     }
 }
 
@@ -161,7 +162,7 @@ void TestSrtlaEngineSockets::aStallLosesNothingFromSenders()
     for (qsizetype i = 0; i < count; ++i) {
         fixture.send(link, srtData(static_cast<quint32>(i), packetBytes));
     }
-    QTRY_COMPARE(fixture.probe.path(id, link.endpoint())->packets, static_cast<quint64>(count));
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.path(id, link.endpoint())->packets, static_cast<quint64>(count), ampleMs);
     QCOMPARE(fixture.probe.path(id, link.endpoint())->bytes, static_cast<quint64>(count * packetBytes));
     const qsizetype forwarded = std::min(count, mustSurvive(fixture.listener.socket));
     for (qsizetype i = 0; i < forwarded; ++i) {

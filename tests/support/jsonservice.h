@@ -25,7 +25,10 @@ inline QJsonObject control(const QJsonObject &command = {})
     QTcpSocket socket;
     socket.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(port(QStringLiteral("control"))));
     socket.write(QJsonDocument(command).toJson(QJsonDocument::Compact) + '\n');
-    while (!socket.canReadLine() && socket.waitForReadyRead(patienceMs)) {
+    while (!socket.canReadLine()) {
+        if (!socket.waitForReadyRead(patienceMs)) {
+            qFatal("The test's server does not answer: %s", qPrintable(socket.errorString()));
+        }
     }
     return QJsonDocument::fromJson(socket.readLine()).object();
 }

@@ -18,9 +18,11 @@ MessageBoxes::~MessageBoxes()
 
 void MessageBoxes::press(QMessageBox &box, QMessageBox::StandardButton button)
 {
-    if (QAbstractButton *pressed = box.button(button)) {
-        pressed->click();
+    QAbstractButton *const pressed = box.button(button);
+    if (!pressed) {
+        qFatal("The message box \"%s\" has no such button.", qPrintable(box.windowTitle()));
     }
+    pressed->click();
 }
 
 bool MessageBoxes::eventFilter(QObject *object, QEvent *event)

@@ -41,7 +41,7 @@ void reset();
 
 // What the plug-in did.
 
-/// The names of the called functions, in order; blog is left out.
+/// The names of the called functions, in order; blog and text_lookup_getstr are left out.
 const QStringList &calls();
 void clearCalls();
 const QList<LogLine> &logLines();
