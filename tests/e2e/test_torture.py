@@ -14,6 +14,7 @@ PROJECT = pathlib.Path(__file__).resolve().parents[2]
 TORTURE = PROJECT / "bench" / "torture"
 sys.path[:0] = [str(PROJECT / "tests" / "support"), str(PROJECT / "bench")]
 
+from case import TRACED  # noqa: E402
 from underfire import faults, hour  # noqa: E402
 
 COVERED = {"nothing", "links cut one by one, 2 s each", "all links cut for 1 s", "every link gets a new port in turn",
@@ -21,6 +22,8 @@ COVERED = {"nothing", "links cut one by one, 2 s each", "all links cut for 1 s",
            "receiver stalls for 1 s", "20 senders at once"}
 INTERRUPTED = {"all links cut for 20 s", "listener killed and restarted", "receiver stopped and started",
                "sender restarted with the same id", "sender restarted with a new id"}
+if TRACED:  # as by proot: twenty streams at once are more than one tracer passes on
+    COVERED.remove("20 senders at once")
 
 
 def torture(*arguments):
@@ -35,7 +38,7 @@ class TortureTest(unittest.TestCase):
     def test_quick_form(self):
         """What SRT's latency covers is delivered whole, and what it doesn't cover ends with the stream flowing again."""
         figures = pathlib.Path(os.environ.get("TARVOLINE_BUILD", PROJECT / "build")) / "torture.json"
-        done = torture("--quick", "--json", figures)
+        done = torture("--quick", "--json", figures, *(sorted(COVERED | INTERRUPTED) if TRACED else ()))
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         rows = {row["fault"]: row for row in json.loads(figures.read_text(encoding="utf-8"))}
         self.assertEqual(set(rows), COVERED | INTERRUPTED)
