@@ -26,6 +26,21 @@ echo ready
 wait
 """
 
+# Where the heap ends, as the thread sees it that has just moved the end, and as the first thread sees it.
+HEAP_ENDS = """
+import ctypes, threading
+BRK = 12
+libc = ctypes.CDLL(None)
+libc.syscall.restype = ctypes.c_void_p
+def grow():
+    libc.sbrk(1 << 20)
+    print(libc.syscall(BRK, 0))
+thread = threading.Thread(target=grow)
+thread.start()
+thread.join()
+print(libc.syscall(BRK, 0))
+"""
+
 
 def running(mark):
     return subprocess.run(["pgrep", "-f", f"^sleep {mark}$"], stdout=subprocess.DEVNULL, check=False).returncode == 0
@@ -78,6 +93,11 @@ class Dev:
         self.assertEqual(self.dev("sh", "-c", f"echo x >{name} && stat -c %s {name}").stdout, "2\n")
         self.assertEqual((PROJECT / name).read_text(), "x\n")
         (PROJECT / name).unlink()
+
+    def testThreadsShareOneHeap(self):
+        ends = self.dev("python3", "-c", HEAP_ENDS).stdout.split()
+        self.assertEqual(len(ends), 2)
+        self.assertEqual(*ends)
 
     def testLeavesNoMounts(self):
         before = Path("/proc/mounts").read_text()

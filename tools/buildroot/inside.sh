@@ -24,17 +24,30 @@ mountBelowRoot() {
     done
 }
 
+# A seccomp filter: clone3 (435) fails with ENOSYS (38), every other call goes on. libc then makes threads with clone. Proot
+# (5.4.0) doesn't know clone3: it takes the new thread for a process with a heap of its own, and as soon as two threads have
+# moved the end of the heap, a program like OBS writes into memory that it doesn't have.
+# Each line is one instruction as in linux/filter.h: code, jump if true, jump if false, value.
+withoutClone3() {
+    printf '\x20\0\0\0\0\0\0\0'        # load the call's number
+    printf '\x15\0\0\1\xb3\1\0\0'      # is it 435? if not, skip one
+    printf '\x06\0\0\0\x26\0\5\0'      # SECCOMP_RET_ERRNO | 38
+    printf '\x06\0\0\0\0\0\xff\x7f'    # SECCOMP_RET_ALLOW
+}
+
 # The root's own proot, because an older one does not know all calls of the programs there; so with the root's loader.
 useProot() {
     local libraries=$root/usr/lib/x86_64-linux-gnu folder
     [ -x "$root/usr/bin/proot" ] || { echo "missing: the program 'proot' in the build root" >&2; exit 1; }
     # With its seccomp filter on, programs die of SIGBUS (proot 5.4.0 with Linux 6).
     export PROOT_TMP_DIR=$temporary PROOT_NO_SECCOMP=1
+    withoutClone3 >"$temporary/without-clone3"
     entrance=(setpriv --pdeathsig KILL "$libraries/ld-linux-x86-64.so.2" --library-path "$libraries" "$root/usr/bin/proot"
         --kill-on-exit --rootfs="$root" --root-id --cwd="$project" --bind="$temporary:/tmp")
     for folder in /proc /sys /dev "${shared[@]}"; do
         entrance+=("--bind=$folder")
     done
+    entrance+=(/usr/bin/setpriv --no-new-privs --seccomp-filter=/tmp/without-clone3)
     "${entrance[@]}" /bin/true 2>/dev/null || {
         echo "missing: the right to mount (CAP_SYS_ADMIN), user namespaces, or the right to trace processes for proot" >&2
         exit 1
@@ -66,7 +79,8 @@ done
 forward() { # SIGNAL
     local receivers=$command signal=$1
     [ "$1" = INT ] && [ -t 0 ] && return
-    [ "$mode" != proot ] || receivers=$(cat "/proc/$command/task/$command/children" 2>/dev/null)
+    # Read, as in lib.sh, and not asked for in a subshell.
+    [ "$mode" != proot ] || { receivers= && read -r receivers <"/proc/$command/task/$command/children"; } 2>/dev/null
     # Without the caller there is nobody to be orderly for; proot ends the command's own children.
     [ "$mode" != proot ] || [ -e "/proc/$PPID" ] || signal=KILL
     # shellcheck disable=SC2086

@@ -212,10 +212,17 @@ enter() { # NAME COMMAND...
     return "$code"
 }
 
+# Puts the children of a process into "receivers". Read, and not asked for in a subshell: bash can trip over one in a trap that
+# a second signal interrupts.
+childrenOf() { # PID
+    receivers=
+    { read -r receivers <"/proc/$1/task/$1/children" || true; } 2>/dev/null
+}
+
 # Inside.sh takes the signals: it is the child of unshare, or with proot what was started itself.
 forward() { # SIGNAL STARTED MODE
     local receivers=$2
-    [ "$3" = proot ] || receivers=$(cat "/proc/$2/task/$2/children" 2>/dev/null) || return 0
+    [ "$3" = proot ] || childrenOf "$2"
     [ -n "$receivers" ] || return 0
     # shellcheck disable=SC2086
     kill -s "$1" $receivers 2>/dev/null || true
