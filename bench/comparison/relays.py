@@ -6,6 +6,7 @@ import dataclasses
 from collections.abc import Callable
 
 import stream
+from ports import free_udp_port
 
 from .turn import Turn
 
@@ -29,7 +30,7 @@ class Relay:
 
 
 def _socat(turn: Turn):
-    port = stream.free_udp_port()
+    port = free_udp_port()
     target = turn.read("srt", turn.latency_ms)
     turn.relay(["socat", f"UDP4-LISTEN:{port}", f"UDP4:{_LOOPBACK}:{target}"], [port])
     turn.send("srt", port, turn.latency_ms)
@@ -45,7 +46,7 @@ def _engine(turn: Turn):
 
 
 def _srt(turn: Turn):
-    port = stream.free_udp_port()
+    port = free_udp_port()
     target = turn.read("srt", LOCAL_LATENCY_MS)
     turn.relay(["srt-live-transmit", f"srt://{_LOOPBACK}:{port}?mode=listener&latency={turn.latency_ms}",
                 f"srt://{_LOOPBACK}:{target}?mode=caller&latency={LOCAL_LATENCY_MS}"], [port])
@@ -53,7 +54,7 @@ def _srt(turn: Turn):
 
 
 def _rist(turn: Turn):
-    entry, *ports = [stream.free_udp_port() for _ in range(1 + len(_LINKS))]
+    entry, *ports = [free_udp_port() for _ in range(1 + len(_LINKS))]
     target = turn.read("udp")
     buffer = f"buffer={turn.latency_ms}"
     turn.relay(["ristreceiver", "--inputurl", ",".join(f"rist://@{_LOOPBACK}:{port}?{buffer}" for port in ports),

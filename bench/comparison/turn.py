@@ -8,6 +8,7 @@ import subprocess
 import time
 
 import stream
+from ports import free_udp_port, held_udp_ports
 
 from .figures import RECORD, Record
 
@@ -15,7 +16,6 @@ _POLL_S = 0.05
 _RECORD_BYTES = struct.calcsize(RECORD)
 # The clock of a process's own processor time, all threads, as the kernel numbers it: see clock_getcpuclockid(3).
 _CPUCLOCK_SCHED = 2
-_HEXADECIMAL = 16
 
 
 class Turn(contextlib.ExitStack):
@@ -52,13 +52,13 @@ class Turn(contextlib.ExitStack):
         def listens():
             if process.poll() is not None:
                 raise stream.Ended(f"ended: {' '.join(arguments)}\n{path.read_text('utf-8')}")
-            return _held_udp_ports().issuperset(ports)
+            return held_udp_ports().issuperset(ports)
         _wait_until(listens, f"listening: {' '.join(arguments)}")
         return process.pid
 
     def read(self, transport: str, latency_ms: int = 0) -> int:
         """Starts the reader and returns its port."""
-        self.reader_port = stream.free_udp_port()
+        self.reader_port = free_udp_port()
         self._reader = self.keep(stream.JsonProcess(
             ["stampedstream", "read", transport, self.reader_port, latency_ms, self._folder / "records"]))
         self._reader.wait_for(lambda line: line["event"] == "listening", "the reader listens")
@@ -103,8 +103,3 @@ def _wait_until(condition, what):
         if time.monotonic() > deadline:
             raise stream.TimedOut(f"not within {stream.PATIENCE_S:g} s: {what}")
         time.sleep(_POLL_S)
-
-
-def _held_udp_ports() -> set[int]:
-    rows = pathlib.Path("/proc/net/udp").read_text("ascii").splitlines()[1:]
-    return {int(row.split()[1].split(":")[1], _HEXADECIMAL) for row in rows}

@@ -8,8 +8,8 @@ import time
 from collections.abc import Callable
 
 import stream
+from ports import udp_drops
 
-from .hour import udp_drops
 from .road import OTHER_SENDER_ID, SENDER_ID, Pace, Road
 
 # After the first bytes have come to the reader, by when the stream has found its pace.

@@ -9,6 +9,7 @@ import random
 import time
 
 import stream
+from ports import udp_drops
 
 # Two links of a city's mobile networks and one of a train's, in each direction.
 LINKS = ("127.0.0.11,delay=20ms,jitter=30ms", "127.0.0.12,delay=35ms,jitter=60ms", "127.0.0.13,delay=10ms,jitter=90ms")
@@ -53,12 +54,6 @@ def rss_kib(pid) -> int:
 def handles(pid) -> int:
     """Open descriptors of a process."""
     return len(os.listdir(f"/proc/{pid}/fd"))
-
-
-def udp_drops(port) -> int:
-    """Datagrams that arrived at a bound UDP port of this network and found its buffer full."""
-    rows = [row.split() for row in pathlib.Path("/proc/net/udp").read_text(encoding="ascii").splitlines()[1:]]
-    return sum(int(row[-1]) for row in rows if int(row[1].split(":")[1], 16) == port)
 
 
 def findings(looks) -> list[str]:

@@ -23,12 +23,6 @@ _EASIER_STREAM = {"megabits_per_second": 16.0, "latency_ms": 5000} if UNDER_WINE
 _EASIER_OF_TWO = {"megabits_per_second": 8.0, "latency_ms": 8000} if UNDER_WINE or TRACED else {}
 
 
-def dropped_by_system(udp_port):
-    """Datagrams that arrived at a bound UDP port of this network and found its buffer full."""
-    rows = [row.split() for row in pathlib.Path("/proc/net/udp").read_text(encoding="ascii").splitlines()[1:]]
-    return sum(int(row[-1]) for row in rows if int(row[1].split(":")[1], 16) == udp_port)
-
-
 class RoadCase(unittest.TestCase):
     """A test with programs; those that it leaves running are killed."""
 

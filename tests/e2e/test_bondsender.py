@@ -4,6 +4,7 @@
 import subprocess
 
 from case import RoadCase, main, stream
+from ports import free_udp_port
 
 LINKS = ["127.0.0.11", "127.0.0.12", "127.0.0.13"]
 GROUP = "3fa07c1d22e9"
@@ -23,7 +24,7 @@ class RegistrationTest(RoadCase):
 
     def test_receiver_comes_later(self):
         """It asks until a receiver is there."""
-        port = stream.free_udp_port()
+        port = free_udp_port()
         bond = self.keep(stream.BondSender(port, LINKS, *TOTALS_OFTEN))
         bond.wait_for(lambda line: totals_show(line, 1, "sent", 1), "a second REG1, on the next link")
         self.assertEqual(bond.totals_now()["groupsCreated"], 0)

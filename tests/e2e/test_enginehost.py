@@ -7,6 +7,7 @@ import socket
 import subprocess
 
 from case import RoadCase, main, stream
+from ports import free_udp_port
 
 USAGE_EXIT = 2
 FAILED_EXIT = 1
@@ -45,7 +46,7 @@ class CommandLineTest(RoadCase):
 
     def test_target_address(self):
         """The target is another address where one is given."""
-        port = stream.free_udp_port()
+        port = free_udp_port()
         host = self.keep(stream.JsonProcess(["enginehost", "--target", "127.0.0.9", "--target-port", "5002",
                                              "--listen", port]))
         host.wait_for(lambda line: line.get("line") == f"START | SRTLA UDP {port} → SRT 127.0.0.9:5002", "the start")

@@ -17,6 +17,7 @@ sys.path[:0] = [str(PROJECT / "tests" / "support"), str(PROJECT / "bench")]
 import stream  # noqa: E402
 from comparison import figures, measure, relays  # noqa: E402
 from delaymeter import DelayMeter  # noqa: E402
+from ports import free_udp_port  # noqa: E402
 
 BUILD = pathlib.Path(os.environ.get("TARVOLINE_BUILD", PROJECT / "build" / "linux"))
 # Debian has these; the rest are the project's.
@@ -87,7 +88,7 @@ class ComparisonTest(unittest.TestCase):
     def test_a_relay_that_loses(self):
         """What does not come through is counted, after further attempts."""
         def start(turn):
-            port = stream.free_udp_port()
+            port = free_udp_port()
             turn.relay([sys.executable, "-c", LOSING_RELAY, str(port), str(turn.read("udp"))], [port])
             turn.send("udp", port)
         losing = relays.Relay("losing", "loses every tenth", {}, "", start)

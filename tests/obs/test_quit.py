@@ -7,6 +7,7 @@ import signal
 import case
 import obs
 from obs import Road, wait_until
+from ports import held_udp_ports
 
 _UNLOADED = "[Tarvoline SRTLA] Plugin sicher entladen"
 _CRASH_DIALOG = "OBS Studio Crash Detected"
@@ -29,7 +30,7 @@ class QuitTest(case.ObsCase):
         panel.wait_for_status("Aktiv")
         panel.press("Quelle reparieren")
         panel.wait_for_log("OBS | Neue SRT-Quelle angelegt")
-        wait_until(lambda: obs.listens(case.TARGET_PORT), "the media source listens")
+        wait_until(lambda: case.TARGET_PORT in held_udp_ports(), "the media source listens")
         return session
 
     def _expect_a_clean_end(self, session):
@@ -87,7 +88,7 @@ class QuitTest(case.ObsCase):
             remote.call("SetSceneItemEnabled", sceneName=scene, sceneItemId=item, sceneItemEnabled=visible)
             self.assertEqual(self.panel(session).status(), "Aktiv")
         remote.call("RemoveInput", inputName=case.SOURCE)
-        wait_until(lambda: not obs.listens(case.TARGET_PORT), "the listener of a removed source is gone")
+        wait_until(lambda: case.TARGET_PORT not in held_udp_ports(), "the listener of a removed source is gone")
         session.quit()
         # The leaks are not counted here either, for the same reason.
         self._expect_a_clean_end(session)

@@ -8,6 +8,8 @@ import subprocess
 import time
 from pathlib import Path
 
+from ports import free_tcp_port
+
 MODULES = Path("/usr/lib/nginx/modules")
 STARTED_WITHIN_SECONDS = 60
 
@@ -39,7 +41,7 @@ class VendorService:
         self.folder = Path(folder)
         self.root = self.folder / "root"
         self.root.mkdir(parents=True)
-        self.port = port or _freePort()
+        self.port = port or free_tcp_port()
         (self.folder / "service.conf").write_text(self._moved(Path(configuration).read_text(), certificate))
         # Workers of a root's nginx would be nobody, who may not look into the test's folder.
         user = "user root;" if os.getuid() == 0 else ""
@@ -71,8 +73,3 @@ class VendorService:
                 time.sleep(0.05)
         self.stop()
         raise RuntimeError("nginx did not start: " + (self.folder / "error.log").read_text())
-
-
-def _freePort():
-    with socket.create_server(("127.0.0.1", 0)) as listener:
-        return listener.getsockname()[1]

@@ -14,6 +14,7 @@ PROJECT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(PROJECT / "tests" / "support"))
 
 import stream  # noqa: E402
+from ports import free_udp_port  # noqa: E402
 
 FOLDER = PROJECT / "build" / "demo"
 RECEIVED = FOLDER / "received.ts"
@@ -84,7 +85,7 @@ class Display:
 
 def carry(seconds):
     """Runs the stream; what it started has ended when it returns."""
-    listener_port = stream.free_udp_port()
+    listener_port = free_udp_port()
     listener = start_listener(listener_port)
     engine = stream.EngineHost(listener_port)
     third = seconds // 3

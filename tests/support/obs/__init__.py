@@ -5,7 +5,6 @@ from .desk import Desk
 from .home import MODULE, ObsHome, write_ini
 from .panel import Panel
 from .picture import BARS, Picture
-from .ports import free_port, listens
 from .remote import Remote, RequestFailed
 from .road import BondSender, Encoder, Road
 from .screen import Element, MessageBox, Screen

@@ -2,12 +2,12 @@
 """The road of a stream up to the plug-in: a real encoder with libsrt, and the bonding sender over several links."""
 
 import pathlib
-import socket
 import subprocess
 import threading
 
+from ports import free_udp_port
+
 from .picture import ffmpeg_pattern
-from .ports import free_port
 
 _SIZE = (336, 192)
 _FRAME_RATE = 15
@@ -64,7 +64,7 @@ class BondSender:
     def __init__(self, receiver_port: int, log: pathlib.Path, *, links: int = 3, cuts=(), shown=False):
         """`cuts` holds (link, from, until): the link's number from 0, and seconds from the start of the stream. With
         `shown` its table of the links goes to the terminal."""
-        self.port = free_port(socket.SOCK_DGRAM)
+        self.port = free_udp_port()
         self._arguments = ["bondsender", "--listen", str(self.port), "--to", f"127.0.0.1:{receiver_port}"]
         for number in range(links):
             # Each link leaves from an address of its own, as each modem of a phone does.

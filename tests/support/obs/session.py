@@ -6,9 +6,10 @@ import signal
 import subprocess
 import time
 
+from ports import free_tcp_port
+
 from .desk import Desk
 from .home import ObsHome
-from .ports import free_port
 from .remote import Remote
 from .screen import Screen
 from .wait import PATIENCE_S, TimedOut, wait_until
@@ -46,7 +47,7 @@ class ObsSession:
 
     def launch(self, alone=False):
         """Starts OBS and waits for nothing."""
-        self._port = free_port()
+        self._port = free_tcp_port()
         self.home.create(self._port)
         arguments = _ARGUMENTS + ([] if alone else _SIDE_BY_SIDE)
         environment = {name: os.environ[name] for name in ("PATH", "LANG") if name in os.environ}

@@ -4,7 +4,6 @@
 import json
 import os
 import signal
-import socket
 import subprocess
 import threading
 import time
@@ -103,10 +102,3 @@ class JsonProcess:
         with self._news:
             self._at_end = True
             self._news.notify_all()
-
-
-def free_udp_port() -> int:
-    """A UDP port that nobody holds at the moment."""
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
-        probe.bind(("0.0.0.0", 0))
-        return probe.getsockname()[1]

@@ -4,7 +4,9 @@ SrtReceiver. All are found on PATH."""
 
 import signal
 
-from .process import JsonProcess, free_udp_port
+from ports import free_udp_port
+
+from .process import JsonProcess
 
 
 class EngineHost(JsonProcess):
