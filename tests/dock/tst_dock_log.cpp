@@ -84,7 +84,7 @@ private Q_SLOTS:
         QCOMPARE(probe->logView()->verticalScrollBar()->value(), probe->logView()->verticalScrollBar()->maximum());
     }
 
-    void aBurstIsLaidOutOnceAtItsEnd()
+    void aBurstIsNotLaidOutLineByLine()
     {
         constexpr int burst = 1000;
         fixture->dock->show();
@@ -108,7 +108,7 @@ private Q_SLOTS:
             lastFive.append(longLine.arg(number));
         }
         QCOMPARE(probe->logView()->toPlainText(), lastFive.join(u'\n'));
-        QVERIFY2(layouts < burst / 2, qPrintable(QString::number(layouts)));
+        QVERIFY2(layouts < burst / 10, qPrintable(QString::number(layouts)));
 
         const QScrollBar *const bar = probe->logView()->verticalScrollBar();
         QCoreApplication::processEvents();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A message box of the dock runs everything else beneath it, also the dock's own end.
 #include "dockfixture.h"
+#include "support/udpport.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -8,7 +9,6 @@
 #include <QTest>
 #include <QTextEdit>
 #include <QTimer>
-#include <QUdpSocket>
 
 #include <optional>
 
@@ -36,26 +36,27 @@ private Q_SLOTS:
 
     void dockMayDieWhileAMessageBoxIsOpen_data()
     {
-        QTest::addColumn<int>("slot");
-        QTest::newRow("start without a scene") << 0;
-        QTest::newRow("start on a taken port") << 1;
-        QTest::newRow("repair without a scene") << 2;
+        QTest::addColumn<bool>("portTaken"); // otherwise there is no scene
+        QTest::addColumn<bool>("repair");    // otherwise start
+        QTest::newRow("start without a scene") << false << false;
+        QTest::newRow("start on a taken port") << true << false;
+        QTest::newRow("repair without a scene") << false << true;
     }
     void dockMayDieWhileAMessageBoxIsOpen()
     {
-        QFETCH(int, slot);
+        QFETCH(bool, portTaken);
+        QFETCH(bool, repair);
         const DockProbe probe = fixture->buildQuiet();
         QUdpSocket other;
-        if (slot == 1) {
-            QVERIFY2(other.bind(QHostAddress::AnyIPv4, 5000, QAbstractSocket::DontShareAddress),
-                     qPrintable(other.errorString()));
+        if (portTaken) {
+            QVERIFY2(occupy(other, 5000), qPrintable(other.errorString()));
         } else {
             ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
             probe.autoSourceCheck()->setChecked(true);
         }
         fixture->boxes.answerWith([this](QMessageBox &) { fixture->dock.reset(); });
         // As the user does it: the click's own event handling must survive as well.
-        if (slot == 2) {
+        if (repair) {
             fixture->dock->createOrRepairSource();
         } else {
             probe.startButton()->click();
@@ -68,8 +69,7 @@ private Q_SLOTS:
     void dockMayDieUnderTheMessageBoxOfTheAutomaticStart()
     {
         QUdpSocket other;
-        QVERIFY2(other.bind(QHostAddress::AnyIPv4, 5000, QAbstractSocket::DontShareAddress),
-                 qPrintable(other.errorString()));
+        QVERIFY2(occupy(other, 5000), qPrintable(other.errorString()));
         fixture->boxes.answerWith([this](QMessageBox &) { fixture->dock.reset(); });
         fixture->build();
         QTRY_COMPARE_WITH_TIMEOUT(fixture->boxes.shown().size(), 1, patienceMs);
@@ -98,8 +98,7 @@ private Q_SLOTS:
     void messageBoxOfTheAutomaticStartLetsEverythingElseRun()
     {
         QUdpSocket other;
-        QVERIFY2(other.bind(QHostAddress::AnyIPv4, 5000, QAbstractSocket::DontShareAddress),
-                 qPrintable(other.errorString()));
+        QVERIFY2(occupy(other, 5000), qPrintable(other.errorString()));
         bool othersRan = false;
         QPointer<QMessageBox> open;
         fixture->boxes.answerWith([&](QMessageBox &box) {

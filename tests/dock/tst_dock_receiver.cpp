@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Start and stop, connection addresses, clipboard, passphrase button.
 #include "dockfixture.h"
+#include "support/udpport.h"
 
 #include <QCheckBox>
 #include <QClipboard>
@@ -10,28 +11,10 @@
 #include <QPushButton>
 #include <QTest>
 #include <QTextEdit>
-#include <QUdpSocket>
 
 #include <optional>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-// Holds a UDP port as another receiver would.
-bool occupy(QUdpSocket &socket, quint16 port)
-{
-    return socket.bind(QHostAddress::AnyIPv4, port, QAbstractSocket::DontShareAddress);
-}
-
-// A port that nobody held a moment ago.
-quint16 freePort()
-{
-    QUdpSocket socket;
-    return occupy(socket, 0) ? socket.localPort() : quint16(0);
-}
-
-} // namespace
 
 class TestDockReceiver : public QObject
 {

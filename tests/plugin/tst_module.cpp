@@ -4,6 +4,7 @@
 #include "support/messageboxes.h"
 #include "support/obsdouble.h"
 #include "support/settingsstore.h"
+#include "support/udpport.h"
 
 #include <QCheckBox>
 #include <QLabel>
@@ -12,7 +13,6 @@
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
-#include <QUdpSocket>
 
 #include <optional>
 
@@ -31,12 +31,6 @@ constexpr int beyondTheDocksTimersMs = 1200;
 constexpr int patienceMs = 30000;
 
 using LogLines = QList<ObsDouble::LogLine>;
-
-bool portIsFree(quint16 port)
-{
-    QUdpSocket socket;
-    return socket.bind(QHostAddress::AnyIPv4, port, QAbstractSocket::DontShareAddress);
-}
 
 obs_module_t *someHandle()
 {

@@ -2,6 +2,7 @@
 // The built module as Windows loads it, with obs.dll and obs-frontend-api.dll made from the double: OBS's part is
 // played from here, in OBS's order. TARVOLINE_TEST_MODULE names another module file than the built one.
 #include "support/obsdouble.h"
+#include "support/udpport.h"
 
 #include <QApplication>
 #include <QDir>
@@ -10,7 +11,6 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QTest>
-#include <QUdpSocket>
 
 #include <windows.h>
 
@@ -71,12 +71,6 @@ private:
     HMODULE library;
 };
 
-bool portIsFree()
-{
-    QUdpSocket socket;
-    return socket.bind(QHostAddress::AnyIPv4, listenPort, QAbstractSocket::DontShareAddress);
-}
-
 // Wine's and Windows' own tool, so that it isn't Qt that reads what Qt wrote.
 QString registryOutput(const QStringList &arguments)
 {
@@ -136,7 +130,7 @@ private Q_SLOTS:
             ObsDouble::reset();
             LoadedModule module(moduleFile());
             QVERIFY(module.open("de-DE"));
-            QTRY_VERIFY_WITH_TIMEOUT(!portIsFree(), patienceMs); // the receiver starts with OBS
+            QTRY_VERIFY_WITH_TIMEOUT(!portIsFree(listenPort), patienceMs); // the receiver starts with OBS
             const QList<QPushButton *> buttons = ObsDouble::docks().first().widget->findChildren<QPushButton *>();
             for (QPushButton *button : buttons) {
                 if (button->text() == u"Quelle reparieren"_s) {
@@ -146,7 +140,7 @@ private Q_SLOTS:
             const bool hasSource = ObsDouble::hasSource(u"Tarvoline SRTLA"_s);
             module.close();
             QVERIFY2(hasSource, qPrintable(ObsDouble::calls().join(u' ')));
-            QVERIFY(portIsFree());
+            QVERIFY(portIsFree(listenPort));
             QCOMPARE(ObsDouble::openReferences(), 0);
         }
     }
@@ -162,7 +156,7 @@ private Q_SLOTS:
             for (const QWidget *widget : widgets) {
                 QVERIFY(qstrcmp(widget->metaObject()->className(), "TarvolineDock") != 0);
             }
-            QVERIFY(portIsFree());
+            QVERIFY(portIsFree(listenPort));
             module.close();
             QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine, unloadLine}));
         }
