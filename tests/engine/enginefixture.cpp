@@ -127,11 +127,15 @@ SrtlaEndpoint remoteLink(quint16 port)
     return {QHostAddress(u"192.0.2.7"_s), port}; // set apart for documentation
 }
 
-EngineFixture::EngineFixture()
+EngineFixture::EngineFixture(Timers timers)
 {
     // Port 0 lets the system choose; the probe tells which.
     if (!engine.start(0, QHostAddress(QHostAddress::LocalHost), listener.socket.localPort())) {
         qFatal("the engine does not start: %s", qPrintable(record.all.join(u'\n')));
+    }
+    if (timers == Timers::Stopped) {
+        probe.cleanupTimer().stop();
+        probe.statisticsTimer().stop();
     }
     record.all.clear();
     record.logLines.clear();

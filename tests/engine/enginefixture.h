@@ -72,11 +72,13 @@ public:
 /// A link of another machine, for datagrams that are handed to the engine: nothing that is sent there arrives.
 SrtlaEndpoint remoteLink(quint16 port);
 
-/// A running engine on a port of the system's choice, with an SRT listener beside it.
+/// A running engine on a port of the system's choice, with an SRT listener beside it. Its timers are stopped unless a
+/// test is about them: on a busy machine one may be due in the midst of any test.
 class EngineFixture
 {
 public:
-    EngineFixture();
+    enum class Timers { Stopped, Running };
+    explicit EngineFixture(Timers timers = Timers::Stopped);
 
     quint16 port() const { return probe.clientSocket().localPort(); }
     /// Sends from \a link to the engine.

@@ -17,8 +17,8 @@ struct EngineProbe
     const QHash<SrtlaEndpoint, QByteArray> &pathIndex() const { return engine.pathIndex; }
     const QHash<SrtlaEndpoint, QByteArray> &senderIndex() const { return engine.senderIndex; }
     const QMultiHash<QByteArray, QByteArray> &sessionIndex() const { return engine.sessionIndex; }
-    const QTimer &cleanupTimer() const { return engine.cleanupTimer; }
-    const QTimer &statisticsTimer() const { return engine.statisticsTimer; }
+    QTimer &cleanupTimer() const { return engine.cleanupTimer; }
+    QTimer &statisticsTimer() const { return engine.statisticsTimer; }
     const QElapsedTimer &clock() const { return engine.clock; }
     quint64 receivedPackets() const { return engine.receivedPackets; }
     quint64 &receivedBytes() const { return engine.receivedBytes; }

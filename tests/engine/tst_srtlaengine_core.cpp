@@ -139,7 +139,7 @@ void TestSrtlaEngineCore::startWhileRunningStopsTheOldSessionFirst()
 
 void TestSrtlaEngineCore::stopTellsTheTotalsOfTheSession()
 {
-    EngineFixture fixture;
+    EngineFixture fixture(EngineFixture::Timers::Running);
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
@@ -199,7 +199,7 @@ void TestSrtlaEngineCore::ipv6SendersAreNotServed()
 
 void TestSrtlaEngineCore::shutdownIsSilentAndFinal()
 {
-    EngineFixture fixture;
+    EngineFixture fixture(EngineFixture::Timers::Running);
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));

@@ -30,6 +30,7 @@ private:
     bool streamFlows();
     QByteArray nextReply();
     void sendIntoTheVoid();
+    bool logsEachErrorOnce();
 
     std::unique_ptr<SrtlaEngine> engine;
     std::unique_ptr<Peer> link;
@@ -92,6 +93,14 @@ void TestSrtlaEngineListener::sendIntoTheVoid()
         }
         QCoreApplication::processEvents();
     }
+}
+
+/// Whether each error that the group's socket has emitted so far, and one more, stands in the log once. Which of the
+/// system's errors Qt emits differs; on Linux it is none of those that reading and sending run into here.
+bool TestSrtlaEngineListener::logsEachErrorOnce()
+{
+    Q_EMIT socket->errorOccurred(QAbstractSocket::ConnectionRefusedError);
+    return errors > 0 && errorLines.size() == errors;
 }
 
 /// The next datagram from the listener, past the acknowledgements of the data.
@@ -160,7 +169,7 @@ void TestSrtlaEngineListener::theListenerAppearsLate()
     arrive();
     QVERIFY(streamFlows());
     QCOMPARE(socket->socketDescriptor(), descriptor);
-    QCOMPARE(errorLines.size(), errors);
+    QVERIFY(logsEachErrorOnce());
 }
 
 void TestSrtlaEngineListener::theListenerGoesAndComesBack()
@@ -174,7 +183,7 @@ void TestSrtlaEngineListener::theListenerGoesAndComesBack()
     arrive();
     QVERIFY(streamFlows());
     QCOMPARE(socket->socketDescriptor(), descriptor);
-    QCOMPARE(errorLines.size(), errors);
+    QVERIFY(logsEachErrorOnce());
 }
 
 void TestSrtlaEngineListener::repliesBehindAnErrorAreRead()
@@ -189,7 +198,7 @@ void TestSrtlaEngineListener::repliesBehindAnErrorAreRead()
     }
     arrive();
     QVERIFY(streamFlows());
-    QCOMPARE(errorLines.size(), errors);
+    QVERIFY(logsEachErrorOnce());
 }
 
 void TestSrtlaEngineListener::anErrorDuringANotificationDoesNotEndTheReading()

@@ -17,7 +17,7 @@ private Q_SLOTS:
 
 void TestSrtlaEngineRealTimeout::aSilentLinkAndItsGroupGoAfterEightToTenSeconds()
 {
-    EngineFixture fixture;
+    EngineFixture fixture(EngineFixture::Timers::Running);
     Peer silent;
     Peer alive;
     const QByteArray gone = fixture.openGroup(silent, 'a');

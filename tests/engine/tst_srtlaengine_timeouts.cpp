@@ -232,6 +232,8 @@ void TestSrtlaEngineTimeouts::pendingSequenceNumbersAreForgotten()
 
 void TestSrtlaEngineTimeouts::theTimersCallTheirSlots()
 {
+    fixture = std::make_unique<EngineFixture>(EngineFixture::Timers::Running);
+    fixture->engine.setMs = 0;
     fixture->openGroup(remoteLink(1), 'a');
     fixture->record.all.clear();
     QTRY_VERIFY_WITH_TIMEOUT(!fixture->record.all.isEmpty(), ampleMs);

@@ -217,10 +217,14 @@ Expected ReceiverModel::stop()
     while (!groups.empty()) {
         remove(std::string(groups.begin()->first), "Receiver gestoppt", expected);
     }
+    return expected;
+}
+
+void ReceiverModel::start()
+{
     now = 0;
     receivedPackets = 0;
     receivedBytes = 0;
-    return expected;
 }
 
 void ReceiverModel::remove(const std::string &groupId, const std::string &reason, Expected &expected)

@@ -57,8 +57,10 @@ public:
     /// A datagram of the listener to the group, which may be gone.
     [[nodiscard]] Expected listenerDatagram(const std::string &groupId, const std::string &datagram) const;
     Expected cleanup();
-    /// Also starts over: time, totals.
+    /// The totals stay until the next start.
     Expected stop();
+    /// Begins a session: time and totals from zero.
+    void start();
 
     std::int64_t now = 0;
     std::uint64_t receivedPackets = 0;
