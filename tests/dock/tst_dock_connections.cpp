@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What each control of the panel does when the user touches it.
 #include "dockfixture.h"
+#include "panelview.h"
 
 #include <QCheckBox>
 #include <QClipboard>
@@ -24,17 +25,6 @@ QPushButton *buttonWithText(const QWidget *parent, const QString &text)
     for (QPushButton *button : buttons) {
         if (button->text() == text) {
             return button;
-        }
-    }
-    return nullptr;
-}
-
-QGroupBox *groupWithTitle(const QWidget *parent, const QString &title)
-{
-    const QList<QGroupBox *> groups = parent->findChildren<QGroupBox *>();
-    for (QGroupBox *group : groups) {
-        if (group->title() == title) {
-            return group;
         }
     }
     return nullptr;
@@ -76,7 +66,7 @@ private Q_SLOTS:
 
     void copyButtonOfTheAddressRowCopiesTheAddress()
     {
-        QGroupBox *group = groupWithTitle(fixture->dock.get(), u"Verbindungsadressen"_s);
+        QGroupBox *group = PanelView::groupAt(*fixture->dock, PanelView::Addresses);
         group->setChecked(true);
         buttonWithText(group, u"Kopieren"_s)->click();
         QCOMPARE(QGuiApplication::clipboard()->text(), u"srtla://ÖFFENTLICHE-IP-EINTRAGEN:5000/live"_s);
@@ -85,14 +75,14 @@ private Q_SLOTS:
     void copyButtonOfTheClosedAddressGroupDoesNothing()
     {
         QGuiApplication::clipboard()->setText(u"vorher"_s);
-        buttonWithText(groupWithTitle(fixture->dock.get(), u"Verbindungsadressen"_s), u"Kopieren"_s)->click();
+        buttonWithText(PanelView::groupAt(*fixture->dock, PanelView::Addresses), u"Kopieren"_s)->click();
         QCOMPARE(QGuiApplication::clipboard()->text(), u"vorher"_s);
     }
 
     void copyButtonOfThePasswordRowCopiesThePassword()
     {
         probe->passwordEdit()->setText(u"geheim12345"_s);
-        buttonWithText(groupWithTitle(fixture->dock.get(), u"Einstellungen"_s), u"Kopieren"_s)->click();
+        buttonWithText(PanelView::groupAt(*fixture->dock, PanelView::Settings), u"Kopieren"_s)->click();
         QCOMPARE(QGuiApplication::clipboard()->text(), u"geheim12345"_s);
     }
 

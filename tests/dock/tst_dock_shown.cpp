@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The shown panel: groups that open and close, scrolling, the way of the Tab key.
 #include "dockfixture.h"
+#include "panelview.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -16,21 +17,6 @@
 #include <optional>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QGroupBox *groupWithTitle(const TarvolineDock &dock, const QString &title)
-{
-    const QList<QGroupBox *> groups = dock.findChildren<QGroupBox *>();
-    for (QGroupBox *group : groups) {
-        if (group->title() == title) {
-            return group;
-        }
-    }
-    return nullptr;
-}
-
-} // namespace
 
 class TestDockShown : public QObject
 {
@@ -64,7 +50,7 @@ private Q_SLOTS:
 
     void checkingTheAddressGroupShowsItsRowsAndUncheckingHidesThem()
     {
-        QGroupBox *group = groupWithTitle(*fixture->dock, u"Verbindungsadressen"_s);
+        QGroupBox *group = PanelView::groupAt(*fixture->dock, PanelView::Addresses);
         fixture->dock->show();
         QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
         const QList<QWidget *> children = group->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
@@ -81,7 +67,7 @@ private Q_SLOTS:
     void checkingTheLogGroupShowsTheLogWhichNeverGrows()
     {
         const DockProbe probe(*fixture->dock);
-        QGroupBox *group = groupWithTitle(*fixture->dock, u"Protokoll"_s);
+        QGroupBox *group = PanelView::groupAt(*fixture->dock, PanelView::Log);
         fixture->dock->show();
         QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
         QVERIFY(!probe.logView()->isVisible());
