@@ -24,7 +24,8 @@ public:
     SocketWatch &operator=(const SocketWatch &) = delete;
 
     /// Takes over from the event loop the watching of \a socket, which must be connected, for as long as it is open. It
-    /// signals as before. Where the system refuses, the event loop keeps it.
+    /// signals as before, but for one thing: a slot of readyRead that runs an event loop of its own before it has read
+    /// is called again and again there. Where the system refuses, the event loop keeps the socket.
     void add(QAbstractSocket &socket);
 
 private:

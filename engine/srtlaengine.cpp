@@ -6,6 +6,8 @@
 #include "srtlatexts.h"
 #include "udpport.h"
 
+#include <QNetworkProxy>
+
 namespace {
 
 constexpr int cleanupIntervalMs = 2000;
@@ -15,6 +17,9 @@ constexpr int statisticsIntervalMs = 1000;
 
 SrtlaEngine::SrtlaEngine(QObject *parent) : QObject(parent), targetAddress(QHostAddress::LocalHost)
 {
+    // Otherwise Qt looks for a proxy of the system or of OBS, and binds the port there if it is one for SOCKS5. To
+    // reach a listener on this machine it asks nobody.
+    clientSocket.setProxy(QNetworkProxy::NoProxy);
     connect(&clientSocket, &QUdpSocket::readyRead, this, &SrtlaEngine::readClientDatagrams);
     connect(&cleanupTimer, &QTimer::timeout, this, &SrtlaEngine::cleanupSessions);
     connect(&statisticsTimer, &QTimer::timeout, this, &SrtlaEngine::publishStatistics);
@@ -67,6 +72,9 @@ void SrtlaEngine::stop()
     const QList<QByteArray> groupIds = groups.keys();
     for (const QByteArray &groupId : groupIds) {
         removeGroup(groupId, SrtlaTexts::reasonStopped());
+    }
+    if (shuttingDown) {
+        return; // a slot that heard of a removal saw to the rest, and nothing is told any more
     }
     clientSocket.close();
     listenPort = 0;

@@ -19,8 +19,9 @@ struct SrtlaPath;
 /// Receives bonded SRTLA senders on one UDP port, joins each sender's links into a group, forwards the group's SRT
 /// packets to a local SRT listener and sends the listener's replies back over the links.
 ///
-/// Everything runs in the thread that the engine lives in, driven by its event loop. A slot connected to a signal may
-/// call start, stop or shutdown, but must not destroy the engine.
+/// Everything runs in the thread that the engine lives in, driven by its event loop. A slot that hears of a group or a
+/// link or of the statistics may call start, stop or shutdown; while start tells its own outcome it may not. No slot
+/// may destroy the engine.
 class SrtlaEngine : public QObject
 {
     Q_OBJECT
@@ -102,8 +103,6 @@ private:
     QHash<SrtlaEndpoint, QByteArray> pathIndex;
     /// Endpoints that sent a REG1 and the ids of the groups that it created.
     QHash<SrtlaEndpoint, QByteArray> senderIndex;
-    /// The groups' ids by their senders' halves, so that a REG1 need not look at every group.
-    QMultiHash<QByteArray, QByteArray> sessionIndex;
     QTimer cleanupTimer;
     QTimer statisticsTimer;
     QElapsedTimer clock;
@@ -112,6 +111,9 @@ private:
     quint64 lastPublishedBytes = 0;
     qint64 lastPublishedMs = 0;
     bool shuttingDown = false;
+    /// The groups' ids by their senders' halves, so that a REG1 need not look at every group. A sender has one; for a
+    /// moment two, when a slot that hears of the first one's end runs an event loop in which the sender comes again.
+    QMultiHash<QByteArray, QByteArray> sessionIndex;
     SocketWatch srtSocketWatch;
     /// Whom the last link's packet belonged to, while it is in the table.
     QSharedPointer<SrtlaGroup> recentGroup;

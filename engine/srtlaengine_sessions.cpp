@@ -31,11 +31,11 @@ void SrtlaEngine::removeGroup(const QByteArray &groupId, const QString &reason)
 {
     // The reference keeps the group while slots hear of its end, and its id when the caller's lies in a table.
     const QSharedPointer<SrtlaGroup> group = groups.value(groupId);
-    if (!group) {
+    // A group stays in the table until its end is told; a slot that then stops the engine asks for it once more.
+    if (!group || sessionIndex.remove(group->senderId, group->id) == 0) {
         return;
     }
     senderIndex.remove({group->registeredAddress, group->registeredPort});
-    sessionIndex.remove(group->senderId, group->id);
     for (auto path = group->paths.keyBegin(); path != group->paths.keyEnd(); ++path) {
         pathIndex.remove(*path);
     }
@@ -101,7 +101,8 @@ void SrtlaEngine::publishStatistics()
     for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
         paths += static_cast<int>(group->paths.size());
     }
-    Q_EMIT statisticsChanged(static_cast<int>(groups.size()), paths, megabitsPerSecond, receivedPackets, receivedBytes);
+    // Before the signal: a slot that starts anew sets them, too.
     lastPublishedBytes = receivedBytes;
     lastPublishedMs = now;
+    Q_EMIT statisticsChanged(static_cast<int>(groups.size()), paths, megabitsPerSecond, receivedPackets, receivedBytes);
 }

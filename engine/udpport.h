@@ -14,7 +14,8 @@ void enlargeReceiveBuffer(QUdpSocket &socket);
 
 /// Binds the closed \a socket to \a port of every local IPv4 address so that the port is in fact this socket's alone:
 /// fails when any other socket holds it, one that shares included, and keeps later ones out. On failure the result is
-/// false and the socket's errorString says why. 0 lets the system choose a port.
+/// false and the socket's errorString says why. 0 lets the system choose a port. ICMP errors that the socket's own
+/// datagrams cause do not come up when it is read.
 [[nodiscard]] bool bindExclusively(QUdpSocket &socket, quint16 port);
 
 /// Whether a socket that an ICMP error was reported on is sure to signal readyRead for the datagrams that come later.

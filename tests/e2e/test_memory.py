@@ -9,9 +9,7 @@ from case import RoadCase, main
 
 FOUND_SOMETHING = 99
 MEMCHECK = ["valgrind", f"--error-exitcode={FOUND_SOMETHING}", "--leak-check=full", "--show-leak-kinds=definite",
-            "--errors-for-leak-kinds=definite",
-            # Qt asks libproxy about every socket; the JavaScript inside that frees this way, and may.
-            "--show-realloc-size-zero=no"]
+            "--errors-for-leak-kinds=definite"]
 FILE_SIZE = 1024 * 1024 + 777
 LINKS = ["127.0.0.11", "127.0.0.12", "127.0.0.13"]
 # The half of the group's id by which the receiver knows the sender again.

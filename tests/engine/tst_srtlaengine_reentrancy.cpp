@@ -4,6 +4,7 @@
 #include "enginefixture.h"
 
 #include <QEventLoop>
+#include <QSet>
 #include <QTest>
 
 #include <functional>
@@ -22,6 +23,9 @@ private Q_SLOTS:
     void stoppingWhileAReplyIsSent();
     void aNewSessionInsideAnErrorLine();
     void stoppingOnASignalOfTheSocketItself();
+    void stoppingOnEveryRemoval();
+    void shuttingDownDuringAStopEndsAllTelling();
+    void startingOnStatisticsBeginsAnew();
 
 private:
     static void runThroughALife(EngineFixture &fixture);
@@ -204,6 +208,57 @@ void TestSrtlaEngineReentrancy::stoppingOnASignalOfTheSocketItself()
     fixture.send(link, srtData(1));
     QTRY_VERIFY_WITH_TIMEOUT(!fixture.engine.isRunning(), ampleMs);
     QVERIFY(!group); // destroyed as soon as nothing is under way on it
+}
+
+void TestSrtlaEngineReentrancy::stoppingOnEveryRemoval()
+{
+    EngineFixture fixture;
+    fixture.openGroup(remoteLink(1), 'a');
+    fixture.openGroup(remoteLink(2), 'b');
+    fixture.record.logLines.clear();
+    connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&](const QString &line) {
+        if (line.startsWith(u"GRUPPE | ")) {
+            fixture.engine.stop();
+        }
+    });
+    fixture.engine.stop();
+    QCOMPARE(QSet<QString>(fixture.record.logLines.begin(), fixture.record.logLines.end()),
+             (QSet<QString>{u"GRUPPE | 616263646566 entfernt: Receiver gestoppt"_s,
+                            u"GRUPPE | 626364656667 entfernt: Receiver gestoppt"_s}));
+    QCOMPARE(fixture.record.logLines.size(), 2);
+    QVERIFY(fixture.probe.groups().isEmpty());
+    QVERIFY(fixture.probe.sessionIndex().isEmpty());
+}
+
+void TestSrtlaEngineReentrancy::shuttingDownDuringAStopEndsAllTelling()
+{
+    EngineFixture fixture;
+    fixture.openGroup(remoteLink(1), 'a');
+    fixture.record.all.clear();
+    connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&] { fixture.engine.shutdown(); });
+    fixture.engine.stop();
+    QCOMPARE(fixture.record.all, QStringList{u"log GRUPPE | 616263646566 entfernt: Receiver gestoppt"_s});
+}
+
+void TestSrtlaEngineReentrancy::startingOnStatisticsBeginsAnew()
+{
+    EngineFixture fixture;
+    fixture.engine.setMs = 5000;
+    fixture.probe.receivedBytes() = 1000;
+    bool started = false;
+    connect(&fixture.engine, &SrtlaEngine::statisticsChanged, this, [&] {
+        if (!started) {
+            started = true;
+            fixture.engine.start(0, QHostAddress(QHostAddress::LocalHost), 5002);
+        }
+    });
+    fixture.probe.publishStatistics();
+    // What the new session's first rate is reckoned from.
+    QCOMPARE(fixture.probe.lastPublishedMs(), 0);
+    fixture.engine.setMs = 1000;
+    fixture.probe.receivedBytes() = 1250000;
+    fixture.probe.publishStatistics();
+    QCOMPARE(fixture.record.all.last(), u"statistics 0 0 10 0 1250000"_s);
 }
 
 QTEST_GUILESS_MAIN(TestSrtlaEngineReentrancy)
