@@ -46,7 +46,7 @@ QPushButton *buttonOfWidth(const QString &text, int maximumWidth)
     auto *button = new QPushButton(text);
     button->setMaximumWidth(maximumWidth);
     // OBS's themes pad buttons so widely that the words would be cut off at these widths.
-    button->setStyleSheet(QStringLiteral("padding-left: 0; padding-right: 0;"));
+    button->setStyleSheet(QStringLiteral("QPushButton { padding-left: 0; padding-right: 0; }"));
     return button;
 }
 
@@ -168,6 +168,7 @@ void TarvolineDock::addHostRows(QFormLayout *form)
 
     ipHintLabel = new QLabel(tr("Öffentliche IP kann automatisch ermittelt oder manuell eingetragen werden."));
     ipHintLabel->setWordWrap(true);
+    ipHintLabel->setTextFormat(Qt::PlainText); // a service's message is words, whatever it looks like
     form->addRow(QString(), ipHintLabel);
 }
 
@@ -242,6 +243,7 @@ void TarvolineDock::buildVersionGroup(QVBoxLayout *column)
     layout->setContentsMargins(groupMargins);
     versionLabel = new QLabel(installedVersionText());
     versionLabel->setWordWrap(true);
+    versionLabel->setTextFormat(Qt::PlainText);
     layout->addWidget(versionLabel);
 }
 

@@ -55,6 +55,9 @@ void TarvolineDock::updateUrls()
         obsUrl += u"&passphrase=%1"_s.arg(passwordEdit->text());
     }
     obsAddressEdit->setText(obsUrl);
+    // From their beginning: an edit shows the end of what it is given, here the passphrase, for every viewer to read.
+    moblinAddressEdit->setCursorPosition(0);
+    obsAddressEdit->setCursorPosition(0);
 }
 
 void TarvolineDock::copyMoblinAddress()

@@ -79,6 +79,7 @@ private Q_SLOTS:
         QCOMPARE(probe.ipHintLabel()->text(),
                  u"Öffentliche IP kann automatisch ermittelt oder manuell eingetragen werden."_s);
         QVERIFY(probe.ipHintLabel()->wordWrap());
+        QCOMPARE(probe.ipHintLabel()->textFormat(), Qt::PlainText);
     }
 
     void streamIdRowShowsLive()

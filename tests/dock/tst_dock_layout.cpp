@@ -145,6 +145,7 @@ private Q_SLOTS:
         QCOMPARE(layout->itemAt(0)->widget(), probe.versionLabel());
         QCOMPARE(probe.versionLabel()->text(), u"Installierte Version: 0.9.2"_s);
         QVERIFY(probe.versionLabel()->wordWrap());
+        QCOMPARE(probe.versionLabel()->textFormat(), Qt::PlainText);
     }
 
     void logGroupIsClosedWithALowLog()

@@ -64,6 +64,26 @@ private Q_SLOTS:
         }
     }
 
+    void theOpenedAddressesShowTheirBeginningAndNotThePassphrase()
+    {
+        const DockProbe probe(*fixture->dock);
+        constexpr int usualWidth = 410;
+        fixture->dock->resize(usualWidth, fixture->dock->height());
+        fixture->dock->show();
+        QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
+        PanelView::groupAt(*fixture->dock, PanelView::Addresses)->setChecked(true);
+        QTest::keyClicks(probe.publicHostEdit(), u"mein-anschluss.dyndns.example"_s);
+        QTest::keyClicks(probe.passwordEdit(), u"geheim12345"_s);
+        QCoreApplication::processEvents();
+        for (QLineEdit *edit : {probe.moblinAddressEdit(), probe.obsAddressEdit()}) {
+            QCOMPARE(edit->cursorPositionAt(QPoint(0, edit->height() / 2)), 0);
+        }
+        const QLineEdit *edit = probe.obsAddressEdit();
+        const qsizetype secret = edit->text().indexOf(u"geheim12345"_s);
+        QVERIFY(secret > 0);
+        QCOMPARE_LT(probe.obsAddressEdit()->cursorPositionAt(QPoint(edit->width(), edit->height() / 2)), secret);
+    }
+
     void checkingTheLogGroupShowsTheLogWhichNeverGrows()
     {
         const DockProbe probe(*fixture->dock);
