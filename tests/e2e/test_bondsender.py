@@ -54,6 +54,13 @@ class RegistrationTest(RoadCase):
         engine.wait_for_log(lambda line: line == f"GRUPPE | {GROUP} entfernt: Neue Sitzung desselben Senders",
                             "the first session is replaced")
 
+    def test_slow_links_register(self):
+        """Each answer comes after the REG1 has been repeated, and names a group that the repetition replaces."""
+        engine = self.engine(NOBODY)
+        bond = self.bond(engine, [link + ",delay=600ms" for link in LINKS])
+        engine.wait_for(lambda line: line.get("paths") == 3 and line["groups"] == 1, "three links in one group")
+        self.assertEqual([link["state"] for link in bond.finish()["links"]], ["registered"] * 3)
+
     def test_lossy_links_register(self):
         """Lost registrations are repeated."""
         engine = self.engine(NOBODY)

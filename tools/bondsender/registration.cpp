@@ -9,23 +9,29 @@ Registration::Registration(const GroupId &newProposal, std::size_t linkCount) : 
 {
 }
 
+std::optional<GroupId> Registration::groupId() const
+{
+    return groups.empty() ? std::nullopt : std::optional(groups.back());
+}
+
 std::vector<Outgoing> Registration::due(TimePoint now)
 {
     std::vector<Outgoing> outgoing;
-    if (!group) {
-        if (now >= nextReg1) {
+    if (groups.empty()) {
+        if (!lastReg1 || now - *lastReg1 >= reg1Interval) {
             outgoing.push_back({reg1Link, makeReg1(proposal)});
             reg1Link = (reg1Link + 1) % links.size();
-            nextReg1 = now + retryInterval;
+            lastReg1 = now;
         }
         return outgoing;
     }
     for (std::size_t index = 0; index < links.size(); ++index) {
         Link &link = links[index];
         if (link.state == LinkState::Joining && now >= link.nextTry) {
-            outgoing.push_back({index, makeReg2(*group)});
+            outgoing.push_back({index, makeReg2(groups.back())});
             link.nextTry = now + retryInterval;
-            link.asked = true;
+            forgetLostAnswers(link, now);
+            link.unanswered.push_back({groups.back(), now});
         }
     }
     return outgoing;
@@ -37,66 +43,90 @@ Registration::Change Registration::take(std::size_t index, ByteView datagram, Ti
     if (kind == Incoming::GroupCreated) {
         return acceptGroup(datagram, now);
     }
+    if (kind != Incoming::LinkRegistered && kind != Incoming::LinkRefused && kind != Incoming::GroupUnknown) {
+        return Change::None;
+    }
     Link &link = links[index];
-    if (kind == Incoming::GroupUnknown && link.staleAnswer) {
-        link.staleAnswer = false;
+    const auto asked = takeQuestion(link, now);
+    if (!asked) {
+        return Change::None; // a duplicate
+    }
+    if (kind == Incoming::GroupUnknown) {
+        return dropGroup(*asked, now);
+    }
+    if (asked != groupId() || link.state != LinkState::Joining) {
         return Change::None;
     }
-    if (link.state != LinkState::Joining) {
-        return Change::None;
-    }
-    switch (kind) {
-    case Incoming::LinkRegistered:
-        link.state = LinkState::Registered;
-        link.asked = false;
-        return Change::LinkRegistered;
-    case Incoming::LinkRefused:
+    if (kind == Incoming::LinkRefused) {
         link.nextTry = now + refusedInterval;
-        link.asked = false;
         return Change::LinkRefused;
-    case Incoming::GroupUnknown:
-        link.asked = false;
-        forgetGroup(now);
-        return Change::GroupGone;
-    default:
-        return Change::None;
     }
+    link.state = LinkState::Registered;
+    groups.erase(groups.begin(), groups.end() - 1); // there is no other where this one is
+    return Change::LinkRegistered;
 }
 
 void Registration::linkFellSilent(std::size_t link, TimePoint now)
 {
-    if (group) {
+    if (!groups.empty()) {
         links[link].state = LinkState::Joining;
         links[link].nextTry = now;
     }
 }
 
+void Registration::forgetLostAnswers(Link &link, TimePoint now)
+{
+    while (!link.unanswered.empty() && now - link.unanswered.front().asked > longestAnswer) {
+        link.unanswered.pop_front();
+    }
+}
+
+/// The group that an answer on \a link is about: answers come in the order of the questions, but for those lost.
+std::optional<GroupId> Registration::takeQuestion(Link &link, TimePoint now)
+{
+    forgetLostAnswers(link, now);
+    if (link.unanswered.empty()) {
+        return std::nullopt;
+    }
+    const GroupId group = link.unanswered.front().group;
+    link.unanswered.pop_front();
+    return group;
+}
+
 Registration::Change Registration::acceptGroup(ByteView datagram, TimePoint now)
 {
     const auto id = groupIdOf(datagram);
-    // The answer to an earlier REG1 that was repeated meanwhile names a group that the repetition has replaced; the
-    // REG2 that follows is refused as unknown then, and registration begins anew.
-    if (group || !id || !std::equal(id->begin(), id->begin() + senderHalfSize, proposal.begin())) {
+    if (!id || !std::equal(id->begin(), id->begin() + senderHalfSize, proposal.begin()) ||
+        std::ranges::find(groups, *id) != groups.end()) {
         return Change::None;
     }
-    group = id;
-    for (Link &link : links) {
-        link.state = LinkState::Joining;
-        link.nextTry = now;
-    }
+    groups.push_back(*id);
+    groupSince = now;
+    joinAnew(now);
     return Change::GroupCreated;
 }
 
-void Registration::forgetGroup(TimePoint now)
+Registration::Change Registration::dropGroup(const GroupId &gone, TimePoint now)
 {
-    group.reset();
-    // The receiver tells every link that has asked; only the first to be told is news.
-    for (Link &link : links) {
-        link.state = LinkState::Waiting;
-        link.staleAnswer = link.asked;
-        link.asked = false;
+    const bool wasJoined = gone == groupId();
+    std::erase(groups, gone);
+    if (!wasJoined) {
+        return Change::None; // every link that has asked is told; only the first to be told is news
     }
-    nextReg1 = now;
+    if (groups.empty()) {
+        const bool shortLived = now - groupSince < shortLife;
+        reg1Interval = shortLived ? std::min(2 * reg1Interval, longestRetryInterval) : retryInterval;
+    }
+    joinAnew(now);
+    return Change::GroupGone;
+}
+
+void Registration::joinAnew(TimePoint now)
+{
+    for (Link &link : links) {
+        link.state = groups.empty() ? LinkState::Waiting : LinkState::Joining;
+        link.nextTry = now;
+    }
 }
 
 } // namespace bondsender

@@ -4,6 +4,7 @@
 #include "clock.h"
 #include "packets.h"
 
+#include <deque>
 #include <optional>
 #include <vector>
 
@@ -19,6 +20,11 @@ struct Outgoing
 /// How a sender and its links get known to the receiver, and again when the receiver has forgotten them: REG1 on one
 /// link until the receiver answers with a group, then REG2 on every link until each is registered. Decides only; knows
 /// no socket and reads no clock.
+///
+/// The receiver keeps one group for a sender, the one that the last REG1 to arrive has made. Where the way there and
+/// back takes longer than retryInterval, a repeated REG1 makes the group in the first answer void; so a group that is
+/// new to us replaces the one before. Answers can overtake one another, so the one before is tried again if the
+/// receiver doesn't know the new one.
 class Registration
 {
 public:
@@ -30,6 +36,12 @@ public:
     static constexpr std::chrono::milliseconds retryInterval{1000};
     /// A refused link tries again after this; the group that holds its endpoint has to time out at the receiver.
     static constexpr std::chrono::milliseconds refusedInterval{2000};
+    /// A group that is gone sooner than this has been replaced by a REG1 of our own that was long under way: the next
+    /// is repeated half as often, but not less often than the second of these.
+    static constexpr std::chrono::milliseconds shortLife{20000};
+    static constexpr std::chrono::milliseconds longestRetryInterval{8000};
+    /// The answer to a REG2 is lost if it takes longer than this: more than any link takes that carries a live stream.
+    static constexpr std::chrono::milliseconds longestAnswer{4000};
 
     Registration(const GroupId &newProposal, std::size_t linkCount);
 
@@ -41,25 +53,35 @@ public:
     void linkFellSilent(std::size_t link, TimePoint now);
 
     [[nodiscard]] LinkState state(std::size_t link) const { return links[link].state; }
-    [[nodiscard]] const std::optional<GroupId> &groupId() const { return group; }
+    /// The group that the links join or have joined.
+    [[nodiscard]] std::optional<GroupId> groupId() const;
 
 private:
+    struct Question
+    {
+        GroupId group;
+        TimePoint asked;
+    };
     struct Link
     {
         LinkState state = LinkState::Waiting;
         TimePoint nextTry;
-        bool asked = false;       ///< a REG2 has gone out, and no answer has come yet
-        bool staleAnswer = false; ///< the answer to a REG2 for a group since given up may still come
+        std::deque<Question> unanswered; ///< REG2s, oldest first: their answers don't say which group they are about
     };
 
+    static void forgetLostAnswers(Link &link, TimePoint now);
+    static std::optional<GroupId> takeQuestion(Link &link, TimePoint now);
     Change acceptGroup(ByteView datagram, TimePoint now);
-    void forgetGroup(TimePoint now);
+    Change dropGroup(const GroupId &gone, TimePoint now);
+    void joinAnew(TimePoint now);
 
     GroupId proposal;
-    std::optional<GroupId> group;
+    std::vector<GroupId> groups; ///< that may exist at the receiver; the last is the one to join
     std::vector<Link> links;
+    TimePoint groupSince;     ///< when the last of them was accepted
     std::size_t reg1Link = 0; ///< takes turns, since a link may be dead
-    TimePoint nextReg1;
+    std::optional<TimePoint> lastReg1;
+    std::chrono::milliseconds reg1Interval = retryInterval;
 };
 
 } // namespace bondsender

@@ -45,9 +45,15 @@ class BondSender(JsonProcess):
         self._links = len(links)
 
     def wait_for_links(self):
-        """Waits until every link has been registered."""
+        """Waits until every link has been registered in one group."""
         def all_registered(_):
-            return len({line["link"] for line in self.events("linkRegistered")}) == self._links
+            registered = set()
+            for line in list(self.objects):
+                if line["event"] in ("groupCreated", "groupGone"):
+                    registered.clear()
+                elif line["event"] == "linkRegistered":
+                    registered.add(line["link"])
+            return len(registered) == self._links
         self.wait_for(all_registered, "all links are registered")
 
     def events(self, name: str) -> list[dict]:
