@@ -207,7 +207,10 @@ void TestDockInstallDownload::limitsTheSize_data()
     QTest::newRow("nothing, in chunks") << qint64(0) << u"chunked"_s << sizeText;
     QTest::newRow("the limit") << sizeLimit << u"length"_s << digestText;
     QTest::newRow("one byte more") << sizeLimit + 1 << u"length"_s << sizeText;
-    QTest::newRow("one byte more, unannounced") << sizeLimit + 1 << u"close"_s << sizeText;
+    // Where the connection's end is the file's, Qt with Schannel in Wine may lose the last bytes on a busy machine: one
+    // byte more was then one too few.
+    constexpr qint64 mayBeLost = 1024 * 1024;
+    QTest::newRow("more, unannounced") << sizeLimit + mayBeLost << u"close"_s << sizeText;
 }
 
 void TestDockInstallDownload::limitsTheSize()
