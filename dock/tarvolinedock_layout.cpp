@@ -46,7 +46,7 @@ QPushButton *buttonOfWidth(const QString &text, int maximumWidth)
     auto *button = new QPushButton(text);
     button->setMaximumWidth(maximumWidth);
     // OBS's themes pad buttons so widely that the words would be cut off at these widths.
-    button->setStyleSheet(QStringLiteral("QPushButton { padding-left: 0; padding-right: 0; }"));
+    button->setStyleSheet(QStringLiteral("padding-left: 0; padding-right: 0;"));
     return button;
 }
 
