@@ -6,10 +6,13 @@ const
   { OBS ends its outputs and saves before it goes. }
   CloseWithinMs = 60000;
   LookEveryMs = 100;
+  { So OBS calls its main window in every language: "OBS 31.1.1 - Profile: ...", "OBS Studio 31.1.1 - ...". }
+  MainWindowTitle = 'OBS ';
 
   TH32CS_SNAPPROCESS = 2;
   PROCESS_QUERY_LIMITED_INFORMATION = $1000;
   WM_CLOSE = $10;
+  GW_OWNER = 4;
   MaxPath = 260;
 
 type
@@ -38,8 +41,10 @@ function EnumWindows(Callback: Longword; Param: Longint): Boolean;
   external 'EnumWindows@user32.dll stdcall';
 function GetWindowThreadProcessId(Window: HWND; var ProcessId: LongWord): LongWord;
   external 'GetWindowThreadProcessId@user32.dll stdcall';
-function IsWindowVisible(Window: HWND): Boolean;
-  external 'IsWindowVisible@user32.dll stdcall';
+function GetWindow(Window: HWND; Relation: LongWord): HWND;
+  external 'GetWindow@user32.dll stdcall';
+function GetWindowText(Window: HWND; Text: String; Size: Integer): Integer;
+  external 'GetWindowTextW@user32.dll stdcall';
 
 var
   RememberedObs: String;
@@ -154,12 +159,24 @@ begin
   Result := not HasSwitch('/RESTARTAPPLICATIONS') and CanStartObs;
 end;
 
-function AskWindowToClose(Window: HWND; ProcessId: Longint): Boolean;
+function TitleBegins(Window: HWND; const Start: String): Boolean;
 var
-  Owner: LongWord;
+  Title: String;
 begin
-  GetWindowThreadProcessId(Window, Owner);
-  if (Owner = LongWord(ProcessId)) and IsWindowVisible(Window) then
+  Title := StringOfChar(' ', Length(Start));
+  { The size counts the zero at the end. }
+  SetLength(Title, GetWindowText(Window, Title, Length(Start) + 1));
+  Result := Title = Start;
+end;
+
+{ Floating docks, which the main window owns, and projectors are left alone: they would be gone before OBS saves which of
+  them were open. Whether the main window can be seen does not count: OBS in the tray hides it. }
+function AskMainWindowToClose(Window: HWND; ProcessId: Longint): Boolean;
+var
+  Process: LongWord;
+begin
+  GetWindowThreadProcessId(Window, Process);
+  if (Process = LongWord(ProcessId)) and (GetWindow(Window, GW_OWNER) = 0) and TitleBegins(Window, MainWindowTitle) then
     PostMessage(Window, WM_CLOSE, 0, 0);
   Result := True;
 end;
@@ -169,7 +186,7 @@ procedure AskObsToClose;
 var
   WaitedMs: Integer;
 begin
-  EnumWindows(CreateCallback(@AskWindowToClose), ObsProcess);
+  EnumWindows(CreateCallback(@AskMainWindowToClose), ObsProcess);
   WaitedMs := 0;
   while (ObsProcess <> 0) and (WaitedMs < CloseWithinMs) do begin
     Sleep(LookEveryMs);

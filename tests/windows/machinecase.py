@@ -40,14 +40,14 @@ class MachineCase(unittest.TestCase):
         self.machine.write(OBS_PROGRAM, self.standInObs.read_bytes())
         self.machine.setRegistry(r"HKLM\Software\OBS Studio", "", r"C:\Program Files\obs-studio")
 
-    def startObs(self):
-        obs = self.machine.start(self.machine.driveC / OBS_PROGRAM)
+    def startObs(self, *switches):
+        obs = self.machine.start(self.machine.driveC / OBS_PROGRAM, *switches)
         self.addCleanup(obs.wait)
         self.addCleanup(obs.kill)
         waitFor(lambda: self.obsLog() == ["start"], "the start of OBS")
 
     def obsLog(self):
-        """What the stand-in has done so far: "start", "end"."""
+        """What the stand-in has done so far: "start", "disturbed" (a window closed that is not the main one), "end"."""
         log = (self.machine.driveC / OBS_PROGRAM).with_suffix(".log")
         return [line.split()[0] for line in log.read_text().splitlines()] if log.exists() else []
 

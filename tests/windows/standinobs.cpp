@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Stands in for OBS Studio where only this matters: a process named obs64.exe with a visible window that goes when it
-// is asked to close. Notes its starts and its ends, with its working folder, in obs64.log beside it.
+// Stands in for OBS Studio where only this matters: a process named obs64.exe with a main window that goes when it is
+// asked to close, and two windows that nobody but OBS should close. Notes its starts, its ends and each time that one
+// of the two was asked to close ("disturbed"), with its working folder, in obs64.log beside it.
+// --minimize-to-tray hides the main window, as OBS does.
 #include <windows.h>
 
 #include <fstream>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -18,7 +21,7 @@ void note(const char *what)
     std::ofstream(path.substr(0, path.rfind('.')) + ".log", std::ios::app) << what << ' ' << folder << '\n';
 }
 
-LRESULT CALLBACK handleMessage(HWND window, UINT message, WPARAM first, LPARAM second)
+LRESULT CALLBACK handleMainWindow(HWND window, UINT message, WPARAM first, LPARAM second)
 {
     if (message == WM_DESTROY) {
         PostQuitMessage(0);
@@ -27,17 +30,39 @@ LRESULT CALLBACK handleMessage(HWND window, UINT message, WPARAM first, LPARAM s
     return DefWindowProcA(window, message, first, second);
 }
 
-} // namespace
+LRESULT CALLBACK handleOtherWindow(HWND window, UINT message, WPARAM first, LPARAM second)
+{
+    if (message == WM_CLOSE) {
+        note("disturbed");
+        return 0;
+    }
+    return DefWindowProcA(window, message, first, second);
+}
 
-int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int)
+void registerClass(HINSTANCE instance, const char *name, WNDPROC handler)
 {
     WNDCLASSA windowClass = {};
-    windowClass.lpfnWndProc = handleMessage;
+    windowClass.lpfnWndProc = handler;
     windowClass.hInstance = instance;
-    windowClass.lpszClassName = "StandInObs";
+    windowClass.lpszClassName = name;
     RegisterClassA(&windowClass);
-    CreateWindowA("StandInObs", "OBS", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 700, 500, 200, 100, nullptr, nullptr, instance,
-                  nullptr);
+}
+
+} // namespace
+
+int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR commandLine, int)
+{
+    registerClass(instance, "StandInObs", handleMainWindow);
+    registerClass(instance, "StandInObsOther", handleOtherWindow);
+    const bool inTheTray = std::string_view(commandLine).find("--minimize-to-tray") != std::string_view::npos;
+    // All of them beside the middle of the screen, where the tests' pointer is and Setup's windows open.
+    HWND mainWindow = CreateWindowA("StandInObs", "OBS 31.1.1 - Profile: Test - Scenes: Test",
+                                    WS_OVERLAPPEDWINDOW | (inTheTray ? 0 : WS_VISIBLE), 700, 500, 200, 100, nullptr,
+                                    nullptr, instance, nullptr);
+    CreateWindowExA(WS_EX_TOOLWINDOW, "StandInObsOther", "OBS dock", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 700, 610, 200,
+                    100, mainWindow, nullptr, instance, nullptr);
+    CreateWindowA("StandInObsOther", "Projector - Preview", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 700, 720, 200, 100,
+                  nullptr, nullptr, instance, nullptr);
     note("start");
     MSG message;
     while (GetMessageA(&message, nullptr, 0, 0) > 0) {

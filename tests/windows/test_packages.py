@@ -143,6 +143,12 @@ class Packages(MachineCase):
         self.assertEqual(self.install("/CLOSEAPPLICATIONS"), 0)
         self.assertEqual(self.obsLog(), ["start", "end"])
 
+    def testObsInTheTrayIsClosed(self):
+        self.haveObs()
+        self.startObs("--minimize-to-tray")
+        self.assertEqual(self.install("/CLOSEAPPLICATIONS"), 0)
+        self.assertEqual(self.obsLog(), ["start", "end"])
+
     def testRunningObsIsNotClosedUnasked(self):
         self.haveObs()
         self.startObs()
