@@ -6,13 +6,13 @@ Usage: test_packages.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE TEST-THAT-LO
 
 import hashlib
 import os
-import subprocess
 import sys
 import tempfile
 import unittest
 import zipfile
 from pathlib import Path
 
+from keyboard import press, windowWithTheKeyboard
 from machinecase import (APP_KEY, INSTALLED, MODULE, OBS_FOLDER, OBS_PROGRAM, PLUGINS, SETTINGS, SILENT, UNINSTALL_LIST,
                          MachineCase)
 from winemachine import waitFor
@@ -160,9 +160,11 @@ class Packages(MachineCase):
         setup = self.machine.start(self.setup, *UPDATERS_SWITCHES)
         self.addCleanup(setup.wait)
         self.addCleanup(setup.kill)
+        waitFor(windowWithTheKeyboard, "Setup's first window")
+        self.assertEqual(windowWithTheKeyboard(), f"Setup - Tarvoline SRTLA {self.version} for OBS Studio")
         # Enter presses each page's default button: Install, then Finish.
         def pressEnterUntilItEnds():
-            subprocess.run(["xdotool", "key", "Return"], check=False)
+            press("Return")
             return setup.poll() is not None
         waitFor(pressEnterUntilItEnds, "the end of the wizard")
         self.assertEqual(setup.returncode, 0)

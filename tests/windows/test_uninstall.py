@@ -4,31 +4,16 @@
 Usage: test_uninstall.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE
 """
 
-import re
-import subprocess
 import sys
 import unittest
 
+from keyboard import press, windowWithTheKeyboard
 from machinecase import INSTALLED, SETTINGS, SILENT, MachineCase
 from winemachine import waitFor
 
 BOX = "Tarvoline SRTLA for OBS Studio"
 QUESTION = BOX + " Uninstall"
 STORED = {"listenPort": "5000"}
-
-
-def press(key):
-    subprocess.run(["xdotool", "key", key], check=True)
-
-
-def windowWithTheKeyboard():
-    """The name of the window below the pointer: where no window manager runs, the keys go there."""
-    result = subprocess.run(["xdotool", "getmouselocation", "--shell"], capture_output=True, text=True, check=False)
-    window = re.search(r"^WINDOW=(\d+)$", result.stdout, re.MULTILINE)
-    if not window:
-        return ""
-    result = subprocess.run(["xdotool", "getwindowname", window[1]], capture_output=True, text=True, check=False)
-    return result.stdout.strip()
 
 
 class Uninstall(MachineCase):

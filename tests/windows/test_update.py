@@ -5,12 +5,12 @@ presses Enter; the plug-in is in place and OBS runs again. And the installer tha
 Usage, beside withservers.py: test_update.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE TEST-THAT-UPDATES
 """
 
-import subprocess
 import sys
 import unittest
 import zipfile
 from pathlib import Path
 
+from keyboard import press
 from machinecase import APP_KEY, INSTALLED, MODULE, MachineCase
 from winemachine import waitFor
 
@@ -36,7 +36,7 @@ class Update(MachineCase):
         self.runDock("startsTheInstallerAndQuits")
 
         def obsIsBack():
-            subprocess.run(["xdotool", "key", "Return"], check=False)  # the default button of each of Setup's pages
+            press("Return")  # the default button of each of Setup's pages
             return self.obsLog() == ["start"]
         waitFor(obsIsBack, "the start of OBS")
         waitFor(lambda: self.installedFiles() == INSTALLED, "the plug-in's files")
