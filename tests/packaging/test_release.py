@@ -8,9 +8,11 @@ import subprocess
 import tarfile
 import tempfile
 import unittest
+import zipfile
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
+SCRIPTS = ("packaging/release", "packaging/windows/checkvendorhost.py")
 # A module that is built and packed like the real one, in a second.
 MINIATURE = {
     "CMakePresets.json": """{"version": 6, "configurePresets": [{"name": "linux", "generator": "Ninja",
@@ -40,8 +42,9 @@ class Release(unittest.TestCase):
     def setUp(self):
         self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.project = self.folder / "project"
-        (self.project / "packaging").mkdir(parents=True)
-        shutil.copy(PROJECT / "packaging" / "release", self.project / "packaging")
+        for name in SCRIPTS:
+            (self.project / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(PROJECT / name, self.project / name)
         (self.project / "buildspec.json").write_text(
             '{\n    "name": "tarvoline-srtla",\n    "displayName": "Another",\n    "version": "7.8.9",\n'
             '    "vendorHost": "vendor.test"\n}\n')
@@ -61,6 +64,23 @@ class Release(unittest.TestCase):
     def release(self, *arguments):
         return subprocess.run(["packaging/release", *arguments], cwd=self.project, capture_output=True, text=True,
                               check=False)
+
+    def haveMiniature(self):
+        for name, text in MINIATURE.items():
+            (self.project / name).write_text(text)
+        (self.project / "dev").chmod(0o755)
+        self.commit()
+
+    def readyPackages(self, **modules):
+        """A folder with an installer, and an archive for each of the modules."""
+        ready = self.folder / "ready"
+        ready.mkdir()
+        (ready / INSTALLER).write_text("x")
+        for name, module in modules.items():
+            with zipfile.ZipFile(ready / f"{name}.zip", "w", zipfile.ZIP_DEFLATED) as archive:
+                archive.writestr("README.txt", "x")
+                archive.writestr(f"bin/{name}.DLL", module)
+        return str(ready)
 
     def archive(self):
         return self.project / "dist" / ARCHIVE
@@ -84,17 +104,11 @@ class Release(unittest.TestCase):
         self.assertEqual(first[4:8], bytes(4))
 
     def testAnotherFolderGivesTheSamePackages(self):
-        for name, text in MINIATURE.items():
-            (self.project / name).write_text(text)
-        (self.project / "dev").chmod(0o755)
-        self.commit()
-        ready = self.folder / "ready"
-        ready.mkdir()
-        for name in (INSTALLER, "plug-in.zip"):
-            (ready / name).write_text("x")
+        self.haveMiniature()
+        ready = self.readyPackages(narrow=b"\x90a\0https://vendor.test\0", wide="\x90vendor.test/".encode("utf-16-le"))
 
         def released():
-            done = self.release("--windows", str(ready))
+            done = self.release("--windows", ready)
             self.assertEqual(done.returncode, 0, done.stderr + done.stdout)
             dist = self.project / "dist"
             return {str(path.relative_to(dist)): path.read_bytes() for path in dist.rglob("*") if path.is_file()}
@@ -113,7 +127,7 @@ class Release(unittest.TestCase):
         with tarfile.open(self.archive()) as archive:
             self.assertEqual({entry.name for entry in archive if entry.isfile()},
                              {f"tarvoline-srtla-7.8.9/{name}"
-                              for name in ("buildspec.json", ".gitignore", "packaging/release")})
+                              for name in ("buildspec.json", ".gitignore", *SCRIPTS)})
             self.assertEqual({entry.mtime for entry in archive}, {COMMITTED_AT_S})
 
     def testTheSumsAreThoseOfTheFiles(self):
@@ -142,6 +156,24 @@ class Release(unittest.TestCase):
 
     def testAFolderWithoutTheInstallerIsRefused(self):
         self.assertRefused(self.release("--windows", str(self.folder)), f"holds no {INSTALLER}")
+
+    def testAModuleForAnotherHostIsRefused(self):
+        self.haveMiniature()
+        ours = b"https://vendor.test\0"
+        others = {"another": b"https://other.test\0", "subdomain": b"https://a.vendor.test\0",
+                  "longer": b"https://vendor.test.de\0", "wide": "https://my-vendor.test".encode("utf-16-le")}
+        ready = self.readyPackages(ours=ours, **others)
+        done = self.release("--windows", ready)
+        self.assertRefused(done, *(f"{name}.zip: bin/{name}.DLL was not built for the vendor's host vendor.test" for name in others))
+        self.assertNotIn("ours.zip", done.stderr)
+        self.assertFalse((self.project / "build/release/linux").exists())
+        self.assertRefused(self.release("--windows", ready, "--vendor-host", "else.test"), "ours.zip", "host else.test")
+
+    def testADamagedArchiveIsRefused(self):
+        self.haveMiniature()
+        ready = self.readyPackages()
+        Path(ready, "damaged.zip").write_text("x")
+        self.assertRefused(self.release("--windows", ready), "damaged.zip is no zip archive")
 
     def testABuildThatFailsLeavesTheEarlierRelease(self):
         (self.project / "dev").write_text("#!/bin/sh\nexit 1\n")
