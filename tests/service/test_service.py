@@ -130,7 +130,7 @@ class FilesTest(ServiceTest):
 
     def testServesInstallersBesideIt(self):
         installer = b"MZ" + bytes(range(256)) * 1000
-        for name in ("Setup-1.0.exe", "SETUP.EXE.exe"):
+        for name in ("Setup-1.0.exe", "SETUP.EXE", "SETUP.EXE.exe"):
             self.put(name, installer)
             response = self.ask("GET", f"/{name}")
             self.assertEqual((response.status, response.content), (200, installer))
