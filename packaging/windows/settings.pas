@@ -68,14 +68,22 @@ begin
     end;
 end;
 
-{ The statistics file for other programs and downloaded installers in any case, the settings where asked. }
+procedure DeleteStatistics(const Folder: String);
+begin
+  DeleteFile(AddBackslash(Folder) + 'tarvoline-srtla-signal.json');
+  RemoveDir(Folder);
+end;
+
+{ The statistics file for other programs, in both its places, and downloaded installers in any case, the settings where
+  asked: those of the account that runs the uninstaller. }
 procedure RemoveTraces;
 var
   Temp: String;
 begin
   Temp := GetEnv('TEMP');
-  DeleteFile(AddBackslash(Temp) + 'Tarvoline\tarvoline-srtla-signal.json');
-  RemoveDir(AddBackslash(Temp) + 'Tarvoline');
+  DeleteStatistics(AddBackslash(Temp) + 'Tarvoline');
+  { Qt names an application's folder after its program where the application states no name; OBS states none. }
+  DeleteStatistics(ExpandConstant('{localappdata}\') + ChangeFileExt(ObsProgramName, ''));
   DeleteMatching(Temp, 'Tarvoline-SRTLA-Plugin-Setup-v*.exe');
   if RemovesSettings then begin
     RegDeleteKeyIncludingSubkeys(HKEY_CURRENT_USER, SettingsKey);

@@ -62,12 +62,14 @@ class Packages(MachineCase):
     def testUninstallLeavesTheSettingsAlone(self):
         self.machine.setRegistry(SETTINGS, "listenPort", "5000")
         signal = self.machine.write("users/root/AppData/Local/Temp/Tarvoline/tarvoline-srtla-signal.json")
+        copy = self.machine.write("users/root/AppData/Local/obs64/tarvoline-srtla-signal.json")
         download = self.machine.write("users/root/AppData/Local/Temp/Tarvoline-SRTLA-Plugin-Setup-v0.9.1.exe")
         self.install()
         self.assertEqual(self.uninstall(), 0)
         waitFor(lambda: not (self.machine.driveC / "ProgramData/obs-studio").exists(), "an empty plug-in folder to go")
         waitFor(lambda: self.machine.registry(APP_KEY) is None, "the entry in the list of programs to go")
         waitFor(lambda: not signal.parent.exists(), "the statistics file to go")
+        waitFor(lambda: not copy.parent.exists(), "the statistics file's copy to go")
         self.assertFalse(download.exists())
         self.assertEqual(self.machine.registry(SETTINGS), {"listenPort": "5000"})
 
