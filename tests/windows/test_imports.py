@@ -15,7 +15,7 @@ ENTRY_POINTS = {
 }
 LIBRARIES = {
     "obs.dll", "obs-frontend-api.dll", "qt6core.dll", "qt6gui.dll", "qt6network.dll", "qt6widgets.dll", "winhttp.dll",
-    "kernel32.dll", "msvcrt.dll",  # MinGW's C runtime
+    "ws2_32.dll", "kernel32.dll", "msvcrt.dll",  # MinGW's C runtime
 }
 LIBOBS_FUNCTIONS = {
     "blog", "obs_data_create", "obs_data_release", "obs_data_set_bool", "obs_data_set_string", "obs_get_source_by_name",
