@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """What the tests of the whole road share: the programs, which end with the test, and a folder for its files."""
 
+import itertools
 import os
 import pathlib
 import shutil
@@ -21,6 +22,9 @@ TRACED = "TracerPid:\t0\n" not in pathlib.Path("/proc/self/status").read_text(en
 # Rate times time must fit SRT's receive buffer of 8192 packets.
 _EASIER_STREAM = {"megabits_per_second": 16.0, "latency_ms": 5000} if UNDER_WINE or TRACED else {}
 _EASIER_OF_TWO = {"megabits_per_second": 8.0, "latency_ms": 8000} if UNDER_WINE or TRACED else {}
+
+_REPEATED_AFTER_S = 1.0
+_ROUNDED_TO_S = 0.001  # what the sender writes about its clock
 
 
 class RoadCase(unittest.TestCase):
@@ -49,6 +53,14 @@ class RoadCase(unittest.TestCase):
         bond = self.keep(stream.BondSender(engine.port, links, *options))
         bond.wait_for_links()
         return bond
+
+    def asked_for_groups(self, bond):
+        """How often `bond` has asked a receiver for a group: once for each that it needed, and again only after it has
+        waited for the answer."""
+        times = [line["seconds"] for line in bond.events("groupAsked")]
+        for earlier, later in itertools.pairwise(times):
+            self.assertGreaterEqual(round(later - earlier, 3), _REPEATED_AFTER_S - _ROUNDED_TO_S, times)
+        return len(times)
 
     def listener(self, **options):
         """A real SRT listener that receives into `self.folder / "received"`."""

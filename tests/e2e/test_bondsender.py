@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The bonding sender against a real receiver: registration in good and bad times, links that come and go."""
 
+import signal
 import subprocess
 
 from case import RoadCase, main, stream
@@ -19,8 +20,17 @@ def totals_show(line, link, counter, at_least):
     return line["event"] == "totals" and line["links"][link][counter] >= at_least
 
 
+def registrations(engine):
+    """The receiver's log lines about new groups."""
+    return [line for line in engine.log() if line.startswith("REG1 |")]
+
+
 class RegistrationTest(RoadCase):
     """How it gets known to the receiver."""
+
+    def wait_for_one_group(self, engine):
+        """Waits until the receiver has all links in one group."""
+        engine.wait_for(lambda line: line.get("paths") == 3 and line["groups"] == 1, "three links in one group")
 
     def test_receiver_comes_later(self):
         """It asks until a receiver is there."""
@@ -28,23 +38,43 @@ class RegistrationTest(RoadCase):
         bond = self.keep(stream.BondSender(port, LINKS, *TOTALS_OFTEN))
         bond.wait_for(lambda line: totals_show(line, 1, "sent", 1), "a second REG1, on the next link")
         self.assertEqual(bond.totals_now()["groupsCreated"], 0)
-        self.engine(NOBODY, port)
+        engine = self.engine(NOBODY, port)
         bond.wait_for_links()
-        self.assertEqual(bond.finish()["groupsCreated"], 1)
+        self.wait_for_one_group(engine)
+        created = bond.finish()["groupsCreated"]
+        self.assertEqual(engine.stop(), 0)
+        self.assertIn(created, range(1, len(registrations(engine)) + 1))
+        # The first was asked for before there was a receiver.
+        self.assertLess(len(registrations(engine)), self.asked_for_groups(bond))
+
+    def test_receiver_answers_late(self):
+        """A REG1 that was repeated meanwhile makes a second group, which replaces the first: the links join that."""
+        engine = self.engine(NOBODY)
+        engine.send_signal(signal.SIGSTOP)
+        bond = self.keep(stream.BondSender(engine.port, LINKS, "--id", GROUP))
+        bond.wait_for(lambda _: len(bond.events("groupAsked")) >= 2, "the REG1 is repeated")
+        engine.send_signal(signal.SIGCONT)
+        bond.wait_for_links()
+        self.wait_for_one_group(engine)
+        self.assertIn(f"GRUPPE | {GROUP} entfernt: Neue Sitzung desselben Senders", engine.log())
+        bond.finish()
 
     def test_receiver_restarts(self):
         """A receiver that has forgotten the sender gets a fresh registration; its log names the same sender."""
         engine = self.engine(NOBODY)
         bond = self.bond(engine, LINKS, "--id", GROUP)
+        asked_before = self.asked_for_groups(bond)
         self.assertEqual(engine.stop(), 0)
         again = self.engine(NOBODY, engine.port)
         bond.wait_for(lambda line: line["event"] == "linkSilent", "the silence is noticed")
         bond.wait_for(lambda line: line["event"] == "groupGone", "the new receiver doesn't know the group")
-        again.wait_for(lambda line: line.get("paths") == 3 and line["groups"] == 1, "all links at the new receiver")
-        self.assertEqual(bond.finish()["groupsCreated"], 2)
-        registrations = [line for line in again.log() if line.startswith("REG1 |")]
-        self.assertEqual(len(registrations), 1, registrations)
-        self.assertIn(GROUP, registrations[0])
+        self.wait_for_one_group(again)
+        self.assertGreaterEqual(bond.finish()["groupsCreated"], 2)
+        self.assertEqual(again.stop(), 0)
+        # Three links are told that the group is gone, and ask once together.
+        self.assertIn(len(registrations(again)), range(1, self.asked_for_groups(bond) - asked_before + 1))
+        for line in registrations(again):
+            self.assertIn(GROUP, line)
 
     def test_sender_restarts_with_the_same_id(self):
         """The receiver takes the second one as a new session of the same sender."""
@@ -58,7 +88,7 @@ class RegistrationTest(RoadCase):
         """Each answer comes after the REG1 has been repeated, and names a group that the repetition replaces."""
         engine = self.engine(NOBODY)
         bond = self.bond(engine, [link + ",delay=600ms" for link in LINKS])
-        engine.wait_for(lambda line: line.get("paths") == 3 and line["groups"] == 1, "three links in one group")
+        self.wait_for_one_group(engine)
         self.assertEqual([link["state"] for link in bond.finish()["links"]], ["registered"] * 3)
 
     def test_lossy_links_register(self):

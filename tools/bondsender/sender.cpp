@@ -239,7 +239,11 @@ void Sender::tick(TimePoint now)
             links[index].send(makeKeepalive(static_cast<std::uint64_t>(stamp)), now);
         }
     }
+    const bool asksForGroup = !registration.groupId();
     for (Outgoing &outgoing : registration.due(now)) {
+        if (asksForGroup) {
+            reporter.event("groupAsked", {{"link", links[outgoing.link].address()}}, now);
+        }
         links[outgoing.link].send(std::move(outgoing.datagram), now);
     }
 }
