@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "arguments.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 const char *const usageText =
@@ -12,39 +14,39 @@ const char *const usageText =
 
 namespace {
 
-std::optional<quint16> parsePort(const QString &word)
+// Qt's own reading lets signs and spaces pass, and 0 stands for what is no number.
+bool readPort(const QString &word, quint16 &port)
 {
-    bool isNumber = false;
-    const quint16 port = word.toUShort(&isNumber);
-    return isNumber && port != 0 ? std::optional(port) : std::nullopt;
+    const bool digitsAlone = std::ranges::all_of(word, [](QChar sign) { return sign >= u'0' && sign <= u'9'; });
+    port = word.toUShort();
+    return digitsAlone && port != 0;
+}
+
+// Qt's own reading also takes spaces around it, and fewer than four numbers.
+bool readTarget(const QString &word, QHostAddress &target)
+{
+    return target.setAddress(word) && target.protocol() == QAbstractSocket::IPv4Protocol && target.toString() == word;
+}
+
+bool readArgument(const QString &name, const QString &value, Arguments &arguments)
+{
+    return (name == "--listen"_L1 && readPort(value, arguments.listenPort)) ||
+           (name == "--target-port"_L1 && readPort(value, arguments.targetPort)) ||
+           (name == "--target"_L1 && readTarget(value, arguments.target));
 }
 
 } // namespace
 
 std::optional<Arguments> parseArguments(const QStringList &words)
 {
-    std::optional<quint16> listenPort;
-    std::optional<quint16> targetPort;
     Arguments arguments;
     for (qsizetype at = 0; at < words.size(); at += 2) {
-        if (at + 1 == words.size()) {
-            return std::nullopt;
-        }
-        const QString &name = words[at];
-        const QString &value = words[at + 1];
-        if (name == "--listen"_L1) {
-            listenPort = parsePort(value);
-        } else if (name == "--target-port"_L1) {
-            targetPort = parsePort(value);
-        } else if (name != "--target"_L1 || !arguments.target.setAddress(value) ||
-                   arguments.target.protocol() != QAbstractSocket::IPv4Protocol) {
+        if (at + 1 == words.size() || !readArgument(words[at], words[at + 1], arguments)) {
             return std::nullopt;
         }
     }
-    if (!listenPort || !targetPort) {
-        return std::nullopt;
+    if (arguments.listenPort == 0 || arguments.targetPort == 0) {
+        return std::nullopt; // missing
     }
-    arguments.listenPort = *listenPort;
-    arguments.targetPort = *targetPort;
     return arguments;
 }

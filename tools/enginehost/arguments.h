@@ -17,6 +17,7 @@ struct Arguments
 /// The command line in words.
 extern const char *const usageText;
 
-/// Reads the command line (without the program's name); nothing if anything in it is wrong or missing. Ports are
-/// decimal numbers from 1 to 65535, the target is an IPv4 address.
+/// Reads the command line (without the program's name); nothing if anything in it is wrong or missing, also if a later
+/// argument says the same right. Ports are decimal numbers from 1 to 65535, the target is an IPv4 address in four
+/// parts.
 [[nodiscard]] std::optional<Arguments> parseArguments(const QStringList &words);
