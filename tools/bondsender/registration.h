@@ -59,7 +59,7 @@ public:
 private:
     struct Question
     {
-        GroupId group;
+        GroupId group{};
         TimePoint asked;
     };
     struct Link
