@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// Groups that take one another's place, and answers that come late, twice or never.
+#include "registrationcase.h"
+
+#include <QTest>
+
+using namespace bondsender;
+using namespace std::chrono_literals;
+using Change = Registration::Change;
+using LinkState = Registration::LinkState;
+
+class TestBondsenderGroups : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aNewGroupReplacesTheOld();
+    void ignoresItsGroupAgain();
+    void aWayOfMoreThanTheRetryInterval();
+    void anOvertakenAnswerIsGivenUpAgain();
+    void aReplayedGroupIsGivenUpAgain();
+    void aLateAnswerAboutTheOldGroupIsNoNews();
+    void aLateRegistrationInTheOldGroupDoesNotCount();
+    void aLostAnswerIsNotWaitedForForever();
+};
+
+void TestBondsenderGroups::aNewGroupReplacesTheOld()
+{
+    Registration registration = joined();
+    QVERIFY(registration.take(0, makeReg2(otherGroup), start) == Change::GroupCreated);
+    QVERIFY(registration.groupId() == otherGroup);
+    for (std::size_t link = 0; link < linkCount; ++link) {
+        QVERIFY(registration.state(link) == LinkState::Joining);
+    }
+    QVERIFY(asksOnEveryLink(registration.due(start), otherGroup));
+    for (std::size_t link = 0; link < linkCount; ++link) {
+        QVERIFY(registration.take(link, reg3, start) == Change::LinkRegistered);
+    }
+    registration.linkFellSilent(1, start);
+    (void)registration.due(start);
+    QVERIFY(registration.take(1, regNgp, start) == Change::GroupGone);
+    QVERIFY(!registration.groupId()); // the old one, gone for certain, is not tried again
+}
+
+void TestBondsenderGroups::ignoresItsGroupAgain()
+{
+    Registration registration = joined();
+    QVERIFY(registration.take(0, makeReg2(group), start) == Change::None);
+    QVERIFY(registration.state(0) == LinkState::Registered);
+    QVERIFY(registration.due(start + 1h).empty());
+}
+
+/// Every link takes 600 ms there and as long back, so that the repeated REG1 replaces the group in the first answer.
+void TestBondsenderGroups::aWayOfMoreThanTheRetryInterval()
+{
+    Registration registration(proposal, linkCount);
+    QCOMPARE(registration.due(start).size(), 1U);
+    QCOMPARE(registration.due(start + 1000ms).size(), 1U);
+    QVERIFY(registration.take(0, makeReg2(group), start + 1200ms) == Change::GroupCreated);
+    QVERIFY(asksOnEveryLink(registration.due(start + 1200ms), group));
+    QVERIFY(registration.take(1, makeReg2(otherGroup), start + 2200ms) == Change::GroupCreated);
+    QVERIFY(asksOnEveryLink(registration.due(start + 2200ms), otherGroup));
+    for (std::size_t link = 0; link < linkCount; ++link) {
+        QVERIFY(registration.take(link, regNgp, start + 2400ms) == Change::None);
+    }
+    QVERIFY(registration.due(start + 2400ms).empty());
+    QVERIFY(asksOnEveryLink(registration.due(start + 3200ms), otherGroup));
+    for (std::size_t link = 0; link < linkCount; ++link) {
+        QVERIFY(registration.take(link, reg3, start + 3400ms) == Change::LinkRegistered);
+        QVERIFY(registration.take(link, reg3, start + 4400ms) == Change::None);
+    }
+    QVERIFY(registration.groupId() == otherGroup);
+    QVERIFY(registration.due(start + 1h).empty());
+}
+
+void TestBondsenderGroups::anOvertakenAnswerIsGivenUpAgain()
+{
+    Registration registration(proposal, linkCount);
+    (void)registration.due(start);
+    (void)registration.due(start + Registration::retryInterval);
+    const TimePoint now = start + Registration::retryInterval + 100ms;
+    registration.take(1, makeReg2(group), now);
+    registration.take(0, makeReg2(otherGroup), now); // the answer to the first REG1
+    QVERIFY(asksOnEveryLink(registration.due(now), otherGroup));
+    QVERIFY(registration.take(2, regNgp, now) == Change::GroupGone);
+    QVERIFY(asksOnEveryLink(registration.due(now), group));
+    for (std::size_t link = 0; link < linkCount - 1; ++link) {
+        QVERIFY(registration.take(link, regNgp, now) == Change::None);
+    }
+    for (std::size_t link = 0; link < linkCount; ++link) {
+        QVERIFY(registration.take(link, reg3, now) == Change::LinkRegistered);
+    }
+    QVERIFY(registration.groupId() == group);
+}
+
+void TestBondsenderGroups::aReplayedGroupIsGivenUpAgain()
+{
+    Registration registration = joined();
+    registration.take(0, makeReg2(otherGroup), start);
+    (void)registration.due(start);
+    QVERIFY(registration.take(0, regNgp, start) == Change::GroupGone);
+    QVERIFY(registration.groupId() == group);
+    QVERIFY(asksOnEveryLink(registration.due(start), group));
+    QVERIFY(registration.take(0, reg3, start) == Change::LinkRegistered);
+}
+
+void TestBondsenderGroups::aLateAnswerAboutTheOldGroupIsNoNews()
+{
+    Registration registration = joined();
+    registration.linkFellSilent(0, start);
+    registration.linkFellSilent(1, start);
+    (void)registration.due(start);
+    registration.take(0, regNgp, start);
+    (void)registration.due(start);
+    QVERIFY(registration.take(0, makeReg2(otherGroup), start) == Change::GroupCreated);
+    (void)registration.due(start);
+    QVERIFY(registration.take(1, regNgp, start) == Change::None);
+    QVERIFY(registration.groupId() == otherGroup);
+    QVERIFY(registration.take(1, regNgp, start) == Change::GroupGone);
+}
+
+void TestBondsenderGroups::aLateRegistrationInTheOldGroupDoesNotCount()
+{
+    Registration registration = joined();
+    registration.linkFellSilent(1, start);
+    (void)registration.due(start);
+    registration.take(0, makeReg2(otherGroup), start);
+    (void)registration.due(start);
+    QVERIFY(registration.take(1, reg3, start) == Change::None);
+    QVERIFY(registration.state(1) == LinkState::Joining);
+    QVERIFY(registration.take(1, reg3, start) == Change::LinkRegistered);
+}
+
+void TestBondsenderGroups::aLostAnswerIsNotWaitedForForever()
+{
+    Registration registration = joined();
+    registration.linkFellSilent(1, start);
+    QCOMPARE(registration.due(start).size(), 1U);
+    const TimePoint later = start + Registration::longestAnswer + 1ms;
+    registration.take(0, makeReg2(otherGroup), later);
+    (void)registration.due(later);
+    QVERIFY(registration.take(1, reg3, later) == Change::LinkRegistered);
+}
+
+QTEST_GUILESS_MAIN(TestBondsenderGroups)
+#include "tst_bondsender_groups.moc"
