@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "impairment.h"
-#include "registration.h"
+#include "registrationcase.h"
 
 #include <QTest>
 
@@ -13,15 +13,11 @@ using Impairments = std::vector<Impairment>;
 
 namespace {
 
-const GroupId proposal{0x3f, 0xa0};
-constexpr TimePoint start = TimePoint(100s);
 constexpr auto stepInterval = 10ms;
 constexpr auto keepaliveInterval = 1000ms;
 constexpr auto silentAfter = 4000ms;
 constexpr std::uint64_t keepaliveStamp = 1;
 constexpr auto watchedFor = 60s;
-const Bytes reg3{0x92, 0x02};
-const Bytes regNgp{0x92, 0x11};
 
 /// What a receiver knows of one sender: the group that the last REG1 made, and the links that joined it.
 class Receiver
