@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "socketwatch.h"
 #include "srtlaendpoint.h"
 
 #include <QByteArray>
@@ -114,7 +113,6 @@ private:
     /// The groups' ids by their senders' halves, so that a REG1 need not look at every group. A sender has one; for a
     /// moment two, when a slot that hears of the first one's end runs an event loop in which the sender comes again.
     QMultiHash<QByteArray, QByteArray> sessionIndex;
-    SocketWatch srtSocketWatch;
     /// Whom the last link's packet belonged to, while it is in the table.
     QSharedPointer<SrtlaGroup> recentGroup;
 };

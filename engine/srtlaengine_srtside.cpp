@@ -32,7 +32,6 @@ void SrtlaEngine::ensureSrtSocket(SrtlaGroup &group)
             [this, groupId = group.id] { reportSrtSocketError(groupId); });
     socket->connectToHost(targetAddress, targetPort, QIODevice::ReadWrite);
     enlargeReceiveBuffer(*socket);
-    srtSocketWatch.add(*socket);
     Q_EMIT logMessage(SrtlaTexts::srtSocketCreated(group.id, targetAddress, targetPort));
 }
 
