@@ -2,62 +2,131 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Fetches what the preset windows-x64 builds against: fetch.py FOLDER
 
-NEVER RUN YET: written on a machine without Windows and without Microsoft's compiler.
+Untested on Windows: the downloads, their digests and every refusal are tested against a local server with archives of the
+same layout, the build of libobs is not.
 
-The sources of OBS are fetched by the digest in dependencies.json, and refused while that is empty. The prebuilt
-dependencies and Qt are those that these very sources name, by the digests in their buildspec.json. libobs and the
-front-end interface are then built and installed into FOLDER.
+The sources of OBS come by the digest in dependencies.json. The prebuilt dependencies and Qt are those that these very
+sources name, by the digests in their buildspec.json. libobs and the front-end interface are then built and installed into
+FOLDER. A complete FOLDER is left as it is; one that an interrupted call has left behind is made anew.
 """
 
 import hashlib
 import json
+import shutil
 import subprocess
 import sys
-import tarfile
 import urllib.request
 import zipfile
 from pathlib import Path
 
-ARCHIVES = {"prebuilt": "windows-deps-{version}-x64.zip", "qt6": "windows-deps-qt6-{version}-x64.zip"}
+ARCHIVES = {"prebuilt": "windows-deps-{version}-x64{revision}.zip", "qt6": "windows-deps-qt6-{version}-x64{revision}.zip"}
+PLATFORM = "windows-x64"
+# Names the dependencies that a complete folder holds; empty while it is being filled.
+STATE_FILE = "tarvoline-dependencies.txt"
+CHUNK_BYTES = 1 << 20
+STALLED_AFTER_S = 60
 
 
 def main():
+    if len(sys.argv) != 2:
+        sys.exit("usage: fetch.py FOLDER")
     folder = Path(sys.argv[1]).resolve()
-    folder.mkdir(parents=True, exist_ok=True)
-    obs = json.loads((Path(__file__).parent / "dependencies.json").read_text())["obs-studio"]
-    with tarfile.open(fetch(obs["url"], obs["sha256"], folder)) as archive:
-        archive.extractall(folder, filter="data")
-    sources = folder / f"obs-studio-{obs['version']}"
+    dependencies = Path(__file__).parent / "dependencies.json"
+    wanted = hashlib.sha256(dependencies.read_bytes()).hexdigest()
+    if isComplete(folder, wanted):
+        print(f"{folder} is complete.")
+        return
+    try:
+        (folder / STATE_FILE).write_text("")
+        fill(folder, json.loads(dependencies.read_text())["obs-studio"])
+        (folder / STATE_FILE).write_text(wanted)
+    except BaseException as failure:
+        shutil.rmtree(folder, ignore_errors=True)
+        if isinstance(failure, SystemExit):
+            raise
+        sys.exit(f"{folder} could not be filled: {failure or type(failure).__name__}.")
 
-    dependencies = json.loads((sources / "buildspec.json").read_text())["dependencies"]
+
+def isComplete(folder, wanted):
+    """Whether nothing is to be done; otherwise the folder is there and empty afterwards. Refuses others' folders."""
+    if folder.exists() and not folder.is_dir():
+        sys.exit(f"{folder} is no folder.")
+    state = folder / STATE_FILE
+    if state.is_file():
+        if state.read_text() == wanted:
+            return True
+        shutil.rmtree(folder)
+    elif folder.is_dir() and any(folder.iterdir()):
+        sys.exit(f"{folder} holds other files: name a new folder.")
+    try:
+        folder.mkdir(parents=True, exist_ok=True)
+    except OSError as error:
+        sys.exit(f"{folder} could not be made: {error.strerror}.")
+    return False
+
+
+def fill(folder, obs):
+    unpack(fetch(obs["url"], obs["sha256"], folder), folder)
+    sources = folder / f"obs-studio-{obs['version']}"
+    for url, sha256 in prebuiltArchives(sources / "buildspec.json"):
+        unpack(fetch(url, sha256, folder), folder)
+    buildObs(sources, folder, obs["version"])
+
+
+def prebuiltArchives(buildspec):
+    """The (url, sha256) pairs of the dependencies that the sources of OBS name in their buildspec.json."""
+    dependencies = json.loads(buildspec.read_text())["dependencies"]
     for name, pattern in ARCHIVES.items():
         entry = dependencies[name]
-        url = f"{entry['baseUrl']}/{entry['version']}/{pattern.format(version=entry['version'])}"
-        with zipfile.ZipFile(fetch(url, entry["hashes"]["windows-x64"], folder)) as archive:
-            archive.extractall(folder)
+        revision = entry.get("revision", {}).get(PLATFORM)
+        file = pattern.format(version=entry["version"], revision=f"-v{revision}" if revision else "")
+        yield f"{entry['baseUrl']}/{entry['version']}/{file}", entry["hashes"][PLATFORM]
 
+
+def fetch(url, sha256, folder):
+    """The downloaded file; ends the program where it cannot be had or has another digest."""
+    if not sha256:
+        sys.exit(f"No digest is known for {url}: enter it in dependencies.json first.")
+    print(f"Fetching {url} …", flush=True)
+    target = folder / url.rpartition("/")[2]
+    digest = hashlib.sha256()
+    try:
+        with urllib.request.urlopen(url, timeout=STALLED_AFTER_S) as reply, target.open("wb") as file:
+            while chunk := reply.read(CHUNK_BYTES):
+                digest.update(chunk)
+                file.write(chunk)
+    except (OSError, ValueError) as error:
+        target.unlink(missing_ok=True)
+        reason = getattr(error, "reason", None) or error
+        sys.exit(f"{url} could not be fetched: {reason}.")
+    if digest.hexdigest() != sha256:
+        target.unlink()
+        sys.exit(f"{url} has the digest {digest.hexdigest()}, not {sha256}.")
+    return target
+
+
+def unpack(archive, folder):
+    with zipfile.ZipFile(archive) as opened:
+        opened.extractall(folder)
+    archive.unlink()
+
+
+def buildObs(sources, folder, version):
     build = sources / "build_x64"
     run("cmake", "-S", sources, "-B", build, "-G", "Visual Studio 17 2022", "-A", "x64", "-DENABLE_PLUGINS=OFF",
-        "-DENABLE_FRONTEND=OFF", f"-DOBS_VERSION_OVERRIDE={obs['version']}", f"-DCMAKE_PREFIX_PATH={folder}")
+        "-DENABLE_FRONTEND=OFF", "-DENABLE_SCRIPTING=OFF", f"-DOBS_VERSION_OVERRIDE={version}",
+        f"-DCMAKE_PREFIX_PATH={folder}")
     run("cmake", "--build", build, "--target", "obs-frontend-api", "--config", "Release", "--parallel")
     run("cmake", "--install", build, "--component", "Development", "--config", "Release", "--prefix", folder)
 
 
-def fetch(url, sha256, folder):
-    """The downloaded file; ends the program where it is not the one with this digest."""
-    if not sha256:
-        sys.exit(f"No digest is known for {url}: enter it in dependencies.json first.")
-    target = folder / url.rpartition("/")[2]
-    urllib.request.urlretrieve(url, target)
-    found = hashlib.sha256(target.read_bytes()).hexdigest()
-    if found != sha256:
-        target.unlink()
-        sys.exit(f"{url} has the digest {found}, not {sha256}.")
-    return target
-
-
 def run(*command):
-    subprocess.run([str(part) for part in command], check=True)
+    try:
+        code = subprocess.run([str(part) for part in command], check=False).returncode
+    except OSError as error:
+        sys.exit(f"{command[0]} could not be started: {error.strerror}.")
+    if code != 0:
+        sys.exit(f"\"{' '.join(map(str, command[:3]))} …\" ended with {code}; its own words stand above.")
 
 
 if __name__ == "__main__":

@@ -1,0 +1,58 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""What tools/buildroot/fetch-innosetup refuses, with a program in npm's place. The Windows build fetches the real package."""
+
+import os
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+SCRIPT = Path(__file__).resolve().parents[2] / "tools/buildroot/fetch-innosetup"
+
+
+class FetchInnoSetup(unittest.TestCase):
+    def setUp(self):
+        self.root = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.folder = self.root / "innosetup"
+
+    def fetch(self, *arguments, npm="exit 7"):
+        (self.root / "bin").mkdir()
+        (self.root / "bin/npm").write_text(f"#!/bin/sh\n{npm}\n")
+        (self.root / "bin/npm").chmod(0o755)
+        done = subprocess.run([SCRIPT, *arguments], env=os.environ | {"PATH": f"{self.root}/bin:{os.environ['PATH']}"},
+                              capture_output=True, text=True, check=False)
+        return done.returncode, done.stderr
+
+    def testAFailedDownloadLeavesNothing(self):
+        self.assertEqual(self.fetch(self.folder),
+                         (1, "Inno Setup (innosetup-compiler@6.3.1) could not be fetched from npm.\n"))
+        self.assertEqual({path.name for path in self.root.iterdir()}, {"bin"})
+
+    def testOtherBytesAreRefused(self):
+        for npm in ("echo x >innosetup-compiler-6.3.1.tgz", "true"):
+            with self.subTest(npm=npm):
+                code, message = self.fetch(self.folder, npm=npm)
+                self.assertEqual(code, 1)
+                self.assertIn("is not the file with the known digest.", message)
+                (self.root / "bin/npm").unlink()
+                (self.root / "bin").rmdir()
+                self.assertEqual(list(self.root.iterdir()), [])
+
+    def testAFetchedCompilerIsLeftAsItIs(self):
+        (self.folder / "bin").mkdir(parents=True)
+        (self.folder / "bin/ISCC.exe").write_text("x")
+        self.assertEqual(self.fetch(self.folder), (0, ""))
+
+    def testAnotherFolderIsRefused(self):
+        self.folder.mkdir()
+        (self.folder / "mine").write_text("x")
+        code, message = self.fetch(self.folder)
+        self.assertEqual((code, message), (1, f"{self.folder} exists and holds no Inno Setup: name a new folder.\n"))
+        self.assertTrue((self.folder / "mine").exists())
+
+    def testWithoutAFolderTheUsageIsShown(self):
+        self.assertEqual(self.fetch(), (2, "usage: fetch-innosetup FOLDER\n"))
+
+
+if __name__ == "__main__":
+    unittest.main()
