@@ -7,8 +7,6 @@ set -u
 mode=$1 root=$2 project=$3 cacheHome=$4
 shift 4
 shared=("$project" "$cacheHome")
-# shellcheck disable=SC2206
-shared+=(${TARVOLINE_BIND:-})
 [ -z "${DISPLAY:-}" ] || [ ! -d /tmp/.X11-unix ] || shared+=(/tmp/.X11-unix)
 
 mountBelowRoot() {

@@ -6,6 +6,9 @@ project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
 cacheHome=${XDG_CACHE_HOME:-$HOME/.cache}/tarvoline-srtla
 rootsHome=$cacheHome/roots
 
+# Debian leaves these folders out of an ordinary user's PATH; chroot is in there.
+PATH=$PATH:/usr/sbin:/sbin
+
 say() { printf '%s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
