@@ -10,7 +10,7 @@ import threading
 # Only who listens for every protocol is shown what leaves.
 _ETH_P_ALL = 0x0003
 _SO_TIMESTAMPNS = 35
-# Beyond what the system allows everybody: a burst after a stall must not be lost here of all places.
+# Beyond net.core.rmem_max, so that a burst after a stall is not lost in the capture; refused in a user namespace.
 _SO_RCVBUFFORCE = 33
 _OUTGOING = 4
 _ETHERNET_HEADER = 14
@@ -36,7 +36,10 @@ class DelayMeter:
         self._delays = []
         self._leaving = threading.Event()
         self._socket = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(_ETH_P_ALL))
-        self._socket.setsockopt(socket.SOL_SOCKET, _SO_RCVBUFFORCE, _BUFFER)
+        try:
+            self._socket.setsockopt(socket.SOL_SOCKET, _SO_RCVBUFFORCE, _BUFFER)
+        except PermissionError:
+            self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, _BUFFER)
         self._socket.setsockopt(socket.SOL_SOCKET, _SO_TIMESTAMPNS, 1)
         self._socket.bind(("lo", _ETH_P_ALL))
         self._socket.settimeout(_TICK_S)
