@@ -2,7 +2,6 @@
 // The engine's life: construction, start, stop and teardown.
 #include "srtlaengine.h"
 
-#include "srtlagroup.h"
 #include "srtlatexts.h"
 #include "udpport.h"
 
@@ -69,10 +68,7 @@ void SrtlaEngine::stop()
     }
     cleanupTimer.stop();
     statisticsTimer.stop();
-    const QList<QByteArray> groupIds = groups.keys();
-    for (const QByteArray &groupId : groupIds) {
-        removeGroup(groupId, SrtlaTexts::reasonStopped());
-    }
+    removeAllGroups(SrtlaTexts::reasonStopped());
     if (shuttingDown) {
         return; // a slot that heard of a removal saw to the rest, and nothing is told any more
     }
@@ -99,19 +95,7 @@ void SrtlaEngine::shutdown()
     disconnect(&clientSocket, nullptr, this, nullptr);
     clientSocket.abort();
     clientSocket.close();
-    for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
-        if (group->srtSocket) {
-            group->srtSocket->blockSignals(true);
-            disconnect(group->srtSocket.get(), nullptr, this, nullptr);
-            group->srtSocket->abort();
-            group->srtSocket->close();
-        }
-    }
-    recentGroup.reset();
-    groups.clear();
-    pathIndex.clear();
-    senderIndex.clear();
-    sessionIndex.clear();
+    dropAllGroups();
     listenPort = 0;
     targetPort = 0;
 }

@@ -14,6 +14,7 @@
 
 struct SrtlaGroup;
 struct SrtlaPath;
+enum class SenderDatagram;
 
 /// Receives bonded SRTLA senders on one UDP port, joins each sender's links into a group, forwards the group's SRT
 /// packets to a local SRT listener and sends the listener's replies back over the links.
@@ -74,10 +75,8 @@ private:
     void handleDatagram(const QByteArray &datagram, const SrtlaEndpoint &sender);
     void handleReg1(const QByteArray &datagram, const SrtlaEndpoint &sender);
     void handleReg2(const QByteArray &datagram, const SrtlaEndpoint &sender);
-    void handlePathPacket(const QSharedPointer<SrtlaGroup> &group, SrtlaPath &path, const QByteArray &datagram,
-                          const SrtlaEndpoint &sender);
-    [[nodiscard]] QSharedPointer<SrtlaGroup> groupForPath(const SrtlaEndpoint &endpoint);
-    [[nodiscard]] QByteArray makeGroupId(const QByteArray &senderId) const;
+    void handlePathPacket(const QSharedPointer<SrtlaGroup> &group, SrtlaPath &path, SenderDatagram kind,
+                          const QByteArray &datagram, const SrtlaEndpoint &sender);
     void sendToSender(const QByteArray &datagram, const SrtlaEndpoint &endpoint);
 
     // To and from the SRT listener: srtlaengine_srtside.cpp
@@ -88,8 +87,20 @@ private:
     void routeSrtReply(SrtlaGroup &group, const QByteArray &datagram);
     void releaseAfterHandler(QSharedPointer<SrtlaGroup> group);
 
-    // The lives of groups and links: srtlaengine_sessions.cpp
+    // Groups and links: srtlaengine_sessions.cpp, the only file that changes the tables below.
+    /// Creates the group of a REG1 with a new id and enters it and its sender into the tables.
+    QSharedPointer<SrtlaGroup> openGroup(const QByteArray &senderId, const SrtlaEndpoint &sender);
+    [[nodiscard]] QByteArray makeGroupId(const QByteArray &senderId) const;
+    void addPath(SrtlaGroup &group, const SrtlaEndpoint &endpoint);
+    void removePath(SrtlaGroup &group, const SrtlaEndpoint &endpoint);
+    /// The group with the id; none while its removal is being told.
+    [[nodiscard]] QSharedPointer<SrtlaGroup> findGroup(const QByteArray &groupId) const;
+    /// The group that the endpoint is a registered link of, or none.
+    [[nodiscard]] QSharedPointer<SrtlaGroup> groupForPath(const SrtlaEndpoint &endpoint);
     void removeGroup(const QByteArray &groupId, const QString &reason);
+    void removeAllGroups(const QString &reason);
+    /// Without a signal or a log line.
+    void dropAllGroups();
     void removeSilentPaths(SrtlaGroup &group, qint64 now);
 
     QUdpSocket clientSocket;
@@ -113,6 +124,6 @@ private:
     /// The groups' ids by their senders' halves, so that a REG1 need not look at every group. A sender has one; for a
     /// moment two, when a slot that hears of the first one's end runs an event loop in which the sender comes again.
     QMultiHash<QByteArray, QByteArray> sessionIndex;
-    /// Whom the last link's packet belonged to, while it is in the table.
+    /// Group of the most recent packet of a link (one-entry cache).
     QSharedPointer<SrtlaGroup> recentGroup;
 };

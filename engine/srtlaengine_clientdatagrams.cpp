@@ -7,8 +7,6 @@
 #include "srtlatexts.h"
 #include "udpreading.h"
 
-#include <QRandomGenerator>
-
 void SrtlaEngine::readClientDatagrams()
 {
     drainUnasked(clientSocket, [this](const QNetworkDatagram &received) {
@@ -21,17 +19,17 @@ void SrtlaEngine::readClientDatagrams()
 
 void SrtlaEngine::handleDatagram(const QByteArray &datagram, const SrtlaEndpoint &sender)
 {
-    switch (classifySenderDatagram(datagram)) {
-    case SenderDatagram::Unusable:
+    const SenderDatagram kind = classifySenderDatagram(datagram);
+    if (kind == SenderDatagram::Unusable) {
         return;
-    case SenderDatagram::Reg1:
+    }
+    if (kind == SenderDatagram::Reg1) {
         handleReg1(datagram, sender);
         return;
-    case SenderDatagram::Reg2:
+    }
+    if (kind == SenderDatagram::Reg2) {
         handleReg2(datagram, sender);
         return;
-    case SenderDatagram::LinkPacket:
-        break;
     }
     const QSharedPointer<SrtlaGroup> group = groupForPath(sender);
     if (!group) {
@@ -39,7 +37,7 @@ void SrtlaEngine::handleDatagram(const QByteArray &datagram, const SrtlaEndpoint
     }
     const auto path = group->paths.find(sender);
     if (path != group->paths.end()) {
-        handlePathPacket(group, *path, datagram, sender);
+        handlePathPacket(group, *path, kind, datagram, sender);
     }
 }
 
@@ -59,40 +57,15 @@ void SrtlaEngine::handleReg1(const QByteArray &datagram, const SrtlaEndpoint &se
         return; // a slot that heard of a removal stopped the engine
     }
 
-    const auto group = QSharedPointer<SrtlaGroup>::create();
-    group->id = makeGroupId(senderId);
-    group->senderId = senderId;
-    group->registeredAddress = sender.address;
-    group->registeredPort = sender.port;
-    group->replyAddress = sender.address;
-    group->replyPort = sender.port;
-    group->createdMs = nowMs();
-    group->lastActivityMs = group->createdMs;
-    senderIndex.insert(sender, group->id);
-    sessionIndex.insert(senderId, group->id);
-    groups.insert(group->id, group);
-
+    const QSharedPointer<SrtlaGroup> group = openGroup(senderId, sender);
     sendToSender(makeReg2(group->id), sender);
     Q_EMIT logMessage(SrtlaTexts::newGroup(group->id, sender.address, sender.port));
-}
-
-QByteArray SrtlaEngine::makeGroupId(const QByteArray &senderId) const
-{
-    QByteArray id;
-    do {
-        id = senderId;
-        id.resize(groupIdBytes);
-        for (qsizetype i = senderIdBytes; i < groupIdBytes; ++i) {
-            id[i] = static_cast<char>(QRandomGenerator::global()->generate());
-        }
-    } while (groups.contains(id));
-    return id;
 }
 
 void SrtlaEngine::handleReg2(const QByteArray &datagram, const SrtlaEndpoint &sender)
 {
     // The local reference keeps the group while slots hear of the new link.
-    const QSharedPointer<SrtlaGroup> group = groups.value(groupIdOfReg2(datagram));
+    const QSharedPointer<SrtlaGroup> group = findGroup(groupIdOfReg2(datagram));
     if (!group) {
         sendToSender(makeTypeOnly(SRTLA_TYPE_REG_NGP), sender);
         return;
@@ -103,13 +76,7 @@ void SrtlaEngine::handleReg2(const QByteArray &datagram, const SrtlaEndpoint &se
         return;
     }
     if (!group->paths.contains(sender)) {
-        SrtlaPath path;
-        path.address = sender.address;
-        path.port = sender.port;
-        path.lastActivityMs = nowMs();
-        path.pendingAcks.reserve(sequencesPerAck);
-        group->paths.insert(sender, path);
-        pathIndex.insert(sender, group->id);
+        addPath(*group, sender);
         Q_EMIT logMessage(SrtlaTexts::pathConnected(sender.address, sender.port, group->id));
     }
     group->lastActivityMs = nowMs();
@@ -118,41 +85,26 @@ void SrtlaEngine::handleReg2(const QByteArray &datagram, const SrtlaEndpoint &se
     sendToSender(makeTypeOnly(SRTLA_TYPE_REG3), sender);
 }
 
-QSharedPointer<SrtlaGroup> SrtlaEngine::groupForPath(const SrtlaEndpoint &endpoint)
-{
-    const auto indexed = pathIndex.constFind(endpoint);
-    if (indexed == pathIndex.constEnd()) {
-        return {};
-    }
-    // Most often the last packet's group again. The index shares the bytes of its groups' ids: the same bytes in memory
-    // are the same id, and 256 of them need not be hashed.
-    if (!recentGroup || recentGroup->id.constData() != indexed->constData()) {
-        recentGroup = groups.value(*indexed);
-    }
-    return recentGroup;
-}
-
-void SrtlaEngine::handlePathPacket(const QSharedPointer<SrtlaGroup> &group, SrtlaPath &path, const QByteArray &datagram,
-                                   const SrtlaEndpoint &sender)
+void SrtlaEngine::handlePathPacket(const QSharedPointer<SrtlaGroup> &group, SrtlaPath &path, SenderDatagram kind,
+                                   const QByteArray &datagram, const SrtlaEndpoint &sender)
 {
     path.lastActivityMs = nowMs();
     ++path.packets;
     path.bytes += static_cast<quint64>(datagram.size());
     group->lastActivityMs = path.lastActivityMs;
 
-    const LinkPacket kind = classifyLinkPacket(datagram);
-    if (kind == LinkPacket::Keepalive) {
+    if (kind == SenderDatagram::Keepalive) {
         sendToSender(datagram, sender);
         return;
     }
-    if (kind == LinkPacket::TooShort) {
+    if (kind == SenderDatagram::TooShort) {
         return;
     }
     group->replyAddress = path.address; // the path's copy stays the same object from packet to packet
     group->replyPort = path.port;
     group->hasReplyEndpoint = true;
 
-    if (kind == LinkPacket::SrtData) {
+    if (kind == SenderDatagram::SrtData) {
         path.pendingAcks.append(sequenceNumber(datagram));
         while (path.pendingAcks.size() >= sequencesPerAck) {
             const auto ack =

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The end of links and groups, and the statistics about those that live.
+// The sessions: the only file that changes the table of groups and its indexes. Time-outs and statistics go over them.
 #include "srtlaengine.h"
 
 #include "srtlagroup.h"
+#include "srtlapackets.h"
 #include "srtlatexts.h"
+
+#include <QRandomGenerator>
 
 namespace {
 
@@ -27,15 +30,86 @@ template<typename Table> void squeezeIfSparse(Table &table)
 
 } // namespace
 
+QSharedPointer<SrtlaGroup> SrtlaEngine::openGroup(const QByteArray &senderId, const SrtlaEndpoint &sender)
+{
+    auto group = QSharedPointer<SrtlaGroup>::create();
+    group->id = makeGroupId(senderId);
+    group->senderId = senderId;
+    group->registeredAddress = sender.address;
+    group->registeredPort = sender.port;
+    group->replyAddress = sender.address;
+    group->replyPort = sender.port;
+    group->createdMs = nowMs();
+    group->lastActivityMs = group->createdMs;
+    senderIndex.insert(sender, group->id);
+    sessionIndex.insert(senderId, group->id);
+    groups.insert(group->id, group);
+    return group;
+}
+
+QByteArray SrtlaEngine::makeGroupId(const QByteArray &senderId) const
+{
+    QByteArray id;
+    do {
+        id = senderId;
+        id.resize(groupIdBytes);
+        for (qsizetype i = senderIdBytes; i < groupIdBytes; ++i) {
+            id[i] = static_cast<char>(QRandomGenerator::global()->generate());
+        }
+    } while (groups.contains(id));
+    return id;
+}
+
+void SrtlaEngine::addPath(SrtlaGroup &group, const SrtlaEndpoint &endpoint)
+{
+    SrtlaPath path;
+    path.address = endpoint.address;
+    path.port = endpoint.port;
+    path.lastActivityMs = nowMs();
+    path.pendingAcks.reserve(sequencesPerAck);
+    group.paths.insert(endpoint, path);
+    pathIndex.insert(endpoint, group.id);
+}
+
+void SrtlaEngine::removePath(SrtlaGroup &group, const SrtlaEndpoint &endpoint)
+{
+    group.paths.remove(endpoint);
+    pathIndex.remove(endpoint);
+}
+
+QSharedPointer<SrtlaGroup> SrtlaEngine::findGroup(const QByteArray &groupId) const
+{
+    const QSharedPointer<SrtlaGroup> group = groups.value(groupId);
+    return group && !group->removed ? group : QSharedPointer<SrtlaGroup>();
+}
+
+QSharedPointer<SrtlaGroup> SrtlaEngine::groupForPath(const SrtlaEndpoint &endpoint)
+{
+    const auto indexed = pathIndex.constFind(endpoint);
+    if (indexed == pathIndex.constEnd()) {
+        return {};
+    }
+    // The index shares the bytes of its groups' ids: the same bytes in memory are the same id, and 256 of them need not
+    // be hashed.
+    if (!recentGroup || recentGroup->id.constData() != indexed->constData()) {
+        recentGroup = findGroup(*indexed);
+    }
+    return recentGroup;
+}
+
 void SrtlaEngine::removeGroup(const QByteArray &groupId, const QString &reason)
 {
     // The reference keeps the group while slots hear of its end, and its id when the caller's lies in a table.
-    const QSharedPointer<SrtlaGroup> group = groups.value(groupId);
-    // A group stays in the table until its end is told; a slot that then stops the engine asks for it once more.
-    if (!group || sessionIndex.remove(group->senderId, group->id) == 0) {
+    const QSharedPointer<SrtlaGroup> group = findGroup(groupId);
+    if (!group) {
         return;
     }
+    group->removed = true;
+    if (recentGroup == group) {
+        recentGroup.reset();
+    }
     senderIndex.remove({group->registeredAddress, group->registeredPort});
+    sessionIndex.remove(group->senderId, group->id);
     for (auto path = group->paths.keyBegin(); path != group->paths.keyEnd(); ++path) {
         pathIndex.remove(*path);
     }
@@ -45,7 +119,32 @@ void SrtlaEngine::removeGroup(const QByteArray &groupId, const QString &reason)
     }
     Q_EMIT logMessage(SrtlaTexts::groupRemoved(group->id, reason));
     groups.remove(group->id);
+}
+
+void SrtlaEngine::removeAllGroups(const QString &reason)
+{
+    const QList<QByteArray> groupIds = groups.keys();
+    for (const QByteArray &groupId : groupIds) {
+        removeGroup(groupId, reason);
+    }
+}
+
+void SrtlaEngine::dropAllGroups()
+{
+    for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
+        group->removed = true;
+        if (group->srtSocket) {
+            group->srtSocket->blockSignals(true);
+            disconnect(group->srtSocket.get(), nullptr, this, nullptr);
+            group->srtSocket->abort();
+            group->srtSocket->close();
+        }
+    }
     recentGroup.reset();
+    groups.clear();
+    pathIndex.clear();
+    senderIndex.clear();
+    sessionIndex.clear();
 }
 
 void SrtlaEngine::cleanupSessions()
@@ -56,7 +155,7 @@ void SrtlaEngine::cleanupSessions()
         // A copy shares the table's contents; it costs something only if a slot changes the table during the walk.
         const auto walked = groups;
         for (const QSharedPointer<SrtlaGroup> &group : walked) {
-            if (!groups.contains(group->id)) {
+            if (group->removed) {
                 continue;
             }
             removeSilentPaths(*group, now);
@@ -83,8 +182,10 @@ void SrtlaEngine::removeSilentPaths(SrtlaGroup &group, qint64 now)
         }
     }
     for (const SrtlaEndpoint &endpoint : std::as_const(expiredPaths)) {
-        group.paths.remove(endpoint);
-        pathIndex.remove(endpoint);
+        if (group.removed) {
+            return; // by a slot; its links may have joined another group since
+        }
+        removePath(group, endpoint);
         Q_EMIT logMessage(SrtlaTexts::pathTimedOut(endpoint.address, endpoint.port));
     }
 }

@@ -50,7 +50,7 @@ void SrtlaEngine::forwardToSrt(const QSharedPointer<SrtlaGroup> &group, const QB
 void SrtlaEngine::readSrtDatagrams(const QByteArray &groupId)
 {
     // The reference keeps the socket whose signal this is, should a slot have the group removed.
-    QSharedPointer<SrtlaGroup> group = groups.value(groupId);
+    QSharedPointer<SrtlaGroup> group = findGroup(groupId);
     if (!group || !group->srtSocket) {
         return;
     }
@@ -62,7 +62,7 @@ void SrtlaEngine::readSrtDatagrams(const QByteArray &groupId)
 
 void SrtlaEngine::reportSrtSocketError(const QByteArray &groupId)
 {
-    QSharedPointer<SrtlaGroup> group = groups.value(groupId);
+    QSharedPointer<SrtlaGroup> group = findGroup(groupId);
     if (!group || !group->srtSocket) {
         return;
     }
@@ -88,7 +88,7 @@ void SrtlaEngine::routeSrtReply(SrtlaGroup &group, const QByteArray &datagram)
 
 void SrtlaEngine::releaseAfterHandler(QSharedPointer<SrtlaGroup> group)
 {
-    if (groups.contains(group->id)) {
+    if (!group->removed) {
         return; // the table still holds it
     }
     // A socket must not be destroyed below its own signal: the event loop lets go of the group once that has returned.

@@ -28,8 +28,8 @@ SenderDatagram classifySenderDatagram(QByteArrayView datagram) noexcept
     if (datagram.isEmpty() || datagram.size() > maxSenderDatagramBytes) {
         return SenderDatagram::Unusable;
     }
+    const quint16 type = typeWord(datagram);
     if (datagram.size() == registrationBytes) {
-        const quint16 type = typeWord(datagram);
         if (type == SRTLA_TYPE_REG1) {
             return SenderDatagram::Reg1;
         }
@@ -37,18 +37,13 @@ SenderDatagram classifySenderDatagram(QByteArrayView datagram) noexcept
             return SenderDatagram::Reg2;
         }
     }
-    return SenderDatagram::LinkPacket;
-}
-
-LinkPacket classifyLinkPacket(QByteArrayView datagram) noexcept
-{
-    if (typeWord(datagram) == SRTLA_TYPE_KEEPALIVE) {
-        return LinkPacket::Keepalive;
+    if (type == SRTLA_TYPE_KEEPALIVE) {
+        return SenderDatagram::Keepalive;
     }
     if (datagram.size() < srtHeaderBytes) {
-        return LinkPacket::TooShort;
+        return SenderDatagram::TooShort;
     }
-    return (firstWord(datagram) & srtControlFlag) == 0 ? LinkPacket::SrtData : LinkPacket::SrtControl;
+    return (firstWord(datagram) & srtControlFlag) == 0 ? SenderDatagram::SrtData : SenderDatagram::SrtControl;
 }
 
 bool isSrtAck(QByteArrayView datagram) noexcept

@@ -37,16 +37,11 @@ inline constexpr qsizetype sequencesPerAck = 10;
 /// Type word, two zero bytes, the sequence numbers.
 inline constexpr qsizetype ackBytes = 4 + sequencesPerAck * 4;
 
-/// What a sender's datagram is before anything is known about the endpoint that it came from.
+/// What a sender's datagram is. All but the registrations mean something only when they come from a registered link.
 enum class SenderDatagram {
     Unusable,   ///< empty or longer than maxSenderDatagramBytes
     Reg1,       ///< opens a session; exactly registrationBytes long
     Reg2,       ///< registers a link; exactly registrationBytes long
-    LinkPacket, ///< means something only when it comes from a registered link
-};
-
-/// What a registered link's datagram is.
-enum class LinkPacket {
     Keepalive,  ///< goes back to the link as it is; any length
     TooShort,   ///< shorter than an SRT header
     SrtData,    ///< carries a sequence number to acknowledge
@@ -59,11 +54,8 @@ enum class LinkPacket {
 /// The first four bytes of \a datagram as a number; 0 when it is shorter than 4 bytes.
 [[nodiscard]] quint32 firstWord(QByteArrayView datagram) noexcept;
 
-/// Sorts a datagram by size and type word alone.
+/// Classifies a sender's datagram by its size and first word.
 [[nodiscard]] SenderDatagram classifySenderDatagram(QByteArrayView datagram) noexcept;
-
-/// Sorts a datagram of a registered link.
-[[nodiscard]] LinkPacket classifyLinkPacket(QByteArrayView datagram) noexcept;
 
 /// Whether \a datagram, from the SRT listener, is an SRT ACK: told by the type word alone, whatever the length.
 [[nodiscard]] bool isSrtAck(QByteArrayView datagram) noexcept;

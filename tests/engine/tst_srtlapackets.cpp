@@ -17,8 +17,6 @@ private Q_SLOTS:
     void firstWord();
     void senderDatagrams_data();
     void senderDatagrams();
-    void linkPackets_data();
-    void linkPackets();
     void srtAcks_data();
     void srtAcks();
     void sequenceNumbersLoseTheControlBit_data();
@@ -59,50 +57,36 @@ void TestSrtlaPackets::senderDatagrams_data()
         QTest::newRow(name) << datagram << static_cast<int>(expected);
     };
     row("empty", QByteArray(), SenderDatagram::Unusable);
-    row("one byte", QByteArray(1, 'x'), SenderDatagram::LinkPacket);
-    row("1500 bytes", QByteArray(1500, 'x'), SenderDatagram::LinkPacket);
-    row("1501 bytes", QByteArray(1501, 'x'), SenderDatagram::Unusable);
-    for (const int size : {2, 257, 259, 1500}) {
-        QTest::addRow("REG1 type, %d bytes", size) << typed(0x9200, size) << int(SenderDatagram::LinkPacket);
-        QTest::addRow("REG2 type, %d bytes", size) << typed(0x9201, size) << int(SenderDatagram::LinkPacket);
-    }
+    row("1501 bytes", QByteArray(1501, '\0'), SenderDatagram::Unusable);
     row("REG1", typed(0x9200, 258), SenderDatagram::Reg1);
     row("REG2", typed(0x9201, 258), SenderDatagram::Reg2);
-    row("REG3 type of a registration's size", typed(0x9202, 258), SenderDatagram::LinkPacket);
-    row("keepalive of a registration's size", typed(0x9000, 258), SenderDatagram::LinkPacket);
+    row("REG3 type of a registration's size", typed(0x9202, 258), SenderDatagram::SrtControl);
+    for (const int size : {16, 257, 259, 1500}) {
+        QTest::addRow("REG1 type, %d bytes", size) << typed(0x9200, size) << int(SenderDatagram::SrtControl);
+        QTest::addRow("REG2 type, %d bytes", size) << typed(0x9201, size) << int(SenderDatagram::SrtControl);
+    }
+    row("REG1 type alone", typed(0x9200, 2), SenderDatagram::TooShort);
+    row("REG2 type alone", typed(0x9201, 2), SenderDatagram::TooShort);
+    for (const int size : {2, 10, 15, 16, 258, 1500}) {
+        QTest::addRow("keepalive, %d bytes", size) << typed(0x9000, size) << int(SenderDatagram::Keepalive);
+    }
+    row("keepalive, 1501 bytes", typed(0x9000, 1501), SenderDatagram::Unusable);
+    row("half a keepalive", QByteArray::fromHex("90"), SenderDatagram::TooShort);
+    row("data, 15 bytes", srtData(1, 15), SenderDatagram::TooShort);
+    row("data, 16 bytes", srtData(1, 16), SenderDatagram::SrtData);
+    row("data, 258 bytes", srtData(1, 258), SenderDatagram::SrtData);
+    row("data, 1500 bytes", srtData(1, 1500), SenderDatagram::SrtData);
+    row("highest sequence number", srtData(0x7fffffff, 16), SenderDatagram::SrtData);
+    row("control, 15 bytes", typed(0x8000, 15), SenderDatagram::TooShort);
+    row("control, 16 bytes", typed(0x8000, 16), SenderDatagram::SrtControl);
+    row("an SRTLA ACK, which no sender sends", typed(0x9100, 44), SenderDatagram::SrtControl);
+    row("an unknown SRTLA type", typed(0x9fff, 16), SenderDatagram::SrtControl);
 }
 
 void TestSrtlaPackets::senderDatagrams()
 {
     QFETCH(QByteArray, datagram);
     QTEST(static_cast<int>(classifySenderDatagram(datagram)), "expected");
-}
-
-void TestSrtlaPackets::linkPackets_data()
-{
-    QTest::addColumn<QByteArray>("datagram");
-    QTest::addColumn<int>("expected");
-    const auto row = [](const char *name, const QByteArray &datagram, LinkPacket expected) {
-        QTest::newRow(name) << datagram << static_cast<int>(expected);
-    };
-    row("keepalive, 2 bytes", typed(0x9000, 2), LinkPacket::Keepalive);
-    row("keepalive, 10 bytes", typed(0x9000, 10), LinkPacket::Keepalive);
-    row("keepalive, 1500 bytes", typed(0x9000, 1500), LinkPacket::Keepalive);
-    row("half a keepalive", QByteArray::fromHex("90"), LinkPacket::TooShort);
-    row("data, 15 bytes", srtData(1, 15), LinkPacket::TooShort);
-    row("data, 16 bytes", srtData(1, 16), LinkPacket::SrtData);
-    row("highest sequence number", srtData(0x7fffffff, 16), LinkPacket::SrtData);
-    row("control, 15 bytes", typed(0x8000, 15), LinkPacket::TooShort);
-    row("control, 16 bytes", typed(0x8000, 16), LinkPacket::SrtControl);
-    row("an SRTLA ACK, which no sender sends", typed(0x9100, 44), LinkPacket::SrtControl);
-    row("an unknown SRTLA type", typed(0x9fff, 16), LinkPacket::SrtControl);
-    row("a REG1 of the wrong size", typed(0x9200, 257), LinkPacket::SrtControl);
-}
-
-void TestSrtlaPackets::linkPackets()
-{
-    QFETCH(QByteArray, datagram);
-    QTEST(static_cast<int>(classifyLinkPacket(datagram)), "expected");
 }
 
 void TestSrtlaPackets::srtAcks_data()
