@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The engine host as a program: its command line, its lines, its signals and its exit codes."""
 
+import errno
 import re
 import signal
 import socket
@@ -120,6 +121,27 @@ class RunTest(RoadCase):
                               host.lines[0])
         self.assertTrue(status, host.lines)
         self.assertEqual(host.lines[1], f'{{"signal":"logMessage","line":"FEHLER | SRTLA-Port {port}: {status[1]}"}}')
+
+    def test_port_is_not_shared(self):
+        """No other program has the port beside the host, whether it shares its sockets' ports or not."""
+        for options in ((), (socket.SO_REUSEADDR,), (socket.SO_REUSEPORT,), (socket.SO_REUSEADDR, socket.SO_REUSEPORT)):
+            for address in ("0.0.0.0", "127.0.0.1"):
+                with self.subTest(options=options, address=address):
+                    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as earlier:
+                        for option in options:
+                            earlier.setsockopt(socket.SOL_SOCKET, option, 1)
+                        earlier.bind((address, 0))
+                        port = earlier.getsockname()[1]
+                        refused = self.keep(stream.EngineHost(5002, port, wait=False))
+                        self.assertEqual(refused.exit_code(), FAILED_EXIT)
+                    host = self.engine(5002, port)
+                    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as later:
+                        for option in options:
+                            later.setsockopt(socket.SOL_SOCKET, option, 1)
+                        with self.assertRaises(OSError) as error:
+                            later.bind((address, port))
+                    self.assertEqual(error.exception.errno, errno.EADDRINUSE)
+                    self.assertEqual(host.stop(), 0)
 
     def test_second_host_on_the_port(self):
         """The port is not shared with another host, which leaves the first one as it was."""
