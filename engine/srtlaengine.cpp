@@ -16,8 +16,7 @@ constexpr int statisticsIntervalMs = 1000;
 
 SrtlaEngine::SrtlaEngine(QObject *parent) : QObject(parent), targetAddress(QHostAddress::LocalHost)
 {
-    // Otherwise Qt looks for a proxy of the system or of OBS, and binds the port there if it is one for SOCKS5. To
-    // reach a listener on this machine it asks nobody.
+    // Otherwise Qt uses a proxy of the system or of OBS, and binds the port there if it is one for SOCKS5.
     clientSocket.setProxy(QNetworkProxy::NoProxy);
     connect(&clientSocket, &QUdpSocket::readyRead, this, &SrtlaEngine::readClientDatagrams);
     connect(&cleanupTimer, &QTimer::timeout, this, &SrtlaEngine::cleanupSessions);
@@ -33,20 +32,24 @@ SrtlaEngine::~SrtlaEngine()
 
 bool SrtlaEngine::start(quint16 newListenPort, const QHostAddress &newTargetAddress, quint16 newTargetPort)
 {
+    if (shuttingDown) {
+        return false;
+    }
+    const quint64 call = ++latestCall;
     if (isRunning()) {
-        stop();
+        endSession(call);
+        if (call != latestCall) {
+            return isRunning();
+        }
     }
     targetAddress = newTargetAddress;
     listenPort = newListenPort;
     targetPort = newTargetPort;
+    return bindExclusively(clientSocket, listenPort) ? beginSession(call) : reportBindError(call);
+}
 
-    if (!bindExclusively(clientSocket, listenPort)) {
-        const QString error = clientSocket.errorString();
-        Q_EMIT statusChanged(SrtlaTexts::cannotOpen(newListenPort, error));
-        Q_EMIT logMessage(SrtlaTexts::portError(newListenPort, error));
-        listenPort = 0;
-        return false;
-    }
+bool SrtlaEngine::beginSession(quint64 call)
+{
     enlargeReceiveBuffer(clientSocket);
     clock.start();
     receivedPackets = 0;
@@ -56,28 +59,58 @@ bool SrtlaEngine::start(quint16 newListenPort, const QHostAddress &newTargetAddr
     cleanupTimer.start();
     statisticsTimer.start();
     Q_EMIT runningChanged(true);
-    Q_EMIT statusChanged(SrtlaTexts::running(newListenPort, newTargetAddress, newTargetPort));
-    Q_EMIT logMessage(SrtlaTexts::started(newListenPort, newTargetAddress, newTargetPort));
-    return true;
+    if (call == latestCall) {
+        Q_EMIT statusChanged(SrtlaTexts::running(listenPort, targetAddress, targetPort));
+    }
+    if (call == latestCall) {
+        Q_EMIT logMessage(SrtlaTexts::started(listenPort, targetAddress, targetPort));
+    }
+    return isRunning();
+}
+
+bool SrtlaEngine::reportBindError(quint64 call)
+{
+    const QString error = clientSocket.errorString();
+    Q_EMIT statusChanged(SrtlaTexts::cannotOpen(listenPort, error));
+    if (call == latestCall) {
+        Q_EMIT logMessage(SrtlaTexts::portError(listenPort, error));
+    }
+    if (call == latestCall) {
+        listenPort = 0;
+    }
+    return isRunning();
 }
 
 void SrtlaEngine::stop()
 {
-    if (shuttingDown) {
-        return;
+    if (!shuttingDown) {
+        endSession(++latestCall);
     }
+}
+
+void SrtlaEngine::endSession(quint64 call)
+{
     cleanupTimer.stop();
     statisticsTimer.stop();
     removeAllGroups(SrtlaTexts::reasonStopped());
-    if (shuttingDown) {
-        return; // a slot that heard of a removal saw to the rest, and nothing is told any more
+    if (call != latestCall) {
+        return;
     }
     clientSocket.close();
+    // A slot that ran an event loop during the removals may have let senders register.
+    removeAllGroups(SrtlaTexts::reasonStopped());
+    if (call != latestCall) {
+        return;
+    }
     listenPort = 0;
     targetPort = 0;
     Q_EMIT runningChanged(false);
-    Q_EMIT statusChanged(SrtlaTexts::stopped());
-    Q_EMIT statisticsChanged(0, 0, 0.0, receivedPackets, receivedBytes);
+    if (call == latestCall) {
+        Q_EMIT statusChanged(SrtlaTexts::stopped());
+    }
+    if (call == latestCall) {
+        Q_EMIT statisticsChanged(0, 0, 0.0, receivedPackets, receivedBytes);
+    }
 }
 
 void SrtlaEngine::shutdown()
@@ -86,6 +119,7 @@ void SrtlaEngine::shutdown()
         return;
     }
     shuttingDown = true;
+    ++latestCall;
     for (QTimer *timer : {&cleanupTimer, &statisticsTimer}) {
         timer->stop();
         timer->blockSignals(true);

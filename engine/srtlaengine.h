@@ -19,9 +19,9 @@ enum class SenderDatagram;
 /// Receives bonded SRTLA senders on one UDP port, joins each sender's links into a group, forwards the group's SRT
 /// packets to a local SRT listener and sends the listener's replies back over the links.
 ///
-/// Everything runs in the thread that the engine lives in, driven by its event loop. A slot that hears of a group or a
-/// link or of the statistics may call start, stop or shutdown; while start tells its own outcome it may not. No slot
-/// may destroy the engine.
+/// Everything runs in the thread that the engine lives in, driven by its event loop. A slot of its signals may call
+/// start, stop and shutdown: the latest call decides, and an earlier one that is still emitting signals emits no more.
+/// No slot may destroy the engine.
 class SrtlaEngine : public QObject
 {
     Q_OBJECT
@@ -35,7 +35,8 @@ public:
 
     /// Listens for senders on \a newListenPort of every local IPv4 address, which nobody else may hold, and forwards to
     /// the SRT listener at \a newTargetAddress and \a newTargetPort. A running session is stopped first. Returns
-    /// whether the engine runs; a failure is told through statusChanged and logMessage, with Qt's own error text.
+    /// whether the engine runs; a failure is told through statusChanged and logMessage, with Qt's own error text. After
+    /// shutdown the result is false, and no signal is emitted.
     bool start(quint16 newListenPort, const QHostAddress &newTargetAddress, quint16 newTargetPort);
 
     /// Ends the session: removes every group, closes the port and tells so through the signals, also when nothing runs.
@@ -70,6 +71,11 @@ private Q_SLOTS:
 
 private:
     friend struct EngineProbe; // gives tests a view of the tables
+
+    // Start and stop: srtlaengine.cpp. Each emits signals as long as \a call is the latest of start, stop and shutdown.
+    [[nodiscard]] bool beginSession(quint64 call);
+    [[nodiscard]] bool reportBindError(quint64 call);
+    void endSession(quint64 call);
 
     // From senders: srtlaengine_clientdatagrams.cpp
     void handleDatagram(const QByteArray &datagram, const SrtlaEndpoint &sender);
@@ -121,6 +127,8 @@ private:
     quint64 lastPublishedBytes = 0;
     qint64 lastPublishedMs = 0;
     bool shuttingDown = false;
+    /// Counts the calls of start, stop and shutdown.
+    quint64 latestCall = 0;
     /// The groups' ids by their senders' halves, so that a REG1 need not look at every group. A sender has one; for a
     /// moment two, when a slot that hears of the first one's end runs an event loop in which the sender comes again.
     QMultiHash<QByteArray, QByteArray> sessionIndex;

@@ -8,6 +8,8 @@
 #include "udpport.h"
 #include "udpreading.h"
 
+#include <QNetworkProxy>
+
 namespace {
 
 /// How long replies may wait for a signal that may never come, far below what a sender waits for an answer.
@@ -26,6 +28,7 @@ void SrtlaEngine::ensureSrtSocket(SrtlaGroup &group)
     group.srtSocket = std::make_unique<SrtSocket>();
     SrtSocket *const socket = group.srtSocket.get();
     socket->groupId = group.id;
+    socket->setProxy(QNetworkProxy::NoProxy);
     // The handlers know the id, not the group: one that is gone by then is simply not found.
     connect(socket, &QIODevice::readyRead, this, [this, groupId = group.id] { readSrtDatagrams(groupId); });
     connect(socket, &QAbstractSocket::errorOccurred, this,
