@@ -103,6 +103,9 @@ private:
     void noteLogLine();
     void endLogTurn();
     void showRunning(bool running);
+    /// Moves the keyboard focus from one widget to another, if the first one has it. Qt would pass the focus of a
+    /// widget that is disabled to the next one in line, where keys that the user goes on pressing do something else.
+    static void passFocus(const QWidget *from, QWidget *to);
     void showStartError(const QString &text);
     void releaseOpenMessageBoxes();
     void releasePanel();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The panel: its widgets.
+#include "accessiblenames.h"
 #include "docksettings.h"
 #include "panelparts.h"
 #include "tarvolinedock.h"
@@ -46,7 +47,8 @@ QPushButton *buttonOfWidth(const QString &text, int maximumWidth)
     auto *button = new QPushButton(text);
     button->setMaximumWidth(maximumWidth);
     // OBS's themes pad buttons so widely that the words would be cut off at these widths.
-    button->setStyleSheet(QStringLiteral("padding-left: 0; padding-right: 0;"));
+    // Only the button's: a style sheet without a selector goes for its tooltip, too.
+    button->setStyleSheet(QStringLiteral("QPushButton { padding-left: 0; padding-right: 0; }"));
     return button;
 }
 
@@ -133,7 +135,7 @@ void TarvolineDock::buildSettingsGroup(QVBoxLayout *column, PanelParts &parts)
     addPortRows(form);
     addHostRows(form);
     streamIdEdit = new QLineEdit(DockSettings::defaultStreamId);
-    form->addRow(tr("Stream-ID:"), streamIdEdit);
+    AccessibleNames::addRow(form, tr("Stream-ID:"), streamIdEdit, streamIdEdit);
     addPasswordRow(form, parts);
     addStartUpRow(form);
 }
@@ -142,13 +144,18 @@ void TarvolineDock::addPortRows(QFormLayout *form)
 {
     auto *row = new QWidget;
     QHBoxLayout *layout = rowLayout(row);
-    layout->addWidget(new QLabel(tr("SRTLA")));
+    auto *listenLabel = new QLabel(tr("SRTLA"));
+    layout->addWidget(listenLabel);
     listenPortEdit = new QLineEdit(QString::number(DockSettings::defaultListenPort));
     layout->addWidget(listenPortEdit);
-    layout->addWidget(new QLabel(tr("OBS")));
+    auto *targetLabel = new QLabel(tr("OBS"));
+    layout->addWidget(targetLabel);
     targetPortEdit = new QLineEdit(QString::number(DockSettings::defaultTargetPort));
     layout->addWidget(targetPortEdit);
-    form->addRow(tr("Ports:"), row);
+    const QString rowLabel = tr("Ports:");
+    AccessibleNames::addRow(form, rowLabel, row, listenPortEdit);
+    AccessibleNames::nameInRow(listenPortEdit, listenLabel, rowLabel);
+    AccessibleNames::nameInRow(targetPortEdit, targetLabel, rowLabel);
 
     linkPortsCheck = new QCheckBox(tr("OBS-Port = SRTLA + 2"));
     linkPortsCheck->setChecked(true);
@@ -164,7 +171,7 @@ void TarvolineDock::addHostRows(QFormLayout *form)
     queryIpButton = buttonOfWidth(tr("IP ermitteln"), queryButtonWidth);
     queryIpButton->setToolTip(tr("Öffentliche IP-Adresse dieses Internetanschlusses ermitteln"));
     layout->addWidget(queryIpButton);
-    form->addRow(tr("IP / Domain:"), row);
+    AccessibleNames::addRow(form, tr("IP / Domain:"), row, publicHostEdit);
 
     ipHintLabel = new QLabel(tr("Öffentliche IP kann automatisch ermittelt oder manuell eingetragen werden."));
     ipHintLabel->setWordWrap(true);
@@ -184,7 +191,9 @@ void TarvolineDock::addPasswordRow(QFormLayout *form, PanelParts &parts)
     layout->addWidget(showPasswordButton);
     parts.copyPasswordButton = buttonOfWidth(tr("Kopieren"), copyButtonWidth);
     layout->addWidget(parts.copyPasswordButton);
-    form->addRow(tr("Passwort:"), row);
+    AccessibleNames::addRow(form, tr("Passwort:"), row, passwordEdit);
+    AccessibleNames::nameInRow(showPasswordButton, passwordEdit);
+    AccessibleNames::nameInRow(parts.copyPasswordButton, passwordEdit);
 }
 
 void TarvolineDock::addStartUpRow(QFormLayout *form)
@@ -215,10 +224,11 @@ void TarvolineDock::buildConnectionGroup(QVBoxLayout *column, PanelParts &parts)
     layout->addWidget(moblinAddressEdit);
     parts.copyAddressButton = buttonOfWidth(tr("Kopieren"), copyButtonWidth);
     layout->addWidget(parts.copyAddressButton);
-    form->addRow(tr("IRL-App:"), row);
+    AccessibleNames::addRow(form, tr("IRL-App:"), row, moblinAddressEdit);
+    AccessibleNames::nameInRow(parts.copyAddressButton, moblinAddressEdit);
 
     obsAddressEdit = readOnlyEdit();
-    form->addRow(tr("OBS:"), obsAddressEdit);
+    AccessibleNames::addRow(form, tr("OBS:"), obsAddressEdit, obsAddressEdit);
 }
 
 void TarvolineDock::buildButtonRow(QVBoxLayout *column, PanelParts &parts)
@@ -255,6 +265,7 @@ void TarvolineDock::buildLogGroup(QVBoxLayout *column, PanelParts &parts)
     layout->setContentsMargins(groupMargins);
     logView = new QTextEdit;
     logView->setReadOnly(true);
+    logView->setAccessibleName(parts.logGroup->title());
     logView->setMaximumHeight(logHeight);
     layout->addWidget(logView);
 }

@@ -58,8 +58,19 @@ void TarvolineDock::endLogTurn()
 void TarvolineDock::showRunning(bool running)
 {
     statusLabel->setText(running ? tr("Aktiv") : tr("Inaktiv"));
-    startButton->setEnabled(!running);
-    stopButton->setEnabled(running);
+    QPushButton *possible = running ? stopButton : startButton;
+    QPushButton *impossible = running ? startButton : stopButton;
+    possible->setEnabled(true);
+    passFocus(impossible, possible);
+    impossible->setEnabled(false);
+}
+
+void TarvolineDock::passFocus(const QWidget *from, QWidget *to)
+{
+    // The window's own note of it, which also stands while another window has the keyboard.
+    if (from->window()->focusWidget() == from) {
+        to->setFocus(Qt::OtherFocusReason);
+    }
 }
 
 void TarvolineDock::showStartError(const QString &text)

@@ -13,6 +13,8 @@ void TarvolineDock::queryPublicIp()
     if (unloading) {
         return;
     }
+    // The hint is no stop of the Tab key and takes no keys: the focus waits there for the answer.
+    passFocus(queryIpButton, ipHintLabel);
     queryIpButton->setEnabled(false);
     ipHintLabel->setText(tr("Öffentliche IP wird ermittelt …"));
     postJson(u"/api/network_probe.php"_s, {{u"action"_s, u"ip"_s}},
@@ -22,6 +24,7 @@ void TarvolineDock::queryPublicIp()
 void TarvolineDock::handlePublicIpReply(const QJsonObject &reply, int httpStatus)
 {
     queryIpButton->setEnabled(true);
+    passFocus(ipHintLabel, queryIpButton);
     const bool ok = reply["ok"_L1].toBool();
     const QString ip = reply["ip"_L1].toString().trimmed();
     if (!ok || ip.isEmpty()) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What the user's buttons do to the receiver, and the addresses under which it is reached.
+#include "accessiblenames.h"
 #include "docksettings.h"
 #include "tarvolinedock.h"
 
@@ -79,4 +80,5 @@ void TarvolineDock::togglePasswordVisibility()
         passwordEdit->setEchoMode(QLineEdit::Normal);
         showPasswordButton->setText(tr("Ausblenden"));
     }
+    AccessibleNames::nameInRow(showPasswordButton, passwordEdit);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What each control of the panel does when the user touches it.
 #include "dockfixture.h"
-#include "panelview.h"
+#include "namedcontrol.h"
 
 #include <QCheckBox>
 #include <QClipboard>
@@ -18,17 +18,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QPushButton *buttonWithText(const QWidget *parent, const QString &text)
-{
-    const QList<QPushButton *> buttons = parent->findChildren<QPushButton *>();
-    for (QPushButton *button : buttons) {
-        if (button->text() == text) {
-            return button;
-        }
-    }
-    return nullptr;
-}
 
 using EditGetter = QLineEdit *(DockProbe::*)() const;
 
@@ -60,29 +49,28 @@ private Q_SLOTS:
 
     void repairButtonCreatesTheSource()
     {
-        buttonWithText(fixture->dock.get(), u"Quelle reparieren"_s)->click();
+        control<QPushButton>(*fixture->dock, u"Quelle reparieren"_s)->click();
         QVERIFY(ObsDouble::hasSource(u"Tarvoline SRTLA"_s));
     }
 
     void copyButtonOfTheAddressRowCopiesTheAddress()
     {
-        QGroupBox *group = PanelView::groupAt(*fixture->dock, PanelView::Addresses);
-        group->setChecked(true);
-        buttonWithText(group, u"Kopieren"_s)->click();
+        control<QGroupBox>(*fixture->dock, u"Verbindungsadressen"_s)->setChecked(true);
+        control<QPushButton>(*fixture->dock, u"IRL-App: Kopieren"_s)->click();
         QCOMPARE(QGuiApplication::clipboard()->text(), u"srtla://ÖFFENTLICHE-IP-EINTRAGEN:5000/live"_s);
     }
 
     void copyButtonOfTheClosedAddressGroupDoesNothing()
     {
         QGuiApplication::clipboard()->setText(u"vorher"_s);
-        buttonWithText(PanelView::groupAt(*fixture->dock, PanelView::Addresses), u"Kopieren"_s)->click();
+        control<QPushButton>(*fixture->dock, u"IRL-App: Kopieren"_s)->click();
         QCOMPARE(QGuiApplication::clipboard()->text(), u"vorher"_s);
     }
 
     void copyButtonOfThePasswordRowCopiesThePassword()
     {
         probe->passwordEdit()->setText(u"geheim12345"_s);
-        buttonWithText(PanelView::groupAt(*fixture->dock, PanelView::Settings), u"Kopieren"_s)->click();
+        control<QPushButton>(*fixture->dock, u"Passwort: Kopieren"_s)->click();
         QCOMPARE(QGuiApplication::clipboard()->text(), u"geheim12345"_s);
     }
 

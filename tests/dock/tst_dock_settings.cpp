@@ -3,9 +3,12 @@
 #include "dockfixture.h"
 
 #include <QCheckBox>
+#include <QDockWidget>
 #include <QLineEdit>
+#include <QMainWindow>
 #include <QTest>
 
+#include <memory>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -149,6 +152,41 @@ private Q_SLOTS:
         fixture->buildQuiet();
         fixture->dock->saveSettings();
         QCOMPARE(fixture->store.value(u"lastUpdateCheckUtc"_s).toLongLong(), qint64(1700000000));
+    }
+
+    void typedTextIsSavedWhenItsWindowCloses_data()
+    {
+        QTest::addColumn<bool>("floating");
+        QTest::addColumn<bool>("destroyed");
+        QTest::newRow("docked, closed") << false << false;
+        QTest::newRow("docked, destroyed") << false << true;
+        QTest::newRow("floating, destroyed") << true << true;
+    }
+    void typedTextIsSavedWhenItsWindowCloses()
+    {
+        // As OBS does it: the front end's main window owns the dock, and vanishes without another turn of the event
+        // loop.
+        QFETCH(bool, floating);
+        QFETCH(bool, destroyed);
+        const DockProbe probe = fixture->buildQuiet();
+        auto window = std::make_unique<QMainWindow>();
+        auto *frame = new QDockWidget(window.get());
+        frame->setWidget(fixture->dock.release());
+        window->addDockWidget(Qt::RightDockWidgetArea, frame);
+        frame->setFloating(floating);
+        window->show();
+        QWidget *active = floating ? static_cast<QWidget *>(frame) : window.get();
+        active->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(active));
+        probe.passwordEdit()->setFocus();
+        QTest::keyClicks(probe.passwordEdit(), u"geheim12345"_s);
+        QCOMPARE(fixture->store.value(u"password"_s).toString(), QString());
+        if (destroyed) {
+            window.reset();
+        } else {
+            window->close();
+        }
+        QCOMPARE(fixture->store.value(u"password"_s).toString(), u"geheim12345"_s);
     }
 
     void destructionSavesNothing()

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The shown panel: groups that open and close, scrolling, the way of the Tab key.
+// The shown panel: groups that open and close, scrolling.
 #include "dockfixture.h"
-#include "panelview.h"
+#include "namedcontrol.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -30,27 +30,9 @@ private Q_SLOTS:
     }
     void cleanup() { fixture.reset(); }
 
-    void tabGoesThroughTheControlsInReadingOrder()
-    {
-        const DockProbe probe(*fixture->dock);
-        const QList<QWidget *> expected{probe.listenPortEdit(),  probe.targetPortEdit(),     probe.linkPortsCheck(),
-                                        probe.publicHostEdit(),  probe.queryIpButton(),      probe.streamIdEdit(),
-                                        probe.passwordEdit(),    probe.showPasswordButton(), probe.autoStartCheck(),
-                                        probe.autoSourceCheck(), probe.moblinAddressEdit(),  probe.obsAddressEdit(),
-                                        probe.startButton(),     probe.stopButton(),         probe.logView()};
-        QList<QWidget *> found;
-        QWidget *widget = fixture->dock->nextInFocusChain();
-        for (; widget != fixture->dock.get(); widget = widget->nextInFocusChain()) {
-            if (expected.contains(widget)) {
-                found << widget;
-            }
-        }
-        QCOMPARE(found, expected);
-    }
-
     void checkingTheAddressGroupShowsItsRowsAndUncheckingHidesThem()
     {
-        QGroupBox *group = PanelView::groupAt(*fixture->dock, PanelView::Addresses);
+        QGroupBox *group = control<QGroupBox>(*fixture->dock, u"Verbindungsadressen"_s);
         fixture->dock->show();
         QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
         const QList<QWidget *> children = group->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
@@ -71,7 +53,7 @@ private Q_SLOTS:
         fixture->dock->resize(usualWidth, fixture->dock->height());
         fixture->dock->show();
         QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
-        PanelView::groupAt(*fixture->dock, PanelView::Addresses)->setChecked(true);
+        control<QGroupBox>(*fixture->dock, u"Verbindungsadressen"_s)->setChecked(true);
         QTest::keyClicks(probe.publicHostEdit(), u"mein-anschluss.dyndns.example"_s);
         QTest::keyClicks(probe.passwordEdit(), u"geheim12345"_s);
         QCoreApplication::processEvents();
@@ -87,7 +69,7 @@ private Q_SLOTS:
     void checkingTheLogGroupShowsTheLogWhichNeverGrows()
     {
         const DockProbe probe(*fixture->dock);
-        QGroupBox *group = PanelView::groupAt(*fixture->dock, PanelView::Log);
+        QGroupBox *group = control<QGroupBox>(*fixture->dock, u"Protokoll"_s);
         fixture->dock->show();
         QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
         QVERIFY(!probe.logView()->isVisible());

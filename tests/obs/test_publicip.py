@@ -14,9 +14,13 @@ _OBS_ADDRESS = "srt://127.0.0.1:5002?mode=listener&latency=2000&lossmaxttl=40"
 
 def _answer(status, body):
     """What the service answers from now on."""
+    _control({"probe": {"status": status, "body": body}})
+
+
+def _control(command):
     ports = json.loads(os.environ["TARVOLINE_JSON_SERVICE"])
     with socket.create_connection(("127.0.0.1", ports["control"])) as control, control.makefile("rw") as stream:
-        stream.write(json.dumps({"probe": {"status": status, "body": body}}) + "\n")
+        stream.write(json.dumps(command) + "\n")
         stream.flush()
         stream.readline()
 
@@ -53,6 +57,22 @@ class PublicIpTest(case.ObsCase):
 
         session.quit()
         self.assertIn("Number of memory leaks: 0", session.log())
+
+    def test_keys_pressed_while_the_service_thinks_change_nothing_and_the_focus_comes_back(self):
+        panel = self.panel(self.session())
+        panel.wait_for_status("Aktiv")
+        before = panel.values()
+        _control({"probe": {"path": "/hold"}})
+        _control({"hold": True})
+        self.addCleanup(_control, {"release": True})
+        panel.tab_from("IP / Domain", to="IP ermitteln")
+        panel.press_keys("space")
+        wait_until(lambda: not panel.button("IP ermitteln").has_state("enabled"), "the query runs")
+        panel.press_keys("x", "space", "Delete")
+        self.assertEqual(panel.values(), before)
+        _control({"release": True})
+        wait_until(lambda: panel.focused() == "IP ermitteln", lambda: f"the focus is back, not at {panel.focused()}")
+        self.assertEqual(panel.values(), before)
 
 
 if __name__ == "__main__":

@@ -8,14 +8,12 @@ from .wait import PATIENCE_S, TimedOut, wait_until
 
 TITLE = "Tarvoline SRTLA Receiver"
 
-# The edits of the group "Einstellungen" as they stand on the screen: from the top, then from the left.
-_EDITS = ("listenPort", "targetPort", "publicHost", "streamId", "passphrase")
+# The names of the settings' edits for assistive technology.
+_EDITS = {"listenPort": "Ports: SRTLA", "targetPort": "Ports: OBS", "publicHost": "IP / Domain", "streamId": "Stream-ID",
+          "passphrase": "Passwort"}
 
 # How long OBS may take over a click before it is made again.
 _CLICK_PATIENCE_S = 10.0
-
-# Widgets of one row may differ by a few pixels in height.
-_ROW_HEIGHT = 12
 
 
 class Panel:
@@ -54,10 +52,8 @@ class Panel:
 
     def edits(self) -> dict:
         """The edits of the settings by their names."""
-        found = [e for e in self.group("Einstellungen").walk() if e.role in ("text", "password text")]
-        found.sort(key=lambda e: (e.box[1] // _ROW_HEIGHT, e.box[0]))
-        assert len(found) == len(_EDITS), [e.box for e in found]
-        return dict(zip(_EDITS, found))
+        found = {e.name: e for e in self.group("Einstellungen").walk() if e.role in ("text", "password text")}
+        return {edit: found[name] for edit, name in _EDITS.items()}
 
     def values(self) -> dict:
         """What stands in the edits; a masked passphrase reads as its mask."""
@@ -77,16 +73,53 @@ class Panel:
         self.button(words).press()
 
     def type(self, edit: str, text: str):
-        """Replaces what stands in an edit, with mouse and keyboard, presses Return, leaves the edit, and waits until OBS has
-        taken all of it: the keys travel another way than the questions that follow."""
-        wait_until(lambda: self._enter(edit), f"{edit} has the keyboard")
-        self._do("key", "--clearmodifiers", "ctrl+a", "key", "Delete")
+        """Replaces what stands in an edit, with mouse and keyboard, presses Return and leaves the edit."""
+        self.type_and_stay(edit, text)
+        self.press_keys("Return", "Tab")
+        wait_until(lambda: not self.edits()[edit].has_state("focused"), f"{edit} is left")
+
+    def type_and_stay(self, edit: str, text: str):
+        """Replaces what stands in an edit, with mouse and keyboard, and waits until OBS has taken all of it: the keys travel
+        another way than the questions that follow."""
+        self.enter(self.edits()[edit].name)
+        self.press_keys("ctrl+a", "Delete")
         if text:
             self._do("type", "--clearmodifiers", text)
         wait_until(lambda: self._shows(self.edits()[edit], text),
                    lambda: f"{edit} shows what was typed: {self.values()}")
-        self._do("key", "Return", "key", "Tab")
-        wait_until(lambda: not self.edits()[edit].has_state("focused"), f"{edit} is left")
+
+    def enter(self, name: str):
+        """Clicks on the control of this name until it has the keyboard."""
+        wait_until(lambda: self._click_into(name), f"{name} has the keyboard")
+
+    def press_keys(self, *keys: str):
+        """Presses keys one after the other, in the words of xdotool."""
+        self._do("key", "--clearmodifiers", *keys)
+
+    def tab_from(self, name: str, *, to: str | None = None, steps: int = 40) -> list:
+        """Goes on from an edit with the Tab key, until a control is reached or so many keys are pressed. Returns the names
+        of the controls that had the keyboard."""
+        self.enter(name)
+        passed = [name]
+        while passed[-1] != to and len(passed) <= steps:
+            before = self._focused_kind()
+            self.press_keys("Tab")
+            wait_until(lambda: self._focused_kind() not in (None, before), f"the keyboard leaves {passed[-1]}")
+            passed.append(self.focused())
+        return passed
+
+    def focused(self) -> str | None:
+        """The name of the dock's control with the keyboard, if one has it."""
+        element = self._focused()
+        return element and element.name
+
+    def _focused(self):
+        return next((e for e in self.dock().walk() if e.has_state("focused")), None)
+
+    def _focused_kind(self):
+        # The log and its group have the same name.
+        element = self._focused()
+        return element and (element.role, element.name)
 
     def opened(self, title: str) -> Element:
         """A collapsible group, opened."""
@@ -105,16 +138,16 @@ class Panel:
         wait_until(lambda: any(line in entry for entry in self.log()),
                    lambda: f"{line!r} in the dock's log: {self.log()}", timeout_s)
 
-    def _enter(self, edit):
-        """Clicks into an edit; false when that does not give it the keyboard: the panel may have moved meanwhile."""
-        x, y, width, height = self.edits()[edit].box
+    def _click_into(self, name):
+        """Clicks on a control; false when that does not give it the keyboard: the panel may have moved meanwhile."""
+        x, y, width, height = self.dock().find(name=name).box
         # Nobody manages the windows of this display, so the one under the mouse has to be given the keyboard.
         self._do("mousemove", x + width // 2, y + height // 2, "click", 1)
         window = subprocess.run(["xdotool", "getmouselocation", "--shell"], env=self._environment(), check=True,
                                 capture_output=True, text=True).stdout
         self._do("windowfocus", "--sync", dict(line.split("=") for line in window.split())["WINDOW"])
         try:
-            return wait_until(lambda: self.edits()[edit].has_state("focused"), f"{edit} is entered", _CLICK_PATIENCE_S)
+            return wait_until(lambda: self.focused() == name, f"{name} is entered", _CLICK_PATIENCE_S)
         except TimedOut:
             return False
 

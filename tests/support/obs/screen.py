@@ -6,6 +6,7 @@ import subprocess
 import time
 
 from .wait import PATIENCE_S, wait_until
+from .windowclosing import close_window
 
 _atspi = None
 
@@ -125,6 +126,13 @@ class Screen:
         # OBS may be gone before it answers.
         self._without_answer(entry.press)
         return chosen
+
+    def close_main_window(self):
+        """Does what a click on the cross in the main window's frame does."""
+        found = subprocess.run(["xdotool", "search", "--all", "--onlyvisible", "--pid", str(self.pid), "--name", "^OBS "],
+                               env={"DISPLAY": self.desk.display, "PATH": "/usr/bin:/bin"}, check=True, capture_output=True,
+                               text=True).stdout.split()
+        close_window(self.desk.display, int(found[0]))
 
     def message_boxes(self) -> list:
         """The message boxes on the screen."""

@@ -91,6 +91,13 @@ class ObsSession:
         self._close_remote()
         return self._wait_for_end(self.screen.exit(), timeout_s)
 
+    def close_window(self, timeout_s=PATIENCE_S) -> float:
+        """Ends OBS with the cross of its main window; returns the seconds it took."""
+        self._close_remote()
+        asked = time.monotonic()
+        self.screen.close_main_window()
+        return self._wait_for_end(asked, timeout_s)
+
     def interrupt(self, timeout_s=PATIENCE_S) -> float:
         """Ends OBS by a signal, as when the user's session closes; returns the seconds it took."""
         self._close_remote()
