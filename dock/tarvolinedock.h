@@ -21,6 +21,8 @@ class QNetworkReply;
 class QPushButton;
 class QTextEdit;
 class QVBoxLayout;
+struct UpdateDecision;
+struct UpdateOffer;
 
 /// Receives the answer to a JSON request: the reply object and the HTTP status (0 when there was no response). After a
 /// failure the object holds "ok" = false and a German "message".
@@ -118,12 +120,17 @@ private:
 
     static QString installedVersionText();
     void handleUpdateReply(QNetworkReply *reply, bool manual);
-    void evaluateUpdateInfo(const QString &latestVersion, const QString &downloadUrl, const QString &releaseNotes,
-                            const QString &sha256, const QString &installMode, bool manual);
-    /// Remembers an installable offer, or none when all texts are empty; the install button is visible with an offer.
-    void setPendingUpdate(const QString &url, const QString &sha256, const QString &version);
+    void applyUpdateDecision(const UpdateDecision &decision);
+    /// Remembers an installable offer, or none when its texts are empty; the install button is visible with an offer.
+    void setPendingUpdate(const UpdateOffer &offer);
     void handleInstallerProgress(qint64 bytesReceived, qint64 bytesTotal);
-    void handleInstallerDownloaded(QNetworkReply *reply);
+    /// Ends a download at once that has brought more bytes than an installer may have.
+    void endOversizedDownload(QNetworkReply *reply, const UpdateOffer &offer);
+    void handleInstallerDownloaded(QNetworkReply *reply, const UpdateOffer &offer);
+    /// Checks the installer at \a path against \a sha256 (hexadecimal), starts it and has OBS quit.
+    void startSavedInstaller(const QString &path, const QString &sha256);
+    void showWrongDigest();
+    void showInstallerNotSaved();
 
     QSettings settings;
     SrtlaEngine engine;

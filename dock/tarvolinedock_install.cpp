@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Download, check and start of the installer of a newer version. The rules behind it are in online/.
-#include "installercheck.h"
+#include "heldfile.h"
 #include "tarvolinedock.h"
-#include "updateaddress.h"
+#include "updatedecision.h"
 #include "updaterequest.h"
+#include "updaterules.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMessageBox>
 #include <QNetworkAccessManager>
@@ -19,6 +21,7 @@
 #include <QTimer>
 
 #include <chrono>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -28,16 +31,37 @@ namespace {
 // Long enough to read the last text, and for the installer to come up before it asks OBS to close.
 constexpr std::chrono::milliseconds quitDelay = 800ms;
 
-QString installerPath(const QString &version)
+std::optional<QString> installerPath(const QString &version)
 {
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::TempLocation)).filePath(installerFileName(version));
+    const std::optional<QString> name = installerFileName(version);
+    if (!name) {
+        return std::nullopt;
+    }
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::TempLocation)).filePath(*name);
 }
 
-// All of the file or none of it: what is started next must be what was checked.
+// All of the file or none of it. A link of that name is replaced like a file: QSaveFile would write where it leads.
 bool saveInstaller(const QString &path, const QByteArray &data)
 {
+    if (QFileInfo(path).isSymLink() && !QFile::remove(path)) {
+        return false;
+    }
     QSaveFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit();
+}
+
+bool isFileGenuine(const QString &path, const QString &sha256)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && hasDigest(file, sha256);
+}
+
+// Also true while the body of an error page arrives: Qt sets the error at its end only.
+bool hasFailed(const QNetworkReply &reply)
+{
+    constexpr int firstErrorStatus = 400;
+    return reply.error() != QNetworkReply::NoError ||
+           reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() >= firstErrorStatus;
 }
 
 // Inno Setup's switches: no question at the start, and the programs that hold our files are closed and started again.
@@ -51,8 +75,9 @@ bool startInstaller(const QString &path)
 
 void TarvolineDock::downloadAndInstallUpdate()
 {
-    if (pendingUpdateUrl.isEmpty() || pendingUpdateSha256.isEmpty() || pendingUpdateVersion.isEmpty() ||
-        !networkManager) {
+    // A copy: another check may change the pending offer while the question is open or the download runs.
+    const UpdateOffer offer{pendingUpdateUrl, pendingUpdateSha256, pendingUpdateVersion};
+    if (offer.url.isEmpty() || offer.sha256.isEmpty() || offer.version.isEmpty() || !networkManager) {
         return;
     }
     // The question's event loop runs everything, also the dock's destruction.
@@ -61,7 +86,7 @@ void TarvolineDock::downloadAndInstallUpdate()
         this, tr("Update installieren"),
         tr("Version %1 wird heruntergeladen und installiert.\n\nOBS wird danach geschlossen. Nicht gespeicherte "
            "Änderungen solltest du vorher speichern. Fortfahren?")
-            .arg(pendingUpdateVersion),
+            .arg(offer.version),
         QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
     if (answer != QMessageBox::Yes || !self) {
         return;
@@ -69,10 +94,11 @@ void TarvolineDock::downloadAndInstallUpdate()
 
     installUpdateButton->setEnabled(false);
     updateCheckButton->setEnabled(false);
-    versionLabel->setText(tr("Update %1 wird heruntergeladen …").arg(pendingUpdateVersion));
-    QNetworkReply *reply = networkManager->get(installerRequest(QUrl(pendingUpdateUrl)));
+    versionLabel->setText(tr("Update %1 wird heruntergeladen …").arg(offer.version));
+    QNetworkReply *reply = networkManager->get(installerRequest(QUrl(offer.url)));
     connect(reply, &QNetworkReply::downloadProgress, this, &TarvolineDock::handleInstallerProgress);
-    connect(reply, &QNetworkReply::finished, this, [this, reply] { handleInstallerDownloaded(reply); });
+    connect(reply, &QNetworkReply::readyRead, this, [this, reply, offer] { endOversizedDownload(reply, offer); });
+    connect(reply, &QNetworkReply::finished, this, [this, reply, offer] { handleInstallerDownloaded(reply, offer); });
 }
 
 void TarvolineDock::handleInstallerProgress(qint64 bytesReceived, qint64 bytesTotal)
@@ -83,31 +109,56 @@ void TarvolineDock::handleInstallerProgress(qint64 bytesReceived, qint64 bytesTo
     }
 }
 
-void TarvolineDock::handleInstallerDownloaded(QNetworkReply *reply)
+void TarvolineDock::endOversizedDownload(QNetworkReply *reply, const UpdateOffer &offer)
+{
+    if (reply->bytesAvailable() > maximumInstallerBytes) {
+        QObject::disconnect(reply, nullptr, this, nullptr);
+        // Before the abort, which would turn the reply into a failed one.
+        handleInstallerDownloaded(reply, offer);
+        reply->abort();
+    }
+}
+
+void TarvolineDock::handleInstallerDownloaded(QNetworkReply *reply, const UpdateOffer &offer)
 {
     installUpdateButton->setEnabled(true);
     updateCheckButton->setEnabled(true);
     reply->deleteLater();
 
-    if (reply->error() != QNetworkReply::NoError || !isInstallerAddress(reply->url())) {
+    if (hasFailed(*reply) || !isInstallerAddress(reply->url())) {
         versionLabel->setText(tr("Der Installer konnte nicht sicher heruntergeladen werden."));
         return;
     }
     const QByteArray installer = reply->readAll();
-    switch (checkInstaller(installer, pendingUpdateSha256)) {
+    switch (checkInstaller(installer, offer.sha256)) {
     case InstallerVerdict::WrongSize:
         versionLabel->setText(tr("Ungültige Größe der Installationsdatei."));
         return;
     case InstallerVerdict::WrongDigest:
-        versionLabel->setText(tr("Sicherheitsprüfung fehlgeschlagen: SHA-256 stimmt nicht überein."));
+        showWrongDigest();
         return;
     case InstallerVerdict::Genuine:
         break;
     }
+    const std::optional<QString> path = installerPath(offer.version);
+    if (!path || !saveInstaller(*path, installer)) {
+        showInstallerNotSaved();
+        return;
+    }
+    startSavedInstaller(*path, offer.sha256);
+}
 
-    const QString path = installerPath(pendingUpdateVersion);
-    if (!saveInstaller(path, installer)) {
-        versionLabel->setText(tr("Der Installer konnte nicht gespeichert werden."));
+void TarvolineDock::startSavedInstaller(const QString &path, const QString &sha256)
+{
+    // Checked once more on the disk, held from before that until after the start: nobody can put another file in
+    // between.
+    const HeldFile held(path);
+    if (!held.isHeld()) {
+        showInstallerNotSaved();
+        return;
+    }
+    if (!isFileGenuine(path, sha256)) {
+        showWrongDigest();
         return;
     }
     versionLabel->setText(tr("Installer geprüft. OBS wird beendet und das Update gestartet …"));
@@ -116,4 +167,14 @@ void TarvolineDock::handleInstallerDownloaded(QNetworkReply *reply)
         return;
     }
     QTimer::singleShot(quitDelay, QCoreApplication::instance(), &QCoreApplication::quit);
+}
+
+void TarvolineDock::showWrongDigest()
+{
+    versionLabel->setText(tr("Sicherheitsprüfung fehlgeschlagen: SHA-256 stimmt nicht überein."));
+}
+
+void TarvolineDock::showInstallerNotSaved()
+{
+    versionLabel->setText(tr("Der Installer konnte nicht gespeichert werden."));
 }

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The check for a newer version. The rules behind it are in online/.
+// The check for a newer version. What an answer means is decided in online/.
 #include "buildspec.h"
 #include "docksettings.h"
 #include "tarvolinedock.h"
-#include "updateaddress.h"
+#include "updatedecision.h"
 #include "updatemanifest.h"
-#include "updateoffer.h"
 #include "updaterequest.h"
+#include "updaterules.h"
 
 #include <QDateTime>
 #include <QLabel>
@@ -15,8 +15,6 @@
 #include <QPushButton>
 
 namespace {
-
-constexpr qsizetype shownNotesLength = 1000;
 
 QString installedVersion()
 {
@@ -41,7 +39,7 @@ QString checkFailureDetail(const QNetworkReply &reply)
 
 QString TarvolineDock::installedVersionText()
 {
-    return tr("Installierte Version: %1").arg(installedVersion());
+    return ::installedVersionText(installedVersion());
 }
 
 void TarvolineDock::checkForUpdatesManually()
@@ -67,58 +65,35 @@ void TarvolineDock::handleUpdateReply(QNetworkReply *reply, bool manual)
         return;
     }
 
-    const ManifestReading reading = readUpdateManifest(reply->read(maximumManifestBytes + 1));
-    if (reading.isJsonObject) {
+    const UpdateDecision decision = decideUpdate(reply->read(maximumManifestBytes + 1), installedVersion(), manual);
+    if (decision.isAnswered) {
         settings.setValue(DockSettings::lastUpdateCheckUtc, QDateTime::currentDateTimeUtc().toSecsSinceEpoch());
     }
-    if (!reading.manifest) {
-        versionLabel->setText(
-            tr("Installierte Version: %1\nUngültige Antwort des Update-Servers.").arg(installedVersion()));
-        return;
-    }
-    const UpdateManifest &manifest = *reading.manifest;
-    evaluateUpdateInfo(manifest.latestVersion, manifest.downloadUrl, manifest.releaseNotes, manifest.sha256,
-                       manifest.installMode, manual);
+    applyUpdateDecision(decision);
 }
 
-void TarvolineDock::evaluateUpdateInfo(const QString &latestVersion, const QString &downloadUrl,
-                                       const QString &releaseNotes, const QString &sha256, const QString &installMode,
-                                       bool manual)
+void TarvolineDock::applyUpdateDecision(const UpdateDecision &decision)
 {
-    switch (compareVersions(latestVersion, installedVersion())) {
-    case VersionOrder::Unreadable:
-        // A pending offer stays: this answer says nothing about it.
-        versionLabel->setText(
-            tr("Installierte Version: %1\nUngültige Versionsangabe vom Server.").arg(installedVersion()));
+    versionLabel->setText(decision.text);
+    switch (decision.change) {
+    case OfferChange::Keep:
+        return;
+    case OfferChange::Hide:
         installUpdateButton->setVisible(false);
         return;
-    case VersionOrder::SameOrOlder:
-        setPendingUpdate({}, {}, {});
-        versionLabel->setText(manual
-                                  ? tr("Du hast die neueste Version. Installierte Version: %1").arg(installedVersion())
-                                  : installedVersionText());
+    case OfferChange::Withdraw:
+        setPendingUpdate({});
         return;
-    case VersionOrder::Newer:
-        break;
+    case OfferChange::Replace:
+        setPendingUpdate(decision.offer);
+        return;
     }
-
-    QString text = tr("Neue Version %1 verfügbar. Installiert ist %2.").arg(latestVersion, installedVersion());
-    if (!releaseNotes.isEmpty()) {
-        text += u'\n' + releaseNotes.left(shownNotesLength);
-    }
-    if (isInstallableOffer(downloadUrl, sha256, installMode)) {
-        setPendingUpdate(downloadUrl, sha256, latestVersion);
-    } else {
-        setPendingUpdate({}, {}, {});
-        text += tr("\nDas Update kann aus Sicherheitsgründen nicht automatisch installiert werden.");
-    }
-    versionLabel->setText(text);
 }
 
-void TarvolineDock::setPendingUpdate(const QString &url, const QString &sha256, const QString &version)
+void TarvolineDock::setPendingUpdate(const UpdateOffer &offer)
 {
-    pendingUpdateUrl = url;
-    pendingUpdateSha256 = sha256;
-    pendingUpdateVersion = version;
-    installUpdateButton->setVisible(!version.isEmpty());
+    pendingUpdateUrl = offer.url;
+    pendingUpdateSha256 = offer.sha256;
+    pendingUpdateVersion = offer.version;
+    installUpdateButton->setVisible(!offer.version.isEmpty());
 }

@@ -41,6 +41,8 @@ private Q_SLOTS:
     void comparesTheDigest_data();
     void comparesTheDigest();
     void tellsAFolderThatIsNotThere();
+    void keepsTheVersionOutOfOtherFolders_data();
+    void keepsTheVersionOutOfOtherFolders();
     void tellsAFileThatDoesNotStart();
     void startsTheInstallerAndQuits();
 };
@@ -81,6 +83,31 @@ void TestDockInstall::tellsAFolderThatIsNotThere()
     fixture.install();
     QCOMPARE(fixture.label(), saveText);
     QVERIFY(fixture.savedFiles().isEmpty());
+}
+
+void TestDockInstall::keepsTheVersionOutOfOtherFolders_data()
+{
+    QTest::addColumn<QString>("version");
+    for (const QString &version : {u"1.0/x"_s, u"1.0/../x"_s, u"1.0\\x"_s, u"1.0\\..\\x"_s, u"1.0:x"_s}) {
+        QTest::addRow("%s", qPrintable(version)) << version;
+    }
+}
+
+void TestDockInstall::keepsTheVersionOutOfOtherFolders()
+{
+    QFETCH(QString, version);
+    InstallFixture fixture;
+    // A folder that the name would lead into or through.
+    const QString way = u"Tarvoline-SRTLA-Plugin-Setup-v1.0"_s;
+    QVERIFY(QDir(fixture.folder.path()).mkdir(way));
+    fixture.offer(installer, {.body = installer});
+    QStringList offer = fixture.pending();
+    offer.last() = version;
+    fixture.setPending(offer);
+    fixture.install();
+    QCOMPARE(fixture.label(), saveText);
+    QCOMPARE(fixture.savedFiles(), QStringList{way});
+    QVERIFY(QDir(fixture.folder.filePath(way)).isEmpty());
 }
 
 void TestDockInstall::tellsAFileThatDoesNotStart()

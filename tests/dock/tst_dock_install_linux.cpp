@@ -54,6 +54,8 @@ private Q_SLOTS:
     void tellsAFolderThatIsReadOnly();
     void tellsADiskThatRunsNoPrograms();
     void takesAnUpdateFromTheRealService();
+    void replacesALink();
+    void startsNothingThatOthersCanExchange();
 
 private:
     static void requireMounts()
@@ -145,6 +147,42 @@ void TestDockInstallLinux::takesAnUpdateFromTheRealService()
     // A new file may not be executed here; everything before that has gone well.
     QCOMPARE(fixture.label(), startText);
     QCOMPARE(fixture.content(fixture.folder.filePath(u"Tarvoline-SRTLA-Plugin-Setup-v1.2.3.exe"_s)), data);
+}
+
+void TestDockInstallLinux::replacesALink()
+{
+    InstallFixture fixture;
+    const QTemporaryDir elsewhere;
+    const QString target = elsewhere.filePath(u"target"_s);
+    QFile precious(target);
+    QVERIFY(precious.open(QIODevice::WriteOnly));
+    precious.write("precious");
+    precious.close();
+    QVERIFY(QFile::link(target, fixture.savedPath()));
+    fixture.offer(installer, {.body = installer});
+    fixture.install();
+    QCOMPARE(fixture.label(), startText);
+    QVERIFY(!QFileInfo(fixture.savedPath()).isSymLink());
+    QCOMPARE(fixture.content(fixture.savedPath()), installer);
+    QCOMPARE(fixture.content(target), "precious");
+}
+
+void TestDockInstallLinux::startsNothingThatOthersCanExchange()
+{
+    const QTemporaryDir recordFolder;
+    const QString record = recordFolder.filePath(u"record"_s);
+    qputenv("TARVOLINE_TEST_RECORD", QFile::encodeName(record));
+    InstallFixture fixture;
+    QVERIFY(QFile::setPermissions(fixture.folder.path(), QFile::Permissions::fromInt(0x7777)));
+    QFile older(fixture.savedPath());
+    QVERIFY(older.open(QIODevice::WriteOnly));
+    older.close();
+    QVERIFY(older.setPermissions(older.permissions() | QFile::ExeOwner));
+    const QByteArray program = fixture.content(QStringLiteral(TARVOLINE_TEST_RECORDER));
+    fixture.offer(program, {.body = program});
+    fixture.install();
+    QCOMPARE(fixture.label(), saveText);
+    QVERIFY(!QFile::exists(record));
 }
 
 QTEST_MAIN(TestDockInstallLinux)

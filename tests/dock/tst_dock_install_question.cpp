@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The question before an installer is downloaded, and what stands in the way of it.
 #include "dock/installfixture.h"
+#include "support/updatecheck.h"
 
 #include <QApplication>
 #include <QTest>
@@ -26,6 +27,8 @@ private Q_SLOTS:
     void changesNothingWhenDeclined();
     void survivesTheDockBeingDestroyed_data();
     void survivesTheDockBeingDestroyed();
+    void installsWhatTheUserWasAskedAbout_data();
+    void installsWhatTheUserWasAskedAbout();
 };
 
 void TestDockInstallQuestion::initTestCase()
@@ -131,6 +134,59 @@ void TestDockInstallQuestion::survivesTheDockBeingDestroyed()
     QVERIFY(!fixture.dock);
     QCOMPARE(fixture.boxes.shown().size(), 1);
     QVERIFY(fixture.network->made().isEmpty());
+}
+
+void TestDockInstallQuestion::installsWhatTheUserWasAskedAbout_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QStringList>("offerAfter");
+    QTest::addColumn<bool>("whileDownloading");
+    const QStringList newer{UpdateCheck::installerUrl(), UpdateCheck::digest, u"1.1"_s};
+    for (const bool downloading : {false, true}) {
+        const char *when = downloading ? "while it downloads" : "while the question is open";
+        QTest::addRow("a newer one comes %s", when)
+            << UpdateCheck::installableManifest(u"1.1"_s) << newer << downloading;
+        QTest::addRow("it is withdrawn %s", when)
+            << UpdateCheck::manifest(u"0.9.2"_s) << QStringList{{}, {}, {}} << downloading;
+    }
+}
+
+void TestDockInstallQuestion::installsWhatTheUserWasAskedAbout()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(QStringList, offerAfter);
+    QFETCH(bool, whileDownloading);
+    InstallFixture fixture;
+    const QByteArray asked = "the version that the user was asked about";
+    fixture.setPending({fixture.address(u"/asked.exe"_s), fixture.sha256(asked), u"1.0"_s});
+    // Without an announced length a download lasts until the server ends it.
+    fixture.servers.answer(u"/asked.exe"_s,
+                           {.body = asked, .framing = u"close"_s, .then = whileDownloading ? u"stall"_s : u"end"_s});
+    fixture.servers.answer(u"/setup.exe"_s, {.body = "the version that came later"});
+    fixture.servers.answer(u"/update.json"_s, {.body = answer});
+    const auto check = [&fixture] {
+        fixture.invoke("checkForUpdatesManually");
+        QTRY_VERIFY_WITH_TIMEOUT(fixture.checkButton->isEnabled(), InstallFixture::waitMs);
+    };
+    fixture.boxes.answerWith([&](QMessageBox &box) {
+        if (!whileDownloading) {
+            check();
+        }
+        MessageBoxes::press(box, QMessageBox::Yes);
+    });
+    fixture.invoke("downloadAndInstallUpdate");
+    if (whileDownloading) {
+        check();
+        fixture.servers.reset();
+    }
+    QCOMPARE(fixture.pending(), offerAfter);
+    fixture.waitForTheNetwork();
+
+    // What is saved is the version that was asked about, under its name; these bytes are no program, so that the road
+    // ends at their start.
+    QCOMPARE(fixture.label(), u"Der Installer konnte nicht gestartet werden."_s);
+    QCOMPARE(fixture.savedFiles(), QStringList{u"Tarvoline-SRTLA-Plugin-Setup-v1.0.exe"_s});
+    QCOMPARE(fixture.content(fixture.savedPath()), asked);
 }
 
 QTEST_MAIN(TestDockInstallQuestion)

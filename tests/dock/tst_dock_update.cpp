@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The update check over a real network.
-#include "dock/updatecheck.h"
 #include "dock/updatefixture.h"
+#include "support/updatecheck.h"
 
 #include <QDateTime>
 #include <QJsonObject>

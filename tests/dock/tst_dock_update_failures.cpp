@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Redirects, and what the panel says of servers that fail.
-#include "dock/updatecheck.h"
 #include "dock/updatefixture.h"
+#include "support/updatecheck.h"
 
 #include <QNetworkProxy>
 #include <QNetworkReply>

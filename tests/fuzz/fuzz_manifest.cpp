@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The update manifest's bytes, and whether what was read from them may be installed.
 #include "check.h"
+#include "updatedecision.h"
 #include "updatemanifest.h"
-#include "updateoffer.h"
+#include "updaterules.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -47,6 +48,19 @@ void requireSafeOffer(const UpdateManifest &manifest)
     require(manifest.sha256.size() == 64 && std::ranges::all_of(manifest.sha256, isHex), "an installer without digest");
 }
 
+void requireSafeDecision(const QByteArray &body, const UpdateManifest &manifest)
+{
+    const UpdateDecision decision = decideUpdate(body, QStringLiteral("0.9.2"), true);
+    const UpdateOffer announced{manifest.downloadUrl, manifest.sha256, manifest.latestVersion};
+    const bool isInstallable = isInstallableOffer(manifest.downloadUrl, manifest.sha256, manifest.installMode);
+    require(decision.isAnswered && !decision.text.isEmpty(), "an answer that is not told");
+    if (decision.change == OfferChange::Replace) {
+        require(isInstallable && decision.offer == announced, "an offer that is not the manifest's");
+    } else {
+        require(decision.offer == UpdateOffer(), "an offer that is none");
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -65,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (reading.manifest) {
         requireMembers(*reading.manifest, document.object());
         requireSafeOffer(*reading.manifest);
-        (void)compareVersions(reading.manifest->latestVersion, QStringLiteral("0.9.2"));
+        requireSafeDecision(body, *reading.manifest);
     }
     return 0;
 }

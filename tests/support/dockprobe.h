@@ -47,16 +47,10 @@ public:
         dock.handlePublicIpReply(reply, httpStatus);
     }
     void handleUpdateReply(QNetworkReply *reply, bool manual) const { dock.handleUpdateReply(reply, manual); }
-    void evaluateUpdateInfo(const QString &latestVersion, const QString &downloadUrl, const QString &releaseNotes,
-                            const QString &sha256, const QString &installMode, bool manual) const
-    {
-        dock.evaluateUpdateInfo(latestVersion, downloadUrl, releaseNotes, sha256, installMode, manual);
-    }
     void handleInstallerProgress(qint64 bytesReceived, qint64 bytesTotal) const
     {
         dock.handleInstallerProgress(bytesReceived, bytesTotal);
     }
-    void handleInstallerDownloaded(QNetworkReply *reply) const { dock.handleInstallerDownloaded(reply); }
 
 private:
     TarvolineDock &dock;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "updateaddress.h"
+#include "updaterules.h"
 
 #include "buildspec.h"
 
@@ -7,7 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-class TestUpdateAddress : public QObject
+class TestUpdateRulesAddresses : public QObject
 {
     Q_OBJECT
 
@@ -29,7 +29,7 @@ private:
     }
 };
 
-void TestUpdateAddress::vendorAddresses_data()
+void TestUpdateRulesAddresses::vendorAddresses_data()
 {
     QTest::addColumn<QString>("address");
     QTest::addColumn<bool>("trusted");
@@ -71,7 +71,7 @@ void TestUpdateAddress::vendorAddresses_data()
     QTest::newRow("blank around") << u" https://VENDOR/update.json "_s << false;
 }
 
-void TestUpdateAddress::vendorAddresses()
+void TestUpdateRulesAddresses::vendorAddresses()
 {
     QFETCH(QString, address);
     QFETCH(bool, trusted);
@@ -79,7 +79,7 @@ void TestUpdateAddress::vendorAddresses()
     QVERIFY2(isVendorAddress(url) == trusted, qPrintable(url.toString()));
 }
 
-void TestUpdateAddress::installerAddresses_data()
+void TestUpdateRulesAddresses::installerAddresses_data()
 {
     QTest::addColumn<QString>("address");
     QTest::addColumn<bool>("offered");
@@ -118,7 +118,7 @@ void TestUpdateAddress::installerAddresses_data()
     QTest::newRow("empty") << u""_s << false;
 }
 
-void TestUpdateAddress::installerAddresses()
+void TestUpdateRulesAddresses::installerAddresses()
 {
     QFETCH(QString, address);
     QFETCH(bool, offered);
@@ -126,14 +126,14 @@ void TestUpdateAddress::installerAddresses()
     QCOMPARE(isInstallerAddress(QUrl(filled(address))), offered);
 }
 
-void TestUpdateAddress::refusesInvalidAddresses_data()
+void TestUpdateRulesAddresses::refusesInvalidAddresses_data()
 {
     QTest::addColumn<QString>("address");
     QTest::newRow("port out of range") << u"https://VENDOR:99999/setup.exe"_s;
     QTest::newRow("port no number") << u"https://VENDOR:abc/setup.exe"_s;
 }
 
-void TestUpdateAddress::refusesInvalidAddresses()
+void TestUpdateRulesAddresses::refusesInvalidAddresses()
 {
     QFETCH(QString, address);
     // QUrl keeps the parts that it understood, so that only its validity tells these addresses from good ones.
@@ -141,11 +141,11 @@ void TestUpdateAddress::refusesInvalidAddresses()
     QVERIFY(!isOfferedInstallerAddress(filled(address)));
 }
 
-void TestUpdateAddress::takesTheHostOfTheBuild()
+void TestUpdateRulesAddresses::takesTheHostOfTheBuild()
 {
     QVERIFY(!isVendorAddress(QUrl(u"https://"_s)));
     QVERIFY(isVendorAddress(QUrl(QString::fromUtf8(serviceBaseUrl))));
 }
 
-QTEST_GUILESS_MAIN(TestUpdateAddress)
-#include "tst_updateaddress.moc"
+QTEST_GUILESS_MAIN(TestUpdateRulesAddresses)
+#include "tst_updaterules_addresses.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "installercheck.h"
+#include "updaterules.h"
 
+#include <QBuffer>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -14,7 +15,7 @@ const QString digestOfAbc = u"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb4
 
 Q_DECLARE_METATYPE(InstallerVerdict)
 
-class TestInstallerCheck : public QObject
+class TestUpdateRulesInstallers : public QObject
 {
     Q_OBJECT
 
@@ -24,9 +25,11 @@ private Q_SLOTS:
     void comparesTheDigest_data();
     void comparesTheDigest();
     void acceptsTheLargestAndNoLarger();
+    void namesTheFile_data();
+    void namesTheFile();
 };
 
-void TestInstallerCheck::limitsTheSize_data()
+void TestUpdateRulesInstallers::limitsTheSize_data()
 {
     QTest::addColumn<qint64>("bytes");
     QTest::addColumn<bool>("allowed");
@@ -39,14 +42,14 @@ void TestInstallerCheck::limitsTheSize_data()
     QTest::newRow("negative") << qint64(-1) << false;
 }
 
-void TestInstallerCheck::limitsTheSize()
+void TestUpdateRulesInstallers::limitsTheSize()
 {
     QFETCH(qint64, bytes);
     QFETCH(bool, allowed);
     QCOMPARE(isInstallerSize(bytes), allowed);
 }
 
-void TestInstallerCheck::comparesTheDigest_data()
+void TestUpdateRulesInstallers::comparesTheDigest_data()
 {
     QTest::addColumn<QByteArray>("data");
     QTest::addColumn<QString>("sha256");
@@ -65,15 +68,21 @@ void TestInstallerCheck::comparesTheDigest_data()
         << InstallerVerdict::WrongSize;
 }
 
-void TestInstallerCheck::comparesTheDigest()
+void TestUpdateRulesInstallers::comparesTheDigest()
 {
     QFETCH(QByteArray, data);
     QFETCH(QString, sha256);
     QFETCH(InstallerVerdict, verdict);
     QCOMPARE(checkInstaller(data, sha256), verdict);
+
+    QBuffer file(&data);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    if (verdict != InstallerVerdict::WrongSize) {
+        QCOMPARE(hasDigest(file, sha256), verdict == InstallerVerdict::Genuine);
+    }
 }
 
-void TestInstallerCheck::acceptsTheLargestAndNoLarger()
+void TestUpdateRulesInstallers::acceptsTheLargestAndNoLarger()
 {
     // With a digest that cannot fit: a size that is allowed is told by what is checked after it.
     QByteArray data(262144000, 'x');
@@ -82,5 +91,27 @@ void TestInstallerCheck::acceptsTheLargestAndNoLarger()
     QCOMPARE(checkInstaller(data, digestOfAbc), InstallerVerdict::WrongSize);
 }
 
-QTEST_GUILESS_MAIN(TestInstallerCheck)
-#include "tst_installercheck.moc"
+void TestUpdateRulesInstallers::namesTheFile_data()
+{
+    QTest::addColumn<QString>("version");
+    QTest::addColumn<QString>("name"); // empty: none
+    const auto named = [](const QString &version) { return u"Tarvoline-SRTLA-Plugin-Setup-v%1.exe"_s.arg(version); };
+    for (const QString &version :
+         {u"1.0"_s, u"1.0-beta"_s, u"1.0 (neu)"_s, u"1.0 ü"_s, u"1.0.."_s, u"1.0 %1"_s, u"1.0\u2044x"_s}) {
+        QTest::addRow("%s", qPrintable(version)) << version << named(version);
+    }
+    for (const QString &version : {u"1.0/x"_s, u"1.0/../../x"_s, u"1.0\\x"_s, u"1.0\\..\\x"_s, u"1.0:x"_s, u"1.0/"_s,
+                                   u"1.0\\"_s, u"1.0:"_s, u"1:0"_s}) {
+        QTest::addRow("%s", qPrintable(version)) << version << QString();
+    }
+}
+
+void TestUpdateRulesInstallers::namesTheFile()
+{
+    QFETCH(QString, version);
+    QFETCH(QString, name);
+    QCOMPARE(installerFileName(version).value_or(QString()), name);
+}
+
+QTEST_GUILESS_MAIN(TestUpdateRulesInstallers)
+#include "tst_updaterules_installers.moc"

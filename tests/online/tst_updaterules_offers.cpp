@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "updateoffer.h"
+#include "updaterules.h"
 
 #include "buildspec.h"
 
@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 Q_DECLARE_METATYPE(VersionOrder)
 
-class TestUpdateOffer : public QObject
+class TestUpdateRulesOffers : public QObject
 {
     Q_OBJECT
 
@@ -20,7 +20,7 @@ private Q_SLOTS:
     void judgesOffers();
 };
 
-void TestUpdateOffer::ordersVersions_data()
+void TestUpdateRulesOffers::ordersVersions_data()
 {
     QTest::addColumn<QString>("offered");
     QTest::addColumn<QString>("installed");
@@ -56,7 +56,7 @@ void TestUpdateOffer::ordersVersions_data()
     QTest::newRow("both unreadable") << u"x"_s << u"y"_s << VersionOrder::Unreadable;
 }
 
-void TestUpdateOffer::ordersVersions()
+void TestUpdateRulesOffers::ordersVersions()
 {
     QFETCH(QString, offered);
     QFETCH(QString, installed);
@@ -64,7 +64,7 @@ void TestUpdateOffer::ordersVersions()
     QCOMPARE(compareVersions(offered, installed), order);
 }
 
-void TestUpdateOffer::judgesOffers_data()
+void TestUpdateRulesOffers::judgesOffers_data()
 {
     QTest::addColumn<QString>("address");
     QTest::addColumn<QString>("sha256");
@@ -95,7 +95,7 @@ void TestUpdateOffer::judgesOffers_data()
     QTest::newRow("upper-case ending") << address.chopped(4) + ".EXE"_L1 << digest << none << true;
 }
 
-void TestUpdateOffer::judgesOffers()
+void TestUpdateRulesOffers::judgesOffers()
 {
     QFETCH(QString, address);
     QFETCH(QString, sha256);
@@ -104,5 +104,5 @@ void TestUpdateOffer::judgesOffers()
     QCOMPARE(isInstallableOffer(address, sha256, installMode), installable);
 }
 
-QTEST_GUILESS_MAIN(TestUpdateOffer)
-#include "tst_updateoffer.moc"
+QTEST_GUILESS_MAIN(TestUpdateRulesOffers)
+#include "tst_updaterules_offers.moc"

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "heldfile.h"
+
+#include <QDir>
+
+#include <windows.h>
+
+#include <string>
+
+namespace {
+
+bool isPlainFile(HANDLE file)
+{
+    BY_HANDLE_FILE_INFORMATION information;
+    constexpr DWORD others = FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY;
+    return GetFileInformationByHandle(file, &information) && (information.dwFileAttributes & others) == 0;
+}
+
+} // namespace
+
+HeldFile::HeldFile(const QString &path)
+{
+    const std::wstring name = QDir::toNativeSeparators(path).toStdWString();
+    // Shared for reading alone: writing, renaming and removing are refused as long as the handle is open. It fails when
+    // somebody has the file open for any of these already.
+    const HANDLE file = CreateFileW(name.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return;
+    }
+    if (isPlainFile(file)) {
+        handle = reinterpret_cast<qintptr>(file);
+    } else {
+        CloseHandle(file);
+    }
+}
+
+HeldFile::~HeldFile()
+{
+    if (isHeld()) {
+        CloseHandle(reinterpret_cast<HANDLE>(handle));
+    }
+}
