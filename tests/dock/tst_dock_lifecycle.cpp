@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Birth and death of the dock: automatic start, shutdown, and all that may outlive the dock.
+// Construction and end of the dock: automatic start, shutdown, and all that may outlive the dock.
 #include "dockfixture.h"
 #include "support/udpport.h"
 
 #include <QCheckBox>
-#include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -18,11 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int sourceDelayMs = 400;
 constexpr int startDelayMs = 800;
-// A coarse timer may fire up to 5 % early.
-constexpr int earliestSourceMs = sourceDelayMs * 95 / 100;
-constexpr int earliestStartMs = startDelayMs * 95 / 100;
 // Far beyond what a loaded machine needs.
 constexpr int patienceMs = 30000;
 
@@ -52,47 +47,23 @@ private Q_SLOTS:
         fixture.reset();
     }
 
-    void firstStartStartsTheReceiverNotBefore800Ms()
+    void firstStartShowsTheRunningReceiver()
     {
-        QElapsedTimer sinceBuilt;
-        sinceBuilt.start();
         const DockProbe probe = fixture->build();
         QVERIFY(!probe.engine().isRunning());
         QCOMPARE(probe.statusLabel()->text(), u"Inaktiv"_s);
         QTRY_VERIFY_WITH_TIMEOUT(probe.engine().isRunning(), patienceMs);
-        QVERIFY(sinceBuilt.elapsed() >= earliestStartMs);
         QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
-        // The switch for the source has gone off while loading.
-        QVERIFY(!ObsDouble::hasSource(sourceName));
     }
 
-    void sourceIsRepairedNotBefore400MsAndTheReceiverLeftAlone()
+    void automaticRepairLeavesTheReceiverAlone()
     {
         fixture->store.set(u"autoStart"_s, false);
         fixture->store.set(u"autoSource"_s, true);
-        QElapsedTimer sinceBuilt;
-        sinceBuilt.start();
         const DockProbe probe = fixture->build();
-        QVERIFY(!ObsDouble::hasSource(sourceName));
         QTRY_VERIFY_WITH_TIMEOUT(ObsDouble::hasSource(sourceName), patienceMs);
-        QVERIFY(sinceBuilt.elapsed() >= earliestSourceMs);
         waitBeyondTheDocksTimers();
         QVERIFY(!probe.engine().isRunning());
-    }
-
-    void sourceRepairRunsBeforeATimerOfTheReceiversDelay()
-    {
-        fixture->store.set(u"autoStart"_s, false);
-        fixture->store.set(u"autoSource"_s, true);
-        fixture->build();
-        bool sourceWasFirst = false;
-        bool passed = false;
-        QTimer::singleShot(startDelayMs, qApp, [&] {
-            sourceWasFirst = ObsDouble::hasSource(sourceName);
-            passed = true;
-        });
-        QTRY_VERIFY_WITH_TIMEOUT(passed, patienceMs);
-        QVERIFY(sourceWasFirst);
     }
 
     void nothingHappensByItselfWithBothSwitchesOff()

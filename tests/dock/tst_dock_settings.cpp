@@ -4,6 +4,7 @@
 
 #include <QCheckBox>
 #include <QDockWidget>
+#include <QFile>
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QTest>
@@ -144,6 +145,21 @@ private Q_SLOTS:
         QVERIFY(probe.linkPortsCheck()->isChecked());
         QVERIFY(!probe.autoStartCheck()->isChecked());
         QVERIFY(!probe.autoSourceCheck()->isChecked());
+    }
+
+    // Two programs of the user may share the store, and OBS may crash at any time.
+    void savingWritesTheFileAtOnce()
+    {
+        const DockProbe probe = fixture->buildQuiet();
+        QFile file(probe.settings().fileName());
+        if (!file.exists()) {
+            QSKIP("the store is the registry, which holds every value as soon as it is set");
+        }
+        probe.publicHostEdit()->setText(u"am.stueck.example"_s);
+        fixture->dock->saveSettings();
+        // The bytes: within one program every QSettings sees what another has not written yet.
+        QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.errorString()));
+        QVERIFY(file.readAll().contains("publicHost=am.stueck.example\n"));
     }
 
     void strangeKeysAreLeftAlone()
