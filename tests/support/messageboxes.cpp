@@ -4,6 +4,19 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QEvent>
+#include <QTest>
+#include <QTimer>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// Far beyond what a loaded machine needs; whoever opened a message box that nobody answers would wait for ever.
+constexpr std::chrono::milliseconds longestAnswer = 30s;
+
+} // namespace
 
 MessageBoxes::MessageBoxes()
 {
@@ -32,6 +45,11 @@ bool MessageBoxes::eventFilter(QObject *object, QEvent *event)
         shownBoxes.append({box->windowTitle(), box->text(), box->icon(), box->standardButtons(), box->parentWidget()});
         // Queued, so that it happens in the box's own event loop.
         QMetaObject::invokeMethod(box, [this, box] { answer(*box); }, Qt::QueuedConnection);
+        QTimer::singleShot(longestAnswer, box, [box] {
+            QTest::qFail(qPrintable(QStringLiteral("The message box \"%1\" stayed open.").arg(box->windowTitle())),
+                         __FILE__, __LINE__);
+            box->done(QMessageBox::NoButton);
+        });
     }
     return QObject::eventFilter(object, event);
 }

@@ -19,7 +19,7 @@ struct ShownMessageBox
 };
 
 /// The user in front of the message boxes: notes each one that opens and, once it runs, does with it what the test says
-/// (at first: presses OK).
+/// (at first: presses OK). A box that stays open all the same fails the test and is closed.
 class MessageBoxes : public QObject
 {
     Q_OBJECT
