@@ -2,6 +2,7 @@
 #pragma once
 
 #include "srtlaendpoint.h"
+#include "udpreading.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
@@ -11,6 +12,8 @@
 #include <QSharedPointer>
 #include <QTimer>
 #include <QUdpSocket>
+
+#include <functional>
 
 struct SrtlaGroup;
 struct SrtlaPath;
@@ -107,7 +110,9 @@ private:
     void removeAllGroups(const QString &reason);
     /// Without a signal or a log line.
     void dropAllGroups();
-    void removeSilentPaths(SrtlaGroup &group, qint64 now);
+    /// Both return false when \a isTimeOver, asked before each removal, ended the work early.
+    bool removeSilentPaths(qint64 now, const std::function<bool()> &isTimeOver);
+    bool removeSilentGroups(qint64 now, const std::function<bool()> &isTimeOver);
 
     QUdpSocket clientSocket;
     QHostAddress targetAddress;
@@ -132,6 +137,8 @@ private:
     /// The groups' ids by their senders' halves, so that a REG1 need not look at every group. A sender has one; for a
     /// moment two, when a slot that hears of the first one's end runs an event loop in which the sender comes again.
     QMultiHash<QByteArray, QByteArray> sessionIndex;
+    SpareBuffer spareBuffer;
+    ArrivalRhythm arrivalRhythm; ///< of the senders' datagrams
     /// Group of the most recent packet of a link (one-entry cache).
     QSharedPointer<SrtlaGroup> recentGroup;
 };

@@ -5,16 +5,30 @@
 #include "srtlagroup.h"
 #include "srtlapackets.h"
 #include "srtlatexts.h"
-#include "udpreading.h"
+#include "turnlimit.h"
 
 void SrtlaEngine::readClientDatagrams()
 {
-    drainUnasked(clientSocket, [this](const QNetworkDatagram &received) {
-        const QByteArray datagram = received.data();
+    DatagramBuffer buffer = spareBuffer.take();
+    const bool readsOn = arrivalRhythm.beginTurn();
+    TurnLimit limit(nowMs());
+    const auto isTimeOver = [this, &limit] { return limit.isOver([this] { return nowMs(); }); };
+    int taken = 0;
+    // The read that finds nothing makes the socket emit errorOccurred, which has no handler here. What stands behind an
+    // error is left to the next readyRead: reading turns the signal on again.
+    SrtlaEndpoint sender;
+    while (isRunning() && (taken == 0 || readsOn) && !isTimeOver()) {
+        const qint64 size = clientSocket.readDatagram(buffer.get(), maxUdpPayloadBytes, &sender.address, &sender.port);
+        if (size < 0) {
+            break;
+        }
+        ++taken;
         ++receivedPackets;
-        receivedBytes += static_cast<quint64>(datagram.size());
-        handleDatagram(datagram, {received.senderAddress(), static_cast<quint16>(received.senderPort())});
-    });
+        receivedBytes += static_cast<quint64>(size);
+        handleDatagram(QByteArray::fromRawData(buffer.get(), size), sender);
+    }
+    arrivalRhythm.endTurn(taken);
+    spareBuffer.giveBack(std::move(buffer));
 }
 
 void SrtlaEngine::handleDatagram(const QByteArray &datagram, const SrtlaEndpoint &sender)
@@ -44,7 +58,6 @@ void SrtlaEngine::handleDatagram(const QByteArray &datagram, const SrtlaEndpoint
 void SrtlaEngine::handleReg1(const QByteArray &datagram, const SrtlaEndpoint &sender)
 {
     const QByteArray senderId = senderIdOfReg1(datagram);
-
     const QList<QByteArray> earlierSessions = sessionIndex.values(senderId);
     for (const QByteArray &groupId : earlierSessions) {
         removeGroup(groupId, SrtlaTexts::reasonNewSession());

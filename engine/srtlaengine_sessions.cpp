@@ -5,8 +5,11 @@
 #include "srtlagroup.h"
 #include "srtlapackets.h"
 #include "srtlatexts.h"
+#include "turnlimit.h"
 
 #include <QRandomGenerator>
+
+#include <array>
 
 namespace {
 
@@ -52,9 +55,12 @@ QByteArray SrtlaEngine::makeGroupId(const QByteArray &senderId) const
     QByteArray id;
     do {
         id = senderId;
-        id.resize(groupIdBytes);
-        for (qsizetype i = senderIdBytes; i < groupIdBytes; ++i) {
-            id[i] = static_cast<char>(QRandomGenerator::global()->generate());
+        id.reserve(groupIdBytes);
+        // One locked call for all draws; of each 32-bit draw the lowest byte counts.
+        std::array<quint32, groupIdBytes - senderIdBytes> draws;
+        QRandomGenerator::global()->fillRange(draws.data(), draws.size());
+        for (const quint32 draw : draws) {
+            id.append(static_cast<char>(draw));
         }
     } while (groups.contains(id));
     return id;
@@ -150,22 +156,12 @@ void SrtlaEngine::dropAllGroups()
 void SrtlaEngine::cleanupSessions()
 {
     const qint64 now = nowMs();
-    QList<QByteArray> expiredGroups;
-    {
-        // A copy shares the table's contents; it costs something only if a slot changes the table during the walk.
-        const auto walked = groups;
-        for (const QSharedPointer<SrtlaGroup> &group : walked) {
-            if (group->removed) {
-                continue;
-            }
-            removeSilentPaths(*group, now);
-            if (group->paths.isEmpty() && isStale(group->lastActivityMs, now)) {
-                expiredGroups.append(group->id);
-            }
-        }
-    }
-    for (const QByteArray &groupId : std::as_const(expiredGroups)) {
-        removeGroup(groupId, SrtlaTexts::reasonTimeout());
+    TurnLimit limit(now);
+    const auto isTimeOver = [this, &limit] { return limit.isOver([this] { return nowMs(); }); };
+    // Anew for the groups: a slot may have started another session, whose clock begins at 0.
+    if (!removeSilentPaths(now, isTimeOver) || !removeSilentGroups(nowMs(), isTimeOver)) {
+        // The rest in the event loop's next turn: each removal is told, and a flood leaves thousands.
+        QMetaObject::invokeMethod(this, &SrtlaEngine::cleanupSessions, Qt::QueuedConnection);
     }
     squeezeIfSparse(groups);
     squeezeIfSparse(pathIndex);
@@ -173,21 +169,46 @@ void SrtlaEngine::cleanupSessions()
     squeezeIfSparse(sessionIndex);
 }
 
-void SrtlaEngine::removeSilentPaths(SrtlaGroup &group, qint64 now)
+bool SrtlaEngine::removeSilentPaths(qint64 now, const std::function<bool()> &isTimeOver)
 {
-    QList<SrtlaEndpoint> expiredPaths;
-    for (auto path = group.paths.cbegin(); path != group.paths.cend(); ++path) {
-        if (isStale(path->lastActivityMs, now)) {
-            expiredPaths.append(path.key());
+    // A copy shares the table's contents; it costs something only if a slot changes the table during the walk.
+    const auto walked = groups;
+    for (const QSharedPointer<SrtlaGroup> &group : walked) {
+        QList<SrtlaEndpoint> expiredPaths;
+        for (auto path = group->paths.cbegin(); path != group->paths.cend(); ++path) {
+            if (isStale(path->lastActivityMs, now)) {
+                expiredPaths.append(path.key());
+            }
+        }
+        for (const SrtlaEndpoint &endpoint : std::as_const(expiredPaths)) {
+            if (group->removed) {
+                break; // by a slot; its links may have joined another group since
+            }
+            if (isTimeOver()) {
+                return false;
+            }
+            removePath(*group, endpoint);
+            Q_EMIT logMessage(SrtlaTexts::pathTimedOut(endpoint.address, endpoint.port));
         }
     }
-    for (const SrtlaEndpoint &endpoint : std::as_const(expiredPaths)) {
-        if (group.removed) {
-            return; // by a slot; its links may have joined another group since
+    return true;
+}
+
+bool SrtlaEngine::removeSilentGroups(qint64 now, const std::function<bool()> &isTimeOver)
+{
+    QList<QByteArray> expiredGroups;
+    for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
+        if (group->paths.isEmpty() && isStale(group->lastActivityMs, now)) {
+            expiredGroups.append(group->id);
         }
-        removePath(group, endpoint);
-        Q_EMIT logMessage(SrtlaTexts::pathTimedOut(endpoint.address, endpoint.port));
     }
+    for (const QByteArray &groupId : std::as_const(expiredGroups)) {
+        if (isTimeOver()) {
+            return false;
+        }
+        removeGroup(groupId, SrtlaTexts::reasonTimeout());
+    }
+    return true;
 }
 
 void SrtlaEngine::publishStatistics()

@@ -5,8 +5,8 @@
 #include "srtlagroup.h"
 #include "srtlapackets.h"
 #include "srtlatexts.h"
+#include "turnlimit.h"
 #include "udpport.h"
-#include "udpreading.h"
 
 #include <QNetworkProxy>
 
@@ -58,8 +58,12 @@ void SrtlaEngine::readSrtDatagrams(const QByteArray &groupId)
         return;
     }
     group->srtSocket->lastReadMs = nowMs();
-    drainDatagrams(*group->srtSocket,
-                   [this, &group](const QNetworkDatagram &received) { routeSrtReply(*group, received.data()); });
+    DatagramBuffer buffer = spareBuffer.take();
+    TurnLimit limit(nowMs());
+    drainDatagrams(
+        *group->srtSocket, buffer.get(), [this, &limit] { return limit.isOver([this] { return nowMs(); }); },
+        [this, &group](const QByteArray &datagram) { routeSrtReply(*group, datagram); });
+    spareBuffer.giveBack(std::move(buffer));
     releaseAfterHandler(std::move(group));
 }
 

@@ -1,61 +1,88 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "udpport.h"
-
-#include <QNetworkDatagram>
+#include <QByteArray>
 #include <QSignalBlocker>
 #include <QUdpSocket>
 
-/// The largest payload of a UDP datagram over IPv4: 65535 bytes less the IP and UDP headers. Receiving with it never
-/// cuts a datagram, and saves Qt from asking for the size first. That question is not only a system call: on Windows it
-/// can be answered with 0 by an error still pending, and the datagram behind the error would then be read as empty.
-inline constexpr qint64 maxUdpPayloadBytes = 65507;
+#include <chrono>
+#include <memory>
 
-/// More than any system holds for one socket: Linux doubles the buffer that it is asked for, and charges the smallest
-/// datagram with 768 bytes.
-inline constexpr int mostPendingDatagrams = 2 * wantedReceiveBufferBytes / 768;
+/// The largest payload of a UDP datagram: 65535 bytes less the UDP header. That is IPv6's; IPv4 has 20 bytes less, for
+/// its own header. Reading with it never cuts a datagram.
+inline constexpr qint64 maxUdpPayloadBytes = 65527;
 
-/// Takes every pending datagram off \a socket, empty ones included, and gives each to \a handle. The handler may close
-/// the socket. Connected to readyRead, this keeps the signal coming whatever the system reports in between. What keeps
-/// coming during the call faster than it is handled waits for the next signal after mostPendingDatagrams: the thread
-/// has more to do than to serve a flood, and its event loop comes back here at once.
-template<typename Handler> void drainDatagrams(QUdpSocket &socket, const Handler &handle)
+/// Room for one datagram of maxUdpPayloadBytes.
+using DatagramBuffer = std::unique_ptr<char[]>;
+
+/// Keeps one DatagramBuffer for the next reader. A reader that is called by an event loop inside another reader's
+/// handler finds none here and gets one of its own.
+class SpareBuffer
 {
+public:
+    [[nodiscard]] DatagramBuffer take()
+    {
+        return spare ? std::move(spare) : std::make_unique_for_overwrite<char[]>(maxUdpPayloadBytes);
+    }
+    void giveBack(DatagramBuffer buffer) { spare = std::move(buffer); }
+
+private:
+    DatagramBuffer spare;
+};
+
+/// Tells a reader whether to look for a second datagram after the first. At a stream's ordinary rate datagrams come one
+/// at a time, and the look costs one of five system calls; a burst is read without returning to the event loop.
+class ArrivalRhythm
+{
+public:
+    /// To be called when a turn of reading begins. False when the last turn brought one datagram and was not just now:
+    /// then the event loop, which comes back by itself while datagrams are pending, is the cheaper way to find out.
+    [[nodiscard]] bool beginTurn()
+    {
+        const Clock::time_point now = Clock::now();
+        const bool isAlone = broughtOne && now - began > burstGap;
+        began = now;
+        return !isAlone;
+    }
+    /// To be called when it ends, with the number of datagrams that it has brought.
+    void endTurn(int datagrams) { broughtOne = datagrams == 1; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    /// Turns that follow each other faster serve one burst: several times what a turn with one datagram takes.
+    static constexpr std::chrono::microseconds burstGap{100};
+
+    Clock::time_point began;
+    bool broughtOne = false;
+};
+
+/// Takes pending datagrams, empty ones included, off \a socket into \a buffer and gives each to \a handle as bytes that
+/// are valid during the call. Ends when none is pending or \a isTimeOver, asked before each one, says so. The handler
+/// may close the socket. Connected to readyRead, this keeps the signal coming whatever the system reports in between.
+template<typename IsTimeOver, typename Handler>
+void drainDatagrams(QUdpSocket &socket, char *buffer, const IsTimeOver &isTimeOver, const Handler &handle)
+{
+    const auto read = [&socket, buffer, &handle] {
+        const qint64 size = socket.readDatagram(buffer, maxUdpPayloadBytes);
+        if (size >= 0) { // an ICMP error that a former packet caused is no datagram
+            handle(QByteArray::fromRawData(buffer, size));
+        }
+    };
     bool triedToRead = false;
     // A closed socket warns when it is asked.
-    for (int taken = 0; taken < mostPendingDatagrams && socket.state() != QAbstractSocket::UnconnectedState &&
-                        socket.hasPendingDatagrams();
-         ++taken) {
+    while (socket.state() != QAbstractSocket::UnconnectedState && !isTimeOver() && socket.hasPendingDatagrams()) {
         triedToRead = true;
-        const QNetworkDatagram received = socket.receiveDatagram(maxUdpPayloadBytes);
-        if (received.isValid()) { // an ICMP error that a former packet caused is no datagram
-            handle(received);
-        }
+        read();
     }
     if (!triedToRead && socket.state() != QAbstractSocket::UnconnectedState) {
         // Asking for pending datagrams can itself take a pending ICMP error off the socket and then find none. Qt would
         // wait for a read before it signals again, so read, silently: finding nothing is no error worth telling.
-        const QNetworkDatagram received = [&socket] {
+        const qint64 size = [&socket, buffer] {
             const QSignalBlocker silent(socket);
-            return socket.receiveDatagram(maxUdpPayloadBytes);
+            return socket.readDatagram(buffer, maxUdpPayloadBytes);
         }();
-        if (received.isValid()) {
-            handle(received);
+        if (size >= 0) {
+            handle(QByteArray::fromRawData(buffer, size));
         }
-    }
-}
-
-/// Reads as drainDatagrams does, with a system call less for each datagram: it doesn't ask first. The read that finds
-/// nothing makes the socket emit errorOccurred, so this is for one whose errors nobody listens to. What stands behind
-/// an error is left to the next readyRead, which comes at once because reading turns the signal on again.
-template<typename Handler> void drainUnasked(QUdpSocket &socket, const Handler &handle)
-{
-    for (int taken = 0; taken < mostPendingDatagrams && socket.state() != QAbstractSocket::UnconnectedState; ++taken) {
-        const QNetworkDatagram received = socket.receiveDatagram(maxUdpPayloadBytes);
-        if (!received.isValid()) {
-            return;
-        }
-        handle(received);
     }
 }

@@ -25,6 +25,13 @@ struct EngineProbe
     qint64 lastPublishedMs() const { return engine.lastPublishedMs; }
 
     void readClientDatagrams() const { engine.readClientDatagrams(); }
+    /// As the event loop does while datagrams are pending.
+    void readPendingDatagrams() const
+    {
+        do {
+            engine.readClientDatagrams();
+        } while (engine.isRunning() && engine.clientSocket.hasPendingDatagrams());
+    }
     void readSrtDatagrams(const QByteArray &groupId) const { engine.readSrtDatagrams(groupId); }
     void cleanupSessions() const { engine.cleanupSessions(); }
     void publishStatistics() const { engine.publishStatistics(); }

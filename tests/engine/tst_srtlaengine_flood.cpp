@@ -33,6 +33,7 @@ class TestSrtlaEngineFlood : public QObject
 
 private Q_SLOTS:
     void nothingStaysOfGroupsThatTimedOut();
+    void removalsShareTheThread();
     void nothingStaysOfGroupsThatAreReplaced();
     void everySenderIsKnownAgainAmongMany();
     void nothingStaysAfterStopAndShutdown();
@@ -73,6 +74,29 @@ void TestSrtlaEngineFlood::nothingStaysOfGroupsThatTimedOut()
     QVERIFY(fixture.probe.senderIndex().capacity() < senders);
     QVERIFY(fixture.probe.sessionIndex().capacity() < senders);
     QVERIFY(fixture.carryHandshake(link) != 0);
+}
+
+void TestSrtlaEngineFlood::removalsShareTheThread()
+{
+    EngineFixture fixture;
+    fixture.engine.setMs = 0;
+    flood(fixture);
+    // One of them has a link.
+    const QByteArray id = fixture.probe.groups().begin()->get()->id;
+    fixture.probe.handleDatagram(reg2(id), localLink(firstPort));
+    fixture.engine.setMs = 8001;
+    fixture.record.logLines.clear();
+    // Each removal takes a millisecond.
+    connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&] { ++*fixture.engine.setMs; });
+    fixture.probe.cleanupSessions();
+    QCOMPARE_GT(fixture.record.logLines.size(), 1);
+    QCOMPARE_LT(fixture.record.logLines.size(), senders);
+    QVERIFY(fixture.record.logLines.first().startsWith(u"TIMEOUT | Weg 127.0.0.7:"_s));
+    // The event loop does the rest without another tick.
+    QTRY_VERIFY_WITH_TIMEOUT(fixture.probe.groups().isEmpty(), ampleMs);
+    QCOMPARE(fixture.record.logLines.size(), senders + 1);
+    QCOMPARE(fixture.record.logLines.filter(u"entfernt: Timeout"_s).size(), senders);
+    QVERIFY(fixture.probe.pathIndex().isEmpty());
 }
 
 void TestSrtlaEngineFlood::nothingStaysOfGroupsThatAreReplaced()

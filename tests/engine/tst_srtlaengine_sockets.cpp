@@ -35,8 +35,6 @@ class TestSrtlaEngineSockets : public QObject
 private Q_SLOTS:
     void emptyDatagramsFromSendersDoNotStopTheReading();
     void emptyDatagramsFromTheListenerDoNotStopTheReading();
-    void everythingPendingIsReadInOneCall();
-    void aFloodThatNeverEndsLeavesTheThreadItsTurns();
     void largeBuffersAreAskedFor();
     void aStallLosesNothingFromSenders();
     void aStallLosesNothingFromTheListener();
@@ -95,41 +93,6 @@ void TestSrtlaEngineSockets::emptyDatagramsFromTheListenerDoNotStopTheReading()
     QVERIFY(link.lastSenderPort != 0);
     fixture.reply(typed(0x8001, 20), srtPort);
     QCOMPARE(link.receive(), typed(0x8001, 20));
-}
-
-void TestSrtlaEngineSockets::everythingPendingIsReadInOneCall()
-{
-    EngineFixture fixture;
-    Peer sender;
-    constexpr int count = 100;
-    for (int i = 0; i < count; ++i) {
-        sender.send(QByteArray(16, 'x'), fixture.port());
-    }
-    fixture.probe.readClientDatagrams(); // without returning to the event loop
-    QCOMPARE(fixture.probe.receivedPackets(), static_cast<quint64>(count));
-}
-
-void TestSrtlaEngineSockets::aFloodThatNeverEndsLeavesTheThreadItsTurns()
-{
-    constexpr int patience = 100'000; // datagrams; far more than a system holds for one socket
-    EngineFixture fixture;
-    Peer flooder;
-    bool isOver = false;
-    int fed = 0;
-    // Each new group brings the next registration: when the engine looks, there is always one more.
-    connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&](const QString &line) {
-        if (line.startsWith(u"REG1"_s) && !isOver && fed < patience) {
-            ++fed;
-            fixture.send(flooder, reg1(idProposal('a')));
-        }
-    });
-    fixture.send(flooder, reg1(idProposal('a')));
-    fixture.probe.readClientDatagrams();
-    isOver = true;
-    QVERIFY(fed > 0);
-    QVERIFY2(fed < patience, "the thread was away until the flood ended");
-    // What was left waiting is read without another datagram having to come.
-    QTRY_VERIFY_WITH_TIMEOUT(!fixture.probe.clientSocket().hasPendingDatagrams(), ampleMs);
 }
 
 void TestSrtlaEngineSockets::largeBuffersAreAskedFor()

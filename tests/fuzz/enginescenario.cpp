@@ -89,7 +89,7 @@ void EngineScenario::start()
 void EngineScenario::sendDatagram(int endpoint, const std::string &datagram)
 {
     surroundings().sendFromEndpoint(endpoint, datagram, probe.clientSocket().localPort());
-    probe.readClientDatagrams();
+    probe.readPendingDatagrams();
     collected = surroundings().collect();
     const std::vector<std::string> &answers = collected.atEndpoint[static_cast<std::size_t>(endpoint)];
     const std::string givenId =
@@ -110,7 +110,7 @@ void EngineScenario::sendDatagrams(int endpoint, const std::vector<std::string> 
         surroundings().sendFromEndpoint(endpoint, datagram, probe.clientSocket().localPort());
         expected.append(model.datagram(endpoint, datagram, {}));
     }
-    probe.readClientDatagrams();
+    probe.readPendingDatagrams();
     collected = surroundings().collect();
     compare(std::move(expected));
 }
