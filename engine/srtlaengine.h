@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "socketreserve.h"
 #include "srtlaendpoint.h"
 #include "udpreading.h"
 
@@ -137,6 +138,7 @@ private:
     /// The groups' ids by their senders' halves, so that a REG1 need not look at every group. A sender has one; for a
     /// moment two, when a slot that hears of the first one's end runs an event loop in which the sender comes again.
     QMultiHash<QByteArray, QByteArray> sessionIndex;
+    SocketReserve socketReserve;
     SpareBuffer spareBuffer;
     ArrivalRhythm arrivalRhythm; ///< of the senders' datagrams
     /// Group of the most recent packet of a link (one-entry cache).

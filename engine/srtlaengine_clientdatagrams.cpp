@@ -11,7 +11,7 @@ void SrtlaEngine::readClientDatagrams()
 {
     DatagramBuffer buffer = spareBuffer.take();
     const bool readsOn = arrivalRhythm.beginTurn();
-    TurnLimit limit(nowMs());
+    TurnLimit limit;
     const auto isTimeOver = [this, &limit] { return limit.isOver([this] { return nowMs(); }); };
     int taken = 0;
     // The read that finds nothing makes the socket emit errorOccurred, which has no handler here. What stands behind an

@@ -156,7 +156,7 @@ void SrtlaEngine::dropAllGroups()
 void SrtlaEngine::cleanupSessions()
 {
     const qint64 now = nowMs();
-    TurnLimit limit(now);
+    TurnLimit limit;
     const auto isTimeOver = [this, &limit] { return limit.isOver([this] { return nowMs(); }); };
     // Anew for the groups: a slot may have started another session, whose clock begins at 0.
     if (!removeSilentPaths(now, isTimeOver) || !removeSilentGroups(nowMs(), isTimeOver)) {

@@ -10,6 +10,8 @@
 
 #include <QNetworkProxy>
 
+#include <utility>
+
 namespace {
 
 /// How long replies may wait for a signal that may never come, far below what a sender waits for an answer.
@@ -23,6 +25,12 @@ SrtlaEngine::SrtSocket::~SrtSocket() = default;
 void SrtlaEngine::ensureSrtSocket(SrtlaGroup &group)
 {
     if (group.srtSocket) {
+        return;
+    }
+    if (!socketReserve.take(nowMs())) {
+        if (!std::exchange(group.lackedSocket, true)) {
+            Q_EMIT logMessage(SrtlaTexts::srtSocketError(group.id, SrtlaTexts::noSocketLeft()));
+        }
         return;
     }
     group.srtSocket = std::make_unique<SrtSocket>();
@@ -59,7 +67,7 @@ void SrtlaEngine::readSrtDatagrams(const QByteArray &groupId)
     }
     group->srtSocket->lastReadMs = nowMs();
     DatagramBuffer buffer = spareBuffer.take();
-    TurnLimit limit(nowMs());
+    TurnLimit limit;
     drainDatagrams(
         *group->srtSocket, buffer.get(), [this, &limit] { return limit.isOver([this] { return nowMs(); }); },
         [this, &group](const QByteArray &datagram) { routeSrtReply(*group, datagram); });

@@ -56,6 +56,8 @@ struct SrtlaGroup
     qint64 lastActivityMs = 0;
     /// Null until the first packet has to be forwarded.
     std::unique_ptr<SrtlaEngine::SrtSocket> srtSocket;
+    /// Set when its packets have been dropped because no socket might be opened; told once.
+    bool lackedSocket = false;
     /// Set when its removal begins; the table holds the group until slots have heard of it.
     bool removed = false;
 };

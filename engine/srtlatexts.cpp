@@ -64,6 +64,11 @@ QString srtSocketError(const QByteArray &groupId, const QString &socketError)
     return SrtlaEngine::tr("SRT | Gruppe %1: %2").arg(shortGroupId(groupId), socketError);
 }
 
+QString noSocketLeft()
+{
+    return SrtlaEngine::tr("zu viele offene Dateien, Pakete werden verworfen");
+}
+
 QString groupRemoved(const QByteArray &groupId, const QString &reason)
 {
     return SrtlaEngine::tr("GRUPPE | %1 entfernt: %2").arg(shortGroupId(groupId), reason);

@@ -23,6 +23,8 @@ namespace SrtlaTexts {
 [[nodiscard]] QString srtSocketCreated(const QByteArray &groupId, const QHostAddress &targetAddress,
                                        quint16 targetPort);
 [[nodiscard]] QString srtSocketError(const QByteArray &groupId, const QString &socketError);
+/// The socketError of srtSocketError when the process has no file descriptor left for a group's socket.
+[[nodiscard]] QString noSocketLeft();
 [[nodiscard]] QString groupRemoved(const QByteArray &groupId, const QString &reason);
 
 // Why a group was removed

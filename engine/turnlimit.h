@@ -3,6 +3,8 @@
 
 #include <QtTypes>
 
+#include <optional>
+
 /// Bounds what the engine does in one turn of the event loop: the thread also serves a user interface. What is left
 /// waits for the next turn.
 class TurnLimit
@@ -11,18 +13,22 @@ public:
     /// Two of these fit between two pictures of a display with 50 Hz.
     static constexpr qint64 longestTurnMs = 10;
 
-    /// \a nowMs is the time by the clock that isOver is asked with.
-    explicit TurnLimit(qint64 nowMs) : startedMs(nowMs) {}
-
-    /// To be called before each step. \a nowMs is called at every 16th step only: until then steps are cheaper than
-    /// looking at the clock, and a turn always gets somewhere.
+    /// To be called before each step. \a nowMs is called at every 16th step only, and time counts from the first of
+    /// these: an ordinary turn need not look at the clock, and every turn gets somewhere.
     template<typename Clock> [[nodiscard]] bool isOver(const Clock &nowMs)
     {
         constexpr int stepsBetweenLooks = 16;
-        return ++steps % stepsBetweenLooks == 0 && nowMs() - startedMs >= longestTurnMs;
+        if (++steps % stepsBetweenLooks != 0) {
+            return false;
+        }
+        const qint64 now = nowMs();
+        if (!startedMs) {
+            startedMs = now;
+        }
+        return now - *startedMs >= longestTurnMs;
     }
 
 private:
-    qint64 startedMs;
+    std::optional<qint64> startedMs;
     int steps = 0;
 };
