@@ -9,7 +9,8 @@ set(CPACK_PACKAGE_DIRECTORY "${CMAKE_BINARY_DIR}/packages")
 set(CPACK_PACKAGE_NAME "${PROJECT_NAME}")
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_VENDOR "${spec_author}")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Receiver for bonded mobile live streams (SRTLA) in OBS Studio")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${spec_description}")
+set(CPACK_PACKAGE_HOMEPAGE_URL "${spec_website}")
 set(CPACK_PACKAGE_DESCRIPTION
 "Adds a dock to OBS Studio that receives live streams which a phone app
 splits over several mobile and Wi-Fi links with the SRTLA protocol, joins

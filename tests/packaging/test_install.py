@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """What `cmake --install` lays where, and what the module file shows to the outside."""
 
+import json
 import os
 import pathlib
 import subprocess
@@ -16,11 +17,13 @@ SYSTEM_FILES = [
     "usr/share/doc/tarvoline-srtla/copyright",
     "usr/share/obs/obs-plugins/tarvoline-srtla/locale/de-DE.ini",
     "usr/share/obs/obs-plugins/tarvoline-srtla/locale/en-US.ini",
+    "usr/share/obs/obs-plugins/tarvoline-srtla/manifest.json",
 ]
 USER_FILES = [
     "tarvoline-srtla/bin/64bit/tarvoline-srtla.so",
     "tarvoline-srtla/data/locale/de-DE.ini",
     "tarvoline-srtla/data/locale/en-US.ini",
+    "tarvoline-srtla/data/manifest.json",
 ]
 ENTRY_POINTS = [
     "obs_current_module", "obs_module_description", "obs_module_free_locale", "obs_module_get_string",
@@ -69,6 +72,15 @@ class Install(unittest.TestCase):
         self.assertIn("(NEEDED)", dynamic)
         self.assertNotIn("(RUNPATH)", dynamic)
         self.assertNotIn("(RPATH)", dynamic)
+
+    def test_installed_manifest_has_the_version_of_the_sources(self):
+        self.install("--component", "user", "--prefix", str(self.folder))
+        manifest = json.loads((self.folder / "tarvoline-srtla/data/manifest.json").read_text())
+        source = json.loads((pathlib.Path(__file__).resolve().parents[2] / "buildspec.json").read_text())
+        self.assertEqual((manifest["id"], manifest["display_name"], manifest["version"]),
+                         (source["name"], source["displayName"], source["version"]))
+        for address in manifest["urls"].values():
+            self.assertRegex(address, r"^https://[a-z0-9.-]+/\w*$")
 
     def test_installed_locale_files_are_those_of_the_source(self):
         self.install("--component", "user", "--prefix", str(self.folder))

@@ -10,6 +10,7 @@ import json
 import os
 import re
 import shutil
+import socketserver
 import subprocess
 import sys
 import tempfile
@@ -43,6 +44,12 @@ def digestOf(data):
     return hashlib.sha256(data).hexdigest()
 
 
+class Server(http.server.ThreadingHTTPServer):
+    def server_bind(self):
+        # HTTPServer's own asks the network for the name of the address.
+        socketserver.TCPServer.server_bind(self)
+
+
 class QuietHandler(http.server.SimpleHTTPRequestHandler):
     def log_message(self, *arguments):
         pass
@@ -53,12 +60,11 @@ class Fetch(unittest.TestCase):
         self.root = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.served = self.root / "served"
         self.served.mkdir()
-        server = http.server.ThreadingHTTPServer(
-            ("127.0.0.1", 0), functools.partial(QuietHandler, directory=self.served))
+        server = Server(("127.0.0.1", 0), functools.partial(QuietHandler, directory=self.served))
         self.addCleanup(server.server_close)
         self.addCleanup(server.shutdown)
         threading.Thread(target=server.serve_forever, kwargs={"poll_interval": 0.01}, daemon=True).start()
-        self.base = f"http://127.0.0.1:{server.server_port}"
+        self.base = f"http://127.0.0.1:{server.server_address[1]}"
 
         (self.root / "bin").mkdir()
         (self.root / "bin/cmake").write_text(CMAKE)

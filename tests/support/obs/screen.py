@@ -8,6 +8,10 @@ import time
 from .wait import PATIENCE_S, wait_until
 from .windowclosing import close_window
 
+# How long an answer is awaited: in general, and in a program's first seconds.
+_ANSWER_MS = (15000, 30000)
+_MODAL_ANSWER_MS = 500
+
 _atspi = None
 
 
@@ -21,7 +25,7 @@ def _accessibility(desk):
         from gi.repository import Atspi
         # What stands in the cache would never change: nobody runs the event loop that its updates need.
         Atspi.get_desktop(0).set_cache_mask(Atspi.Cache.NONE)
-        Atspi.set_timeout(15000, 30000)
+        Atspi.set_timeout(*_ANSWER_MS)
         _atspi = Atspi
     return _atspi
 
@@ -133,6 +137,12 @@ class Screen:
                                env={"DISPLAY": self.desk.display, "PATH": "/usr/bin:/bin"}, check=True, capture_output=True,
                                text=True).stdout.split()
         close_window(self.desk.display, int(found[0]))
+
+    def press_and_leave(self, element: Element):
+        """Presses what opens a modal window: OBS answers the press only when the window closes."""
+        self.atspi.set_timeout(_MODAL_ANSWER_MS, _ANSWER_MS[1])
+        self._without_answer(element.press)
+        self.atspi.set_timeout(*_ANSWER_MS)
 
     def message_boxes(self) -> list:
         """The message boxes on the screen."""
