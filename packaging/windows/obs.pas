@@ -1,44 +1,40 @@
 { SPDX-License-Identifier: GPL-2.0-or-later }
 { OBS Studio on this machine: where it is, whether it runs, how it is asked to close and started again. }
+{ No structure or callback here has a pointer in it: Setup may be a 32-bit or a 64-bit program. }
 
 const
   ObsProgramName = 'obs64.exe';
+  { Beside every OBS, and beside no other program of that name. }
+  ObsLibraryName = 'obs.dll';
   { OBS ends its outputs and saves before it goes. }
   CloseWithinMs = 60000;
-  LookEveryMs = 100;
+  LookEveryMs = 250;
   { So OBS calls its main window in every language: "OBS 31.1.1 - Profile: ...", "OBS Studio 31.1.1 - ...". }
   MainWindowTitle = 'OBS ';
 
-  TH32CS_SNAPPROCESS = 2;
   PROCESS_QUERY_LIMITED_INFORMATION = $1000;
   WM_CLOSE = $10;
   GW_OWNER = 4;
-  MaxPath = 260;
+  MaxProcesses = 4096;
+  BytesOfAnId = 4;
+  { Of a path, in characters. }
+  PathCapacity = 4096;
 
 type
-  TProcessEntry32 = record
-    dwSize, cntUsage, th32ProcessID: LongWord;
-    { A pointer-sized field between two of 32 bits: 32-bit programs, as Setup is one, need no padding. }
-    th32DefaultHeapID, th32ModuleID, cntThreads, th32ParentProcessID: LongWord;
-    pcPriClassBase: Longint;
-    dwFlags: LongWord;
-    szExeFile: array [0..259] of Char;
+  TProcessIds = record
+    Ids: array [0..4095] of LongWord;
   end;
 
-function CreateToolhelp32Snapshot(Flags, ProcessId: LongWord): THandle;
-  external 'CreateToolhelp32Snapshot@kernel32.dll stdcall';
-function Process32First(Snapshot: THandle; var Entry: TProcessEntry32): Boolean;
-  external 'Process32FirstW@kernel32.dll stdcall';
-function Process32Next(Snapshot: THandle; var Entry: TProcessEntry32): Boolean;
-  external 'Process32NextW@kernel32.dll stdcall';
+function EnumProcesses(var Found: TProcessIds; Size: LongWord; var Used: LongWord): Boolean;
+  external 'K32EnumProcesses@kernel32.dll stdcall';
 function OpenProcess(Access: LongWord; Inherit: Boolean; ProcessId: LongWord): THandle;
   external 'OpenProcess@kernel32.dll stdcall';
 function CloseHandle(Handle: THandle): Boolean;
   external 'CloseHandle@kernel32.dll stdcall';
 function QueryFullProcessImageName(Process: THandle; Flags: LongWord; Name: String; var Size: LongWord): Boolean;
   external 'QueryFullProcessImageNameW@kernel32.dll stdcall';
-function EnumWindows(Callback: Longword; Param: Longint): Boolean;
-  external 'EnumWindows@user32.dll stdcall';
+function FindWindowEx(Parent, After: HWND; ClassName, Title: LongWord): HWND;
+  external 'FindWindowExW@user32.dll stdcall';
 function GetWindowThreadProcessId(Window: HWND; var ProcessId: LongWord): LongWord;
   external 'GetWindowThreadProcessId@user32.dll stdcall';
 function GetWindow(Window: HWND; Relation: LongWord): HWND;
@@ -49,37 +45,6 @@ function GetWindowText(Window: HWND; Text: String; Size: Integer): Integer;
 var
   RememberedObs: String;
 
-function NameInEntry(const Entry: TProcessEntry32): String;
-var
-  I: Integer;
-begin
-  Result := '';
-  I := 0;
-  while (I < MaxPath) and (Entry.szExeFile[I] <> #0) do begin
-    Result := Result + Entry.szExeFile[I];
-    I := I + 1;
-  end;
-end;
-
-{ The process id of a running OBS, or 0. }
-function ObsProcess: LongWord;
-var
-  Snapshot: THandle;
-  Entry: TProcessEntry32;
-  More: Boolean;
-begin
-  Result := 0;
-  Snapshot := CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
-  Entry.dwSize := SizeOf(Entry);
-  More := Process32First(Snapshot, Entry);
-  while More and (Result = 0) do begin
-    if CompareText(NameInEntry(Entry), ObsProgramName) = 0 then
-      Result := Entry.th32ProcessID;
-    More := Process32Next(Snapshot, Entry);
-  end;
-  CloseHandle(Snapshot);
-end;
-
 function ProgramOfProcess(ProcessId: LongWord): String;
 var
   Process: THandle;
@@ -89,8 +54,8 @@ begin
   Process := OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, False, ProcessId);
   if Process = 0 then
     exit;
-  Size := MaxPath;
-  Result := StringOfChar(' ', MaxPath);
+  Size := PathCapacity;
+  Result := StringOfChar(' ', PathCapacity);
   if QueryFullProcessImageName(Process, 0, Result, Size) then
     SetLength(Result, Size)
   else
@@ -98,14 +63,36 @@ begin
   CloseHandle(Process);
 end;
 
+function IsObs(const ProgramPath: String): Boolean;
+begin
+  Result := (CompareText(ExtractFileName(ProgramPath), ObsProgramName) = 0) and
+    FileExists(AddBackslash(ExtractFileDir(ProgramPath)) + ObsLibraryName);
+end;
+
+{ The program of a running OBS, of the first one where several run; empty when none does. }
+function RunningObs: String;
+var
+  Found: TProcessIds;
+  Used: LongWord;
+  I: Integer;
+  ProgramPath: String;
+begin
+  Result := '';
+  if not EnumProcesses(Found, MaxProcesses * BytesOfAnId, Used) then
+    exit;
+  for I := 0 to Used div BytesOfAnId - 1 do begin
+    ProgramPath := ProgramOfProcess(Found.Ids[I]);
+    if IsObs(ProgramPath) then begin
+      Result := ProgramPath;
+      exit;
+    end;
+  end;
+end;
+
 { Before OBS goes: which one it was, so that the same one is started again. }
 procedure RememberObs;
-var
-  Running: LongWord;
 begin
-  Running := ObsProcess;
-  if Running <> 0 then
-    RememberedObs := ProgramOfProcess(Running);
+  RememberedObs := RunningObs;
 end;
 
 { Where OBS's own installer has put it; empty when it never ran. }
@@ -128,6 +115,11 @@ begin
     Result := AddBackslash(ObsFolder('')) + 'bin\64bit\' + ObsProgramName;
 end;
 
+function KnowsObsProgram: Boolean;
+begin
+  Result := FileExists(ObsProgram(''));
+end;
+
 { OBS finds its data by its working folder. }
 function ObsProgramFolder(Param: String): String;
 begin
@@ -146,7 +138,7 @@ end;
 
 function CanStartObs: Boolean;
 begin
-  Result := FileExists(ObsProgram('')) and (ObsProcess = 0);
+  Result := KnowsObsProgram and (RunningObs = '');
 end;
 
 function StartsObsAgain: Boolean;
@@ -171,24 +163,31 @@ end;
 
 { Floating docks, which the main window owns, and projectors are left alone: they would be gone before OBS saves which of
   them were open. Whether the main window can be seen does not count: OBS in the tray hides it. }
-function AskMainWindowToClose(Window: HWND; ProcessId: Longint): Boolean;
+function IsMainWindowOfObs(Window: HWND): Boolean;
 var
-  Process: LongWord;
+  ProcessId: LongWord;
 begin
-  GetWindowThreadProcessId(Window, Process);
-  if (Process = LongWord(ProcessId)) and (GetWindow(Window, GW_OWNER) = 0) and TitleBegins(Window, MainWindowTitle) then
-    PostMessage(Window, WM_CLOSE, 0, 0);
-  Result := True;
+  Result := (GetWindow(Window, GW_OWNER) = 0) and TitleBegins(Window, MainWindowTitle);
+  if Result then begin
+    GetWindowThreadProcessId(Window, ProcessId);
+    Result := IsObs(ProgramOfProcess(ProcessId));
+  end;
 end;
 
-{ As a click on the cross does; OBS itself asks back while it streams or records. }
+{ Asks every running OBS, as a click on the cross does; OBS itself asks back while it streams or records. }
 procedure AskObsToClose;
 var
+  Window: HWND;
   WaitedMs: Integer;
 begin
-  EnumWindows(CreateCallback(@AskMainWindowToClose), ObsProcess);
+  Window := FindWindowEx(0, 0, 0, 0);
+  while Window <> 0 do begin
+    if IsMainWindowOfObs(Window) then
+      PostMessage(Window, WM_CLOSE, 0, 0);
+    Window := FindWindowEx(0, Window, 0, 0);
+  end;
   WaitedMs := 0;
-  while (ObsProcess <> 0) and (WaitedMs < CloseWithinMs) do begin
+  while (RunningObs <> '') and (WaitedMs < CloseWithinMs) do begin
     Sleep(LookEveryMs);
     WaitedMs := WaitedMs + LookEveryMs;
   end;
@@ -197,10 +196,10 @@ end;
 { True when no OBS runs (any more). Closes it where the switch or the user says so. }
 function ObsIsClosed: Boolean;
 begin
-  if ObsProcess <> 0 then
+  if RunningObs <> '' then
     if HasSwitch('/CLOSEAPPLICATIONS') then
       AskObsToClose
     else if SuppressibleMsgBox(CustomMessage('CloseObs'), mbConfirmation, MB_YESNO, IDNO) = IDYES then
       AskObsToClose;
-  Result := ObsProcess = 0;
+  Result := RunningObs = '';
 end;

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Makes the packages for Windows out of a built module: the installer, a zip for OBS's plug-in folder, a zip in the
-layout of a portable OBS, and SHA256SUMS. What stands behind "--" is the command that runs Inno Setup's compiler.
+layout of a portable OBS, a zip of the debug information where it is a file of its own, and SHA256SUMS. What stands behind
+"--" is the command that runs Inno Setup's compiler. The output folder is replaced when all of them are made.
 The zips of two runs hold the same bytes, and so does the installer where SOURCE_DATE_EPOCH gives the time of its files.
 """
 
@@ -17,27 +18,40 @@ from pathlib import Path
 
 # No time of day in the archives: the earliest that a zip can state.
 ZIP_TIME = (1980, 1, 1, 0, 0, 0)
-RUNTIME_SUFFIXES = {".dll", ".ini"}
+RUNTIME_SUFFIXES = {".dll", ".ini", ".json"}
 
 
 def main():
     arguments = parseArguments()
-    output = arguments.output
-    shutil.rmtree(output, ignore_errors=True)
-    output.mkdir(parents=True)
-    with tempfile.TemporaryDirectory(dir=output) as folder:
-        stage = Path(folder)
-        tree = stage / arguments.name
-        copyTree(arguments.tree, tree, arguments.strip)
-        stem = f"Tarvoline-SRTLA-Plugin-v{arguments.version}-windows-x64"
-        made = [
-            writeZip(output / f"{stem}.zip", plainLayout(tree, arguments)),
-            writeZip(output / f"{stem}-portable.zip", portableLayout(tree, arguments)),
-            makeInstaller(stage, tree, arguments),
-        ]
+    module = arguments.tree / "bin" / "64bit" / f"{arguments.name}.dll"
+    for path in (module, arguments.pdb or module):
+        if not path.is_file():
+            sys.exit(f"{path} is missing: build the module first.")
+    arguments.output.parent.mkdir(parents=True, exist_ok=True)
+    with tempfile.TemporaryDirectory(dir=arguments.output.parent) as folder:
+        made = makePackages(Path(folder), arguments)
+        shutil.rmtree(arguments.output, ignore_errors=True)
+        made.rename(arguments.output)
+
+
+def makePackages(stage, arguments):
+    """The folder with all packages and their sums, below "stage"."""
+    output = stage / "packages"
+    output.mkdir()
+    tree = stage / arguments.name
+    copyTree(arguments.tree, tree, arguments.strip)
+    stem = f"Tarvoline-SRTLA-Plugin-v{arguments.version}-windows-x64"
+    made = [
+        writeZip(output / f"{stem}.zip", plainLayout(tree, arguments)),
+        writeZip(output / f"{stem}-portable.zip", portableLayout(tree, arguments)),
+        makeInstaller(stage, tree, output, arguments),
+    ]
+    if arguments.pdb:
+        made.append(writeZip(output / f"{stem}-pdb.zip", {f"{arguments.name}.pdb": arguments.pdb}))
     sums = "".join(f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n" for path in sorted(made))
     (output / "SHA256SUMS").write_text(sums, newline="\n")
     print(sums, end="")
+    return output
 
 
 def parseArguments():
@@ -46,13 +60,14 @@ def parseArguments():
         parser.add_argument(f"--{name}", required=True)
     for name in ("tree", "readme", "license", "script", "output"):
         parser.add_argument(f"--{name}", required=True, type=Path)
+    parser.add_argument("--pdb", type=Path, help="the module's debug information")
     parser.add_argument("--strip", help="program that takes debug information out of the module")
     parser.add_argument("iscc", nargs="+")
     return parser.parse_args()
 
 
 def copyTree(source, target, strip):
-    """The module and its locale files alone: build folders also hold import libraries and debug databases."""
+    """The module and its data alone: build folders also hold import libraries and debug databases."""
     for path in sorted(source.rglob("*")):
         if path.suffix in RUNTIME_SUFFIXES:
             copy = target / path.relative_to(source)
@@ -94,18 +109,18 @@ def writeZip(target, files):
     return target
 
 
-def makeInstaller(stage, tree, arguments):
+def makeInstaller(stage, tree, output, arguments):
     readme = stage / "readme"
     readme.mkdir()
     for name, path in texts(arguments, "installed").items():
         shutil.copyfile(path, readme / name)
     setTimes(tree, readme)
-    defines = {"Tree": tree, "Readme": readme, "Output": arguments.output}
+    defines = {"Tree": tree, "Readme": readme, "Output": output}
     result = subprocess.run([*arguments.iscc, *(f"/D{name}={windowsPath(path)}" for name, path in defines.items()),
                              windowsPath(arguments.script)], capture_output=True, text=True, errors="replace", check=False)
     if result.returncode != 0:
         sys.exit(f"The installer was not made:\n{result.stdout}{result.stderr}")
-    return arguments.output / f"Tarvoline-SRTLA-Plugin-Setup-v{arguments.version}.exe"
+    return output / f"Tarvoline-SRTLA-Plugin-Setup-v{arguments.version}.exe"
 
 
 def setTimes(*folders):

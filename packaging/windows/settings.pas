@@ -4,7 +4,6 @@
 const
   VendorKey = 'Software\Tarvoline';
   SettingsKey = 'Software\Tarvoline\SRTLA OBS Plugin';
-  Gap = 12;
 
 var
   RemovesSettings: Boolean;
@@ -12,46 +11,15 @@ var
 { True to go on. A silent uninstall keeps the settings, unless the switch /REMOVESETTINGS is given. }
 function AskAboutSettings: Boolean;
 var
-  Form: TSetupForm;
-  Box: TNewCheckBox;
-  Ok, Cancel: TNewButton;
+  Answer: Integer;
 begin
-  RemovesSettings := HasSwitch('/REMOVESETTINGS');
   Result := True;
-  if UninstallSilent then
+  RemovesSettings := HasSwitch('/REMOVESETTINGS');
+  if RemovesSettings or UninstallSilent then
     exit;
-
-  Form := CreateCustomForm;
-  try
-    Form.ClientWidth := ScaleX(440);
-    Form.ClientHeight := ScaleY(90);
-    Form.Caption := ExpandConstant('{#SetupSetting("AppName")}');
-
-    Box := TNewCheckBox.Create(Form);
-    Box.Parent := Form;
-    Box.SetBounds(ScaleX(Gap), ScaleY(Gap), Form.ClientWidth - ScaleX(2 * Gap), ScaleY(20));
-    Box.Caption := CustomMessage('RemoveSettings');
-    Box.Checked := RemovesSettings;
-
-    Cancel := TNewButton.Create(Form);
-    Cancel.Parent := Form;
-    Cancel.SetBounds(Form.ClientWidth - ScaleX(75 + Gap), Form.ClientHeight - ScaleY(23 + Gap), ScaleX(75), ScaleY(23));
-    Cancel.Caption := SetupMessage(msgButtonCancel);
-    Cancel.ModalResult := mrCancel;
-    Cancel.Cancel := True;
-
-    Ok := TNewButton.Create(Form);
-    Ok.Parent := Form;
-    Ok.SetBounds(Cancel.Left - ScaleX(75 + Gap), Cancel.Top, ScaleX(75), ScaleY(23));
-    Ok.Caption := SetupMessage(msgButtonOK);
-    Ok.ModalResult := mrOk;
-    Ok.Default := True;
-
-    Result := Form.ShowModal = mrOk;
-    RemovesSettings := Box.Checked;
-  finally
-    Form.Free;
-  end;
+  Answer := SuppressibleMsgBox(CustomMessage('RemoveSettings'), mbConfirmation, MB_YESNOCANCEL or MB_DEFBUTTON2, IDNO);
+  RemovesSettings := Answer = IDYES;
+  Result := Answer <> IDCANCEL;
 end;
 
 procedure DeleteMatching(const Folder, Pattern: String);

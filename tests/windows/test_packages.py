@@ -5,40 +5,31 @@ Usage: test_packages.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE TEST-THAT-LO
 """
 
 import hashlib
-import os
 import sys
-import tempfile
 import unittest
 import zipfile
 from pathlib import Path
 
 from keyboard import press, windowWithTheKeyboard
-from machinecase import (APP_KEY, INSTALLED, MODULE, OBS_FOLDER, OBS_PROGRAM, PLUGINS, SETTINGS, SILENT, UNINSTALL_LIST,
+from machinecase import (APP_KEY, INSTALLED, MODULE, OBS_FOLDER, PLUGINS, SETTINGS, UNINSTALL_LIST, UPDATERS_SWITCHES,
                          MachineCase)
 from winemachine import waitFor
 
 PLAIN = {
     "tarvoline-srtla/" + MODULE, "tarvoline-srtla/data/locale/de-DE.ini", "tarvoline-srtla/data/locale/en-US.ini",
-    "README.txt", "LIESMICH.txt", "LICENSE.txt",
+    "tarvoline-srtla/data/manifest.json", "README.txt", "LIESMICH.txt", "LICENSE.txt",
 }
 PORTABLE = {
     "obs-plugins/64bit/tarvoline-srtla.dll", "data/obs-plugins/tarvoline-srtla/locale/de-DE.ini",
-    "data/obs-plugins/tarvoline-srtla/locale/en-US.ini", "README.txt", "LIESMICH.txt", "LICENSE.txt",
+    "data/obs-plugins/tarvoline-srtla/locale/en-US.ini", "data/obs-plugins/tarvoline-srtla/manifest.json", "README.txt",
+    "LIESMICH.txt", "LICENSE.txt",
 }
-UPDATERS_SWITCHES = ("/SP-", "/CLOSEAPPLICATIONS", "/RESTARTAPPLICATIONS")
+# Of the vendor, help and updates, for the reserved example host.
+ADDRESSES = ["https://tarvoline.example/", "https://tarvoline.example/support", "https://tarvoline.example/download"]
 
 
 class Packages(MachineCase):
     moduleTest = None
-
-    def install(self, *switches, setup=None):
-        return self.machine.run(setup or self.setup, *SILENT, *switches).returncode
-
-    def uninstall(self, *switches):
-        code = self.machine.run(self.app / "uninstall" / "unins000.exe", *SILENT, *switches).returncode
-        # The uninstaller goes on in a copy of itself, which deletes the original last.
-        waitFor(lambda: not (self.app / "uninstall" / "unins000.exe").exists(), "the end of the uninstaller")
-        return code
 
     def testInstallsTheTable(self):
         self.assertEqual(self.install(), 0)
@@ -47,6 +38,8 @@ class Packages(MachineCase):
         entry = self.machine.registry(APP_KEY)
         self.assertEqual(entry["DisplayName"], "Tarvoline SRTLA for OBS Studio")
         self.assertEqual(entry["DisplayVersion"], self.version)
+        self.assertEqual(entry["Publisher"], "Tarvoline")
+        self.assertEqual([entry[name] for name in ("URLInfoAbout", "HelpLink", "URLUpdateInfo")], ADDRESSES)
 
     def testTheInstalledModuleLoads(self):
         self.assertEqual(self.install(), 0)
@@ -87,8 +80,8 @@ class Packages(MachineCase):
         waitFor(lambda: self.machine.registry(r"HKCU\Software\Tarvoline") is None, "the settings to go")
 
     def testUpgradeReplacesTheOlderVersion(self):
-        with tempfile.TemporaryDirectory() as folder:
-            self.assertEqual(self.install(setup=self.olderSetup(Path(folder))), 0)
+        older = self.variant(self.version, "0.8.0", extraFile="data/locale/fr-FR.ini")
+        self.assertEqual(self.install(setup=older), 0)
         self.assertEqual(self.machine.registry(APP_KEY)["DisplayVersion"], "0.8.0")
         self.assertIn("data/locale/fr-FR.ini", self.installedFiles())
         self.assertEqual(self.install(), 0)
@@ -96,23 +89,6 @@ class Packages(MachineCase):
         self.assertEqual(self.machine.registry(APP_KEY)["DisplayVersion"], self.version)
         entries = [key for key in self.machine.registryKeysBelow(UNINSTALL_LIST) if "_is1" in key]
         self.assertEqual(len(entries), 1, entries)
-
-    def olderSetup(self, folder):
-        """The same installer under an older number, with a file that this version no longer has."""
-        tree = folder / "tree"
-        with zipfile.ZipFile(self.packages / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64.zip") as archive:
-            archive.extractall(tree)
-        (tree / "tarvoline-srtla/data/locale/fr-FR.ini").write_text("PluginName=\"Tarvoline SRTLA\"\n")
-        source = self.packages.parent / "packaging/windows"
-        for name in ("obs.pas", "settings.pas"):
-            (folder / name).write_bytes((source / name).read_bytes())
-        script = folder / "older.iss"
-        script.write_text((source / "installer.iss").read_text().replace(self.version, "0.8.0"))
-        compiler = os.environ["TARVOLINE_INNO_SETUP"] + "/bin/ISCC.exe"
-        defines = {"Tree": tree / "tarvoline-srtla", "Readme": tree, "Output": folder}
-        result = self.machine.run(compiler, *(f"/D{name}={wine(path)}" for name, path in defines.items()), wine(script))
-        self.assertEqual(result.returncode, 0, result.stdout)
-        return folder / "Tarvoline-SRTLA-Plugin-Setup-v0.8.0.exe"
 
     def testOldLayoutIsRemoved(self):
         self.haveObs()
@@ -122,41 +98,7 @@ class Packages(MachineCase):
         self.machine.write(OBS_FOLDER + "/data/obs-plugins/obs-ffmpeg/locale/de-DE.ini")
         self.assertEqual(self.install(), 0)
         self.assertEqual(self.machine.files(OBS_FOLDER), {
-            "bin/64bit/obs64.exe", "obs-plugins/64bit/obs-ffmpeg.dll", "data/obs-plugins/obs-ffmpeg/locale/de-DE.ini"})
-
-    def testRunningObsIsClosedAndStartedAgain(self):
-        self.haveObs()
-        self.startObs()
-        self.assertEqual(self.install(*UPDATERS_SWITCHES), 0)
-        waitFor(lambda: len(self.obsLog()) >= 3, "the new start of OBS")
-        self.assertEqual(self.obsLog(), ["start", "end", "start"])
-        log = (self.machine.driveC / OBS_PROGRAM).with_suffix(".log").read_text().splitlines()
-        self.assertEqual(log[2], r"start C:\Program Files\obs-studio\bin\64bit")
-        self.assertEqual(self.installedFiles(), INSTALLED)
-
-    def testObsThatHasQuitIsStartedAgain(self):
-        self.haveObs()
-        self.assertEqual(self.install(*UPDATERS_SWITCHES), 0)
-        waitFor(lambda: self.obsLog() == ["start"], "the start of OBS")
-
-    def testObsIsNotStartedUnasked(self):
-        self.haveObs()
-        self.startObs()
-        self.assertEqual(self.install("/CLOSEAPPLICATIONS"), 0)
-        self.assertEqual(self.obsLog(), ["start", "end"])
-
-    def testObsInTheTrayIsClosed(self):
-        self.haveObs()
-        self.startObs("--minimize-to-tray")
-        self.assertEqual(self.install("/CLOSEAPPLICATIONS"), 0)
-        self.assertEqual(self.obsLog(), ["start", "end"])
-
-    def testRunningObsIsNotClosedUnasked(self):
-        self.haveObs()
-        self.startObs()
-        self.assertNotEqual(self.install(), 0)
-        self.assertEqual(self.obsLog(), ["start"])
-        self.assertEqual(self.machine.files("ProgramData/obs-studio"), set())
+            "bin/64bit/obs64.exe", "bin/64bit/obs.dll", "obs-plugins/64bit/obs-ffmpeg.dll", "data/obs-plugins/obs-ffmpeg/locale/de-DE.ini"})
 
     def testUpdatersSwitchesAloneShowTheWizard(self):
         setup = self.machine.start(self.setup, *UPDATERS_SWITCHES)
@@ -186,6 +128,13 @@ class Archives(unittest.TestCase):
     def testPortableArchive(self):
         self.assertEqual(self.names("-portable"), PORTABLE)
 
+    def testTheModuleSaysItsVersion(self):
+        with zipfile.ZipFile(self.packages / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64.zip") as archive:
+            module = archive.read("tarvoline-srtla/" + MODULE)
+        for name, value in {"CompanyName": "Tarvoline", "FileVersion": self.version, "ProductName": "Tarvoline SRTLA",
+                            "FileDescription": "Receiver for bonded mobile live streams (SRTLA) in OBS Studio"}.items():
+            self.assertEqual(versionText(module, name), value)
+
     def testSums(self):
         stated = dict(reversed(line.split("  ")) for line in (self.packages / "SHA256SUMS").read_text().splitlines())
         packages = [path for path in self.packages.iterdir() if path.suffix in (".exe", ".zip")]
@@ -193,8 +142,10 @@ class Archives(unittest.TestCase):
         self.assertEqual(len(stated), 3)
 
 
-def wine(path):
-    return "Z:" + str(path).replace("/", "\\")
+def versionText(module, name):
+    """A text of the module's version resource: its name and its value follow each other, each ended by a zero."""
+    _, _, rest = module.partition((name + "\0").encode("utf-16-le"))
+    return rest[:400].decode("utf-16-le", "replace").lstrip("\0").partition("\0")[0]
 
 
 if __name__ == "__main__":

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The uninstaller as a user meets it: the box about the settings, its buttons, the question that follows.
+"""The uninstaller as a user meets it: the question about the settings, its buttons, the question that follows.
 
 Usage: test_uninstall.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE
 """
@@ -11,8 +11,8 @@ from keyboard import press, windowWithTheKeyboard
 from machinecase import INSTALLED, SETTINGS, SILENT, MachineCase
 from winemachine import waitFor
 
-BOX = "Tarvoline SRTLA for OBS Studio"
-QUESTION = BOX + " Uninstall"
+ABOUT_SETTINGS = "Uninstall"
+QUESTION = "Tarvoline SRTLA for OBS Studio Uninstall"
 STORED = {"listenPort": "5000"}
 
 
@@ -24,7 +24,7 @@ class Uninstall(MachineCase):
         self.uninstaller = self.machine.start(self.app / "uninstall" / "unins000.exe")
         self.addCleanup(self.uninstaller.wait)
         self.addCleanup(self.uninstaller.kill)
-        self.waitForWindow(BOX)
+        self.waitForWindow(ABOUT_SETTINGS)
 
     def waitForWindow(self, name):
         waitFor(lambda: windowWithTheKeyboard() == name, f"the window {name!r}")
@@ -32,26 +32,24 @@ class Uninstall(MachineCase):
     def waitForTheEnd(self):
         press("alt+y")
         waitFor(lambda: not self.app.exists(), "the plug-in's folder to go")
+        self.waitForWindow(QUESTION)
+        press("Return")
 
-    def testSettingsStayWithoutTheTick(self):
+    def testSettingsStayByDefault(self):
         press("Return")
         self.waitForWindow(QUESTION)
         self.waitForTheEnd()
-        # The settings would have gone before the folder's end is told.
-        self.waitForWindow(QUESTION)
-        press("Return")
+        # The settings would have gone before the folder.
         self.assertEqual(self.machine.registry(SETTINGS), STORED)
 
-    def testTheTickRemovesTheSettings(self):
-        press("space")
-        press("Return")
+    def testYesRemovesTheSettings(self):
+        press("alt+y")
         self.waitForWindow(QUESTION)
         self.assertEqual(self.machine.registry(SETTINGS), STORED)
         self.waitForTheEnd()
-        waitFor(lambda: self.machine.registry(SETTINGS) is None, "the settings to go")
+        self.assertIsNone(self.machine.registry(SETTINGS))
 
     def testCancelChangesNothing(self):
-        press("space")
         press("Escape")
         self.uninstaller.wait()
         self.assertEqual(self.installedFiles(), INSTALLED)
