@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The plug-in's dock with its engine in a host that measures how long its UI thread is away. Usage: floodhost
+// The plug-in's dock with its engine in a host that measures stalls of its UI thread. Usage: floodhost
 // LISTEN-PORT TARGET-PORT. Writes a line of JSON a second, until it is killed.
-#include "support/dockprobe.h"
-#include "support/obsdouble.h"
-#include "support/settingsstore.h"
+#include "testkit/dockprobe.h"
+#include "testkit/obsdouble.h"
+#include "testkit/settingsstore.h"
 
 #include <QApplication>
 #include <QCheckBox>

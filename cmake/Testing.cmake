@@ -4,7 +4,7 @@ include(CTest)
 # tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds]
 #                    [SERVERS | JSON_SERVICE | VENDOR_SERVICE])
 # A Qt Test executable that CTest runs without a display (under Wine on a virtual one), in a home of its own; with
-# SERVERS beside the HTTPS servers of tests/support/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's
+# SERVERS beside the HTTPS servers of testkit/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's
 # of withjsonservice.py, with VENDOR_SERVICE in a network in which the vendor's host is the real service
 # (withvendorservice.py; Linux only).
 function(tarvoline_add_test name)
@@ -16,7 +16,7 @@ function(tarvoline_add_test name)
         set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
     endif()
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test)
-    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
+    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests" "${CMAKE_SOURCE_DIR}")
     if(Qt6_VERSION VERSION_LESS 6.9 AND NOT MSVC)
         # The QTRY_ macros of Qt 6.8 narrow a count of milliseconds.
         target_compile_options(${name} PRIVATE -Wno-conversion)
@@ -24,20 +24,20 @@ function(tarvoline_add_test name)
     if(CMAKE_HOST_WIN32 AND (arg_SERVERS OR arg_JSON_SERVICE OR arg_VENDOR_SERVICE))
         return()
     endif()
-    set(launcher "${CMAKE_SOURCE_DIR}/tests/support/isolate.sh")
+    set(launcher "${CMAKE_SOURCE_DIR}/testkit/isolate.sh")
     if(arg_SERVERS)
-        list(APPEND launcher "${CMAKE_SOURCE_DIR}/tests/support/withservers.py" --vendor "${TARVOLINE_VENDOR_HOST}")
+        list(APPEND launcher "${CMAKE_SOURCE_DIR}/testkit/withservers.py" --vendor "${TARVOLINE_VENDOR_HOST}")
         if(NOT CMAKE_CROSSCOMPILING)
             list(APPEND launcher --service "${CMAKE_BINARY_DIR}/packaging/service/tarvoline-service.conf")
         endif()
     elseif(arg_JSON_SERVICE)
-        set(launcher "${CMAKE_SOURCE_DIR}/tests/support/withjsonservice.py" "${TARVOLINE_VENDOR_HOST}")
+        set(launcher "${CMAKE_SOURCE_DIR}/testkit/withjsonservice.py" "${TARVOLINE_VENDOR_HOST}")
     elseif(arg_VENDOR_SERVICE)
-        set(launcher "${CMAKE_SOURCE_DIR}/tests/support/withvendorservice.py" "${TARVOLINE_VENDOR_HOST}"
+        set(launcher "${CMAKE_SOURCE_DIR}/testkit/withvendorservice.py" "${TARVOLINE_VENDOR_HOST}"
             "${CMAKE_BINARY_DIR}/packaging/service/tarvoline-service.conf")
     endif()
     if(CMAKE_CROSSCOMPILING)
-        add_test(NAME ${name} COMMAND ${launcher} "${CMAKE_SOURCE_DIR}/tests/support/winetest.sh"
+        add_test(NAME ${name} COMMAND ${launcher} "${CMAKE_SOURCE_DIR}/testkit/winetest.sh"
             ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>)
     elseif(CMAKE_HOST_WIN32)
         add_test(NAME ${name} COMMAND ${name} -o -,txt)
@@ -59,7 +59,7 @@ function(tarvoline_add_test name)
     endif()
     set(sanitizer "")
     if(TARVOLINE_SANITIZE STREQUAL "thread")
-        set(sanitizer "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan.supp")
+        set(sanitizer "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/testkit/tsan.supp")
     endif()
     # A test function that hangs ends, by name, before CTest ends the whole program without a word. A crash prints no stack
     # trace: Qt Test's handler forks a debugger for it, and fork waits for ever when the crash happened inside malloc.

@@ -16,7 +16,7 @@ from .measure import Conditions, measured
 from .relays import RELAYS
 
 _PROJECT = pathlib.Path(__file__).resolve().parents[2]
-_FOLDER = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build")) / "instead"
+_FOLDER = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build")) / "compare-relays"
 # libsrt's default receive buffer holds so many; a stream of more within its latency would lose some.
 _SRT_BUFFER_PAYLOADS = 8192
 _EXIT_LOST, _EXIT_USAGE = 1, 2
@@ -24,7 +24,7 @@ _HEADER = ("relay", "latency", "CPU s per GB", "added by it, ms", "99 %", "end t
 
 
 def _options():
-    parser = argparse.ArgumentParser(prog="bench/instead", description=__doc__)
+    parser = argparse.ArgumentParser(prog="bench/compare-relays", description=__doc__)
     parser.add_argument("--json", metavar="FILE", help="write the figures there as well")
     parser.add_argument("--rounds", type=int, default=7, help="turns of each row (%(default)s)")
     parser.add_argument("--seconds", type=float, default=5, help="length of each of a turn's two stretches (%(default)s)")
@@ -41,7 +41,7 @@ def _options():
 
 def _missing() -> list[str]:
     programs = {program: package for relay in RELAYS for program, package in relay.programs.items()}
-    return [f"{program} ({f'Debian package {package}' if package else 'build it: bench/instead does'})"
+    return [f"{program} ({f'Debian package {package}' if package else 'build it: bench/compare-relays does'})"
             for program, package in programs.items() if not shutil.which(program)]
 
 
@@ -85,7 +85,7 @@ def main() -> int:
     """Measures and returns the exit code."""
     options = _options()
     if missing := _missing():
-        print("bench/instead: not found: " + ", ".join(missing), file=sys.stderr)
+        print("bench/compare-relays: not found: " + ", ".join(missing), file=sys.stderr)
         return _EXIT_USAGE
     cores = sorted(os.sched_getaffinity(0))
     relay_core, other_core = cores[0], cores[-1]
@@ -115,4 +115,4 @@ if __name__ == "__main__":
     try:
         sys.exit(main())
     except (AssertionError, PermissionError) as failure:
-        sys.exit(f"bench/instead: {failure}")
+        sys.exit(f"bench/compare-relays: {failure}")

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "support/dockprobe.h"
-#include "support/messageboxes.h"
-#include "support/obsdouble.h"
-#include "support/settingsstore.h"
+#include "testkit/dockprobe.h"
+#include "testkit/messageboxes.h"
+#include "testkit/obsdouble.h"
+#include "testkit/settingsstore.h"
 
 #include <memory>
 

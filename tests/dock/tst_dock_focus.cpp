@@ -3,7 +3,7 @@
 // the window, and from there to the widget with the focus.
 #include "dockfixture.h"
 #include "namedcontrol.h"
-#include "support/jsonservice.h"
+#include "testkit/jsonservice.h"
 
 #include <QApplication>
 #include <QLabel>

@@ -46,7 +46,7 @@ private Q_SLOTS:
 
 void TestDockInstallDownload::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py");
+    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
     // In OBS there is a main window; here the question is the last window, and must not end the program.
     QApplication::setQuitOnLastWindowClosed(false);
 }

@@ -69,7 +69,7 @@ private:
 
 void TestDockInstallLinux::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py");
+    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
     canMount = unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 

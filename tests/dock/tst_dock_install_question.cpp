@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The question before an installer is downloaded, and what stands in the way of it.
 #include "dock/installfixture.h"
-#include "support/updatecheck.h"
+#include "testkit/updatecheck.h"
 
 #include <QApplication>
 #include <QTest>
@@ -33,7 +33,7 @@ private Q_SLOTS:
 
 void TestDockInstallQuestion::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py");
+    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
     // In OBS there is a main window; here the question is the last window, and must not end the program.
     QApplication::setQuitOnLastWindowClosed(false);
 }

@@ -19,7 +19,7 @@ void TestDockInstallStall::endsAfterTwoMinutesOfSilence()
 {
     constexpr int longerThanTheTimeoutMs = 600000;
     InstallFixture fixture;
-    QVERIFY2(fixture.servers.isUsable(), "run this through tests/support/withservers.py");
+    QVERIFY2(fixture.servers.isUsable(), "run this through testkit/withservers.py");
     fixture.offer("MZ", {.body = "MZ", .announced = 3, .then = u"stall"_s});
     QElapsedTimer time;
     time.start();

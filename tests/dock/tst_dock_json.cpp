@@ -2,8 +2,8 @@
 // The hand-over of a JSON request to a worker and of its answer to the main thread, with a real server
 // (withjsonservice.py) in the place of the vendor's.
 #include "dockfixture.h"
-#include "support/httpsjsonexpectations.h"
-#include "support/jsonservice.h"
+#include "testkit/httpsjsonexpectations.h"
+#include "testkit/jsonservice.h"
 
 #include <QDeadlineTimer>
 #include <QTest>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Construction and end of the dock: automatic start, shutdown, and all that may outlive the dock.
 #include "dockfixture.h"
-#include "support/udpport.h"
+#include "testkit/udpport.h"
 
 #include <QCheckBox>
 #include <QLabel>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A message box of the dock runs everything else beneath it, also the dock's own end.
 #include "dockfixture.h"
-#include "support/udpport.h"
+#include "testkit/udpport.h"
 
 #include <QApplication>
 #include <QCheckBox>

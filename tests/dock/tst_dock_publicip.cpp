@@ -2,8 +2,8 @@
 // The query for the public address: the user's click on the button and all that can come of it, with a real server
 // (withjsonservice.py) in the place of the vendor's.
 #include "dockfixture.h"
-#include "support/httpsjsonexpectations.h"
-#include "support/jsonservice.h"
+#include "testkit/httpsjsonexpectations.h"
+#include "testkit/jsonservice.h"
 
 #include <QLabel>
 #include <QLineEdit>

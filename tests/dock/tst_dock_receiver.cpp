@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Start and stop, connection addresses, clipboard, passphrase button.
 #include "dockfixture.h"
-#include "support/udpport.h"
+#include "testkit/udpport.h"
 
 #include <QCheckBox>
 #include <QClipboard>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The update check over a real network.
 #include "dock/updatefixture.h"
-#include "support/updatecheck.h"
+#include "testkit/updatecheck.h"
 
 #include <QDateTime>
 #include <QJsonObject>
@@ -34,7 +34,7 @@ private Q_SLOTS:
 
 void TestDockUpdate::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py");
+    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
 }
 
 void TestDockUpdate::isInertAsDelivered()

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Redirects, and what the panel says of servers that fail.
 #include "dock/updatefixture.h"
-#include "support/updatecheck.h"
+#include "testkit/updatecheck.h"
 
 #include <QNetworkProxy>
 #include <QNetworkReply>
@@ -42,7 +42,7 @@ class TestDockUpdateFailures : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py"); }
+    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py"); }
     void followsRedirects_data();
     void followsRedirects();
     void tellsFailures_data();

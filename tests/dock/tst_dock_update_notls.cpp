@@ -14,7 +14,7 @@ class TestDockUpdateNoTls : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py");
+        QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
         // Qt looks for its TLS back ends when one is first needed; the platform's plug-in is loaded already.
         QCoreApplication::setLibraryPaths({});
         QCOMPARE(QSslSocket::availableBackends(), QStringList());

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What a check's answer does to the offer that an earlier check left.
 #include "dock/updatefixture.h"
-#include "support/updatecheck.h"
+#include "testkit/updatecheck.h"
 
 #include <QTest>
 
@@ -20,7 +20,7 @@ class TestDockUpdateOffer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py"); }
+    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py"); }
     void changesTheOffer_data();
     void changesTheOffer();
 };

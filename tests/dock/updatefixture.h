@@ -2,8 +2,8 @@
 #pragma once
 
 #include "dock/dockfixture.h"
-#include "support/httpsservers.h"
-#include "support/vendornetwork.h"
+#include "testkit/httpsservers.h"
+#include "testkit/vendornetwork.h"
 
 #include <QDir>
 #include <QFile>

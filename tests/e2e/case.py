@@ -8,7 +8,7 @@ import shutil
 import sys
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "testkit"))
 
 import stream  # noqa: E402
 

@@ -1,17 +1,13 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Registrations by the thousand beside a stream: it arrives whole, and they are gone when they have timed out."""
 
-import pathlib
 import random
 import subprocess
-import sys
-import unittest
 
 from case import BUILD, RoadCase, main
 
 LINKS = ["127.0.0.11", "127.0.0.12", "127.0.0.13"]
 FLOOD = BUILD / "bin" / "flood"
-FLOODS = pathlib.Path(__file__).resolve().parents[2] / "bench" / "floods"
 
 
 class FloodTest(RoadCase):
@@ -47,17 +43,6 @@ class FloodTest(RoadCase):
                 line = engine.wait_for(lambda line: line.get("packets", 0) > before + 100, "they are counted")
                 self.assertEqual((line["groups"], line["paths"]), (0, 0))
         self.assertEqual(len(engine.log()), 1)  # that it has started
-
-
-class FloodsCommandTest(unittest.TestCase):
-    """bench/floods."""
-
-    def test_unknown_flood(self):
-        """A mistyped name is an error that says which there are."""
-        done = subprocess.run([sys.executable, "-B", FLOODS, "honey"], capture_output=True, encoding="utf-8",
-                              check=False)
-        self.assertEqual(done.returncode, 2)
-        self.assertIn("  no flood\n", done.stderr)
 
 
 if __name__ == "__main__":

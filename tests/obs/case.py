@@ -1,81 +1,19 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What the tests with the real OBS share: a desk, homes of their own, and evidence when one fails."""
+"""What the tests with the real OBS share: sessions that end with the test, and evidence when one fails."""
 
-import atexit
-import os
 import pathlib
-import shutil
 import sys
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "testkit"))
 
 import obs  # noqa: E402
 from obs.docklayout import dock_at_the_right  # noqa: E402
+from obs.plugin import (BUILD, LISTEN_PORT, SOURCE, TARGET_PORT, desk, install, scratch,  # noqa: E402
+                        wait_for_no_picture, wait_for_picture)
 
-SOURCE = "Tarvoline SRTLA"
-LISTEN_PORT = 5000
-TARGET_PORT = 5002
-
-# A connection that breaks because nobody finds the time to serve it costs SRT's five seconds of silence and OBS's ten until
-# it listens again, and a busy machine needs several attempts.
-_PICTURE_PATIENCE_S = 3 * obs.PATIENCE_S
-
-_PROJECT = pathlib.Path(__file__).resolve().parents[2]
-BUILD = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build" / "linux"))
-
-_desk = None
-
-
-def scratch(name: str) -> pathlib.Path:
-    """An empty folder for one test."""
-    folder = BUILD / "tests" / "obs" / name
-    shutil.rmtree(folder, ignore_errors=True)
-    folder.mkdir(parents=True)
-    return folder
-
-
-def desk() -> obs.Desk:
-    """The desk of this test process."""
-    global _desk
-    if _desk is None:
-        _desk = obs.Desk(scratch(pathlib.Path(sys.argv[0]).stem + ".desk"))
-        atexit.register(_desk.close)
-    return _desk
-
-
-def install(home: obs.ObsHome):
-    """Lays the built plug-in into a home."""
-    home.install_module(BUILD / "plugins" / obs.MODULE / "bin" / "64bit" / f"{obs.MODULE}.so", _PROJECT / "locale")
-
-
-def wait_for_picture(session: obs.ObsSession, timeout_s: float = _PICTURE_PATIENCE_S):
-    """Waits until the source shows the pattern and it moves."""
-    seen = set()
-
-    def moves():
-        picture = session.remote.picture(SOURCE)
-        if picture is None or not picture.shows_pattern():
-            seen.clear()
-            return False
-        seen.add(picture.blink())
-        return len(seen) == 2
-
-    def state():
-        picture = session.remote.picture(SOURCE)
-        return (f"a running picture; the source is {session.remote.media_state(SOURCE)} and shows "
-                f"{picture.bars() if picture else 'nothing'}")
-
-    obs.wait_until(moves, state, timeout_s)
-
-
-def wait_for_no_picture(session: obs.ObsSession):
-    """Waits until the source shows the pattern no more."""
-    def ended():
-        picture = session.remote.picture(SOURCE)
-        return picture is None or not picture.shows_pattern()
-
-    obs.wait_until(ended, "the picture ends", _PICTURE_PATIENCE_S)
+__all__ = ["BUILD", "LISTEN_PORT", "SOURCE", "TARGET_PORT", "ObsCase", "desk", "dock_at_the_right", "install", "main",
+           "scratch", "wait_for_no_picture", "wait_for_picture"]
 
 
 class ObsCase(unittest.TestCase):

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "httpsjson.h"
-#include "support/httpsjsonexpectations.h"
-#include "support/jsonservice.h"
+#include "testkit/httpsjsonexpectations.h"
+#include "testkit/jsonservice.h"
 
 #include <QJsonArray>
 #include <QTest>

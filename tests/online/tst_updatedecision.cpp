@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "updatedecision.h"
 
-#include "support/updatecheck.h"
+#include "testkit/updatecheck.h"
 
 #include <QTest>
 

@@ -8,7 +8,7 @@ import re
 import sys
 import tempfile
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "support"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "testkit"))
 
 import obs  # noqa: E402
 

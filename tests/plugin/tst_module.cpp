@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The module's entry points: load, unload in both orders, failed registration, locale.
-#include "support/dockprobe.h"
-#include "support/messageboxes.h"
-#include "support/obsdouble.h"
-#include "support/settingsstore.h"
-#include "support/udpport.h"
+#include "testkit/dockprobe.h"
+#include "testkit/messageboxes.h"
+#include "testkit/obsdouble.h"
+#include "testkit/settingsstore.h"
+#include "testkit/udpport.h"
 
 #include <QCheckBox>
 #include <QLabel>

@@ -57,7 +57,7 @@ private:
 
 void TestDockInstallSetup::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through tests/support/withservers.py");
+    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
     setup = content(qEnvironmentVariable("TARVOLINE_TEST_SETUP"));
     QVERIFY(setup.startsWith("MZ"));
     QVERIFY(!QFile::exists(saved));

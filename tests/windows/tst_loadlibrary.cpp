@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The built module as Windows loads it, with obs.dll and obs-frontend-api.dll made from the double: OBS's part is
 // played from here, in OBS's order. TARVOLINE_TEST_MODULE names another module file than the built one.
-#include "support/obsdouble.h"
-#include "support/udpport.h"
+#include "testkit/obsdouble.h"
+#include "testkit/udpport.h"
 
 #include <QApplication>
 #include <QDir>

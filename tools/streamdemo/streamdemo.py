@@ -11,7 +11,7 @@ import sys
 import time
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(PROJECT / "tests" / "support"))
+sys.path.insert(0, str(PROJECT / "testkit"))
 
 import stream  # noqa: E402
 from ports import free_udp_port  # noqa: E402

@@ -1,16 +1,18 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What can go wrong on a stream's way, one row each."""
+"""The faults, and how each is run."""
 
+import concurrent.futures
 import contextlib
 import dataclasses
 import random
+import shutil
 import time
 from collections.abc import Callable
 
 import stream
 from ports import udp_drops
 
-from .road import OTHER_SENDER_ID, SENDER_ID, Pace, Road
+from .streampath import OTHER_SENDER_ID, SENDER_ID, Pace, StreamPath
 
 # After the first bytes have come to the reader, by when the stream has found its pace.
 _FAULT_AFTER_S = 2
@@ -30,7 +32,7 @@ class Fault:
     name: str
     settings: tuple = ("", "", "")
     covered: bool = True  # whether SRT's latency makes up for it
-    strike: Callable[[Road], None] | None = None
+    strike: Callable[[StreamPath], None] | None = None
     longer_s: int = 0
     senders: int = 1
     quick: bool = True  # whether it belongs to the quick form
@@ -47,13 +49,13 @@ FAULTS = (
     Fault("100 ms between the links", ("", ",delay=100ms", ",delay=200ms")),
     Fault("10 % loss on one link", ("", ",loss=10%", "")),
     Fault("5 % duplicates on every link", (",duplicate=5%",) * 3),
-    Fault("listener killed and restarted", covered=False, strike=Road.restart_listener, longer_s=10),
-    Fault("receiver stopped and started", covered=False, strike=Road.restart_receiver, longer_s=10),
-    Fault("sender restarted with the same id", covered=False, strike=lambda road: road.restart_sender(SENDER_ID)),
-    Fault("sender restarted with a new id", covered=False, strike=lambda road: road.restart_sender(OTHER_SENDER_ID)),
-    Fault("receiver stalls for 100 ms", strike=lambda road: road.stall(0.1), quick=False),
-    Fault("receiver stalls for 1 s", strike=lambda road: road.stall(1)),
-    Fault("receiver stalls for 3 s", covered=False, strike=lambda road: road.stall(3), quick=False),
+    Fault("listener killed and restarted", covered=False, strike=StreamPath.restart_listener, longer_s=10),
+    Fault("receiver stopped and started", covered=False, strike=StreamPath.restart_receiver, longer_s=10),
+    Fault("sender restarted with the same id", covered=False, strike=lambda path: path.restart_sender(SENDER_ID)),
+    Fault("sender restarted with a new id", covered=False, strike=lambda path: path.restart_sender(OTHER_SENDER_ID)),
+    Fault("receiver stalls for 100 ms", strike=lambda path: path.stall(0.1), quick=False),
+    Fault("receiver stalls for 1 s", strike=lambda path: path.stall(1)),
+    Fault("receiver stalls for 3 s", covered=False, strike=lambda path: path.stall(3), quick=False),
     Fault("20 senders at once", senders=20),
     Fault("200 senders at once", senders=200, quick=False),
 )
@@ -81,6 +83,32 @@ def _received_bytes(folder) -> int:
     return sum(path.stat().st_size for path in folder.rglob("*") if path.is_file())
 
 
+def rows(faults, folder, pace, at_once=1):
+    """Runs the faults below `folder`, `at_once` side by side, and yields their rows in the order of `faults`. The row of a
+    stream that never came back has the key "failure" with the reason."""
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    with concurrent.futures.ThreadPoolExecutor(at_once) as pool:
+        yield from pool.map(lambda fault: _row_or_failure(fault, folder, pace), faults)
+
+
+def verdict(row) -> str:
+    """What is wrong with a row; nothing if it is as it should be."""
+    if "failure" in row:
+        return "NEVER CAME BACK"
+    return "LOST" if row["covered"] and row["lostBytes"] else ""
+
+
+def _row_or_failure(fault, folder, pace) -> dict:
+    folder = folder / fault.name.replace(" ", "-").replace("%", "percent")
+    try:
+        return run(fault, folder, pace)
+    except AssertionError as failure:
+        return {"fault": fault.name, "covered": fault.covered, "failure": str(failure)}
+    finally:
+        shutil.rmtree(folder, ignore_errors=True)
+
+
 def run(fault, folder, pace) -> dict:
     """Sends a stream, or many, while `fault` happens, and returns the row. Raises an AssertionError if the stream never
     came back."""
@@ -92,16 +120,16 @@ def run(fault, folder, pace) -> dict:
 def _run_one(fault, folder, received, pace):
     seconds = pace.seconds + fault.longer_s
     file = _make_file(folder / "sent", pace.size(seconds))
-    with contextlib.closing(Road(received, file, pace, fault.settings)) as road:
+    with contextlib.closing(StreamPath(received, file, pace, fault.settings)) as path:
         if fault.strike:
             time.sleep(pace.latency_ms / 1000 + _FAULT_AFTER_S)
-            fault.strike(road)
-        totals = road.finish(seconds + _PATIENCE_S)
-    roads = [link["up"] for link in totals["links"]]
-    return _row(fault, pace, file.stat().st_size, _received_bytes(received), recoveredAfterS=road.recovery_s(),
-                longestPauseMs=max(road.listened("longestPauseMs")), reconnections=road.reconnections(),
-                retransmittedPackets=sum(road.listened("retransmitted")),
-                packetsThatLinksLost=sum(link["lost"] + link["cut"] + link["overflowed"] for link in roads))
+            fault.strike(path)
+        totals = path.finish(seconds + _PATIENCE_S)
+    uplinks = [link["up"] for link in totals["links"]]
+    return _row(fault, pace, file.stat().st_size, _received_bytes(received), recoveredAfterS=path.recovery_s(),
+                longestPauseMs=max(path.listened("longestPauseMs")), reconnections=path.reconnections(),
+                retransmittedPackets=sum(path.listened("retransmitted")),
+                packetsThatLinksLost=sum(link["lost"] + link["cut"] + link["overflowed"] for link in uplinks))
 
 
 def _run_many(fault, folder, received, pace):

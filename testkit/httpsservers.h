@@ -7,7 +7,7 @@
 #include <QString>
 #include <QTcpSocket>
 
-/// How the scripted server answers for one target; see tests/support/tlsserver.py.
+/// How the scripted server answers for one target; see testkit/tlsserver.py.
 struct ServerAnswer
 {
     int status = 200;
@@ -39,7 +39,7 @@ struct ServerRequest
     QByteArray body;
 };
 
-/// The servers that tests/support/withservers.py runs beside the test, the scripted one reset.
+/// The servers that testkit/withservers.py runs beside the test, the scripted one reset.
 class HttpsServers
 {
 public:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "support/httpsservers.h"
+#include "testkit/httpsservers.h"
 
 #include <QHostAddress>
 #include <QJsonArray>

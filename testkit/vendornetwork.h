@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "support/httpsservers.h"
+#include "testkit/httpsservers.h"
 
 #include <QElapsedTimer>
 #include <QList>

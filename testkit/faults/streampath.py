@@ -29,7 +29,12 @@ class Pace:
         return int(self.megabits_per_second * 1e6 / 8 * seconds)
 
 
-class Road:
+FULL = Pace(megabits_per_second=8.0, latency_ms=2000, seconds=14)
+# Slow enough, and with enough time, to lose nothing on a machine that has other tests to run beside it.
+QUICK = Pace(megabits_per_second=2.0, latency_ms=4000, seconds=14)
+
+
+class StreamPath:
     """The running programs. `ends` holds when something that was broken was whole again, by the monotonic clock."""
 
     def __init__(self, folder, file, pace, settings):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The comparison of the receiver with other relays: a short form of bench/instead with the real programs, and what its
+"""The comparison of the receiver with other relays: a short form of bench/compare-relays with the real programs, and what its
 figures are made of."""
 
 import json
@@ -11,8 +11,8 @@ import sys
 import time
 import unittest
 
-PROJECT = pathlib.Path(__file__).resolve().parents[2]
-sys.path[:0] = [str(PROJECT / "tests" / "support"), str(PROJECT / "bench")]
+PROJECT = pathlib.Path(__file__).resolve().parents[1]
+sys.path.insert(0, str(PROJECT / "testkit"))
 
 import stream  # noqa: E402
 from comparison import figures, measure, relays  # noqa: E402
@@ -43,7 +43,7 @@ while True:
 
 def compare(*arguments, path=None):
     """Runs the command to its end."""
-    environment = {**os.environ, "PYTHONPATH": f"{PROJECT / 'bench'}:{PROJECT / 'tests' / 'support'}"}
+    environment = {**os.environ, "PYTHONPATH": f"{PROJECT / 'bench'}:{PROJECT / 'testkit'}"}
     if path is not None:
         environment["PATH"] = path
     return subprocess.run([sys.executable, "-B", "-m", "comparison", *map(str, arguments)], env=environment,
@@ -65,7 +65,7 @@ class ComparisonTest(unittest.TestCase):
 
     def test_short_form(self):
         """Every relay delivers all it is sent, over as many ways as it can, and the file tells all there is to tell."""
-        file = BUILD / "instead.json"
+        file = BUILD / "compare-relays.json"
         done = compare("--rounds", 1, "--seconds", 0.5, "--mbit", 2, "--latency", LATENCY_MS, "--json", file)
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         told = json.loads(file.read_text(encoding="utf-8"))

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "support/vendornetwork.h"
+#include "testkit/vendornetwork.h"
 
 #include <QNetworkProxy>
 #include <QNetworkReply>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "support/obsdouble.h"
+#include "testkit/obsdouble.h"
 
-#include "support/obsdouble_state.h"
+#include "testkit/obsdouble_state.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The functions of libobs and the front end that the plug-in calls.
-#include "support/obsdouble_state.h"
+#include "testkit/obsdouble_state.h"
 
 #include <QDockWidget>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "support/messageboxes.h"
+#include "testkit/messageboxes.h"
 
 #include <QAbstractButton>
 #include <QApplication>

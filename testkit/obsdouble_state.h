@@ -2,7 +2,7 @@
 // The double's memory, between what tests ask of it (obsdouble.cpp) and what the plug-in calls (obsdouble_calls.cpp).
 #pragma once
 
-#include "support/obsdouble.h"
+#include "testkit/obsdouble.h"
 
 #include <QMainWindow>
 #include <QSet>

@@ -6,6 +6,7 @@ import math
 import os
 import pathlib
 import random
+import shutil
 import time
 
 import stream
@@ -74,6 +75,8 @@ def findings(looks) -> list[str]:
 
 def run(folder, minutes) -> int:
     """Streams for `minutes` and prints a row for each; returns the exit code."""
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
     file = folder / "piece"
     file.write_bytes(random.Random(1).randbytes(int(MEGABITS_PER_SECOND * 1e6 / 8) * PIECE_SECONDS))
     # The listener writes each stream to a file of its name, and nobody needs these gigabytes.
