@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """What the Windows module shows to OBS and what it asks of others, as objdump reads it off the file.
 
-Usage: test_imports.py OBJDUMP MODULE.dll
+Usage: test_imports.py OBJDUMP MODULE.dll mingw|microsoft
 """
 
 import re
@@ -15,7 +15,12 @@ ENTRY_POINTS = {
 }
 LIBRARIES = {
     "obs.dll", "obs-frontend-api.dll", "qt6core.dll", "qt6gui.dll", "qt6network.dll", "qt6widgets.dll", "winhttp.dll",
-    "ws2_32.dll", "kernel32.dll", "msvcrt.dll",  # MinGW's C runtime
+    "ws2_32.dll", "kernel32.dll",
+}
+C_LIBRARIES = {
+    "mingw": {"msvcrt.dll"},
+    "microsoft": {"msvcp140.dll", "vcruntime140.dll"} | {f"api-ms-win-crt-{part}-l1-1-0.dll" for part in (
+        "environment", "heap", "runtime", "stdio", "string", "time")},
 }
 LIBOBS_FUNCTIONS = {
     "blog", "obs_data_create", "obs_data_release", "obs_data_set_bool", "obs_data_set_string", "obs_get_source_by_name",
@@ -26,7 +31,7 @@ FRONTEND_FUNCTIONS = {"obs_frontend_add_dock_by_id", "obs_frontend_get_current_s
 
 
 class Module(unittest.TestCase):
-    objdump = path = None
+    objdump = path = compiler = None
 
     @classmethod
     def setUpClass(cls):
@@ -42,7 +47,7 @@ class Module(unittest.TestCase):
         self.assertEqual(sorted(self.exports), sorted(ENTRY_POINTS))
 
     def testNoOtherLibraryIsAskedFor(self):
-        self.assertEqual(set(self.imports), LIBRARIES)
+        self.assertEqual(set(self.imports), LIBRARIES | C_LIBRARIES[self.compiler])
 
     def testFunctionsOfObs(self):
         self.assertEqual(self.imports["obs.dll"], LIBOBS_FUNCTIONS)
@@ -50,5 +55,5 @@ class Module(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    Module.objdump, Module.path = sys.argv[1:3]
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
+    Module.objdump, Module.path, Module.compiler = sys.argv[1:4]
+    unittest.main(argv=sys.argv[:1] + sys.argv[4:])

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# Sourced by dev, after lib.sh, for the Windows build root: Qt for Windows, the libobs headers and the Wine prefix that
-# every run copies, all in the user's cache.
+# Sourced by dev, after lib.sh, for the Windows build root: OBS's Windows libraries, Qt for Windows, headers and the Wine
+# prefix that every run copies, all in the user's cache.
 # shellcheck shell=bash
 
+export TARVOLINE_WINDOWS_SDK=$cacheHome/windows-sdk
 export TARVOLINE_QT_WINDOWS=$cacheHome/qt-windows-6.8.2
 export TARVOLINE_OBS_HEADERS=$cacheHome/obs-headers/include
 export TARVOLINE_WINE_HOME=$cacheHome/wine
@@ -11,6 +12,7 @@ export TARVOLINE_PATH=$project/tools/wine:$project/build/windows-host/bin
 
 # The cross build needs all of it; build-qt-windows only the root.
 ensureWindowsParts() {
+    ensureWindowsSdk
     ensureQtWindows
     ensureObsHeaders
     ensureWinePrefix
@@ -73,16 +75,114 @@ ensureWinePrefix() {
     ) 9>"$rootsHome/windows-wine.lock" || exit 1
 }
 
-# The installer's compiler.
+# The installer's compiler, a Windows program that comes as an npm package.
 ensureInnoSetup() {
+    local sha512=4329f0ed78efed937f6de06f4bb2adf902f9d10fd96dfedc2431d99b19b035bc
+    sha512+=6a819116099fb9b60802ea7685e228fff4fa917e9bc33f579c64b170bacbba2f
     (
         flock 9
         [ -e "$TARVOLINE_INNO_SETUP/bin/ISCC.exe" ] && exit 0
         say "Fetching Inno Setup …"
-        cp -L /etc/resolv.conf "$rootsHome/windows/etc/resolv.conf"
-        # A network that inspects TLS has its authority in this machine's store, not in the root's.
-        authorities=$cacheHome/authorities.pem
-        cp -L /etc/ssl/certs/ca-certificates.crt "$authorities" 2>/dev/null || true
-        enter windows env NODE_EXTRA_CA_CERTS="$authorities" tools/buildroot/fetch-innosetup "$TARVOLINE_INNO_SETUP"
+        fetchNpmPackage innosetup-compiler 6.3.1 "$sha512" "$TARVOLINE_INNO_SETUP"
     ) 9>"$rootsHome/windows-inno.lock" || exit 1
+}
+
+# Unpacks a package of the npm registry into FOLDER if it is the file of this digest.
+fetchNpmPackage() { # NAME VERSION SHA512 FOLDER
+    local fetch=$4.fetch
+    rm -rf "$fetch"
+    mkdir -p "$fetch"
+    cp -L /etc/resolv.conf "$rootsHome/windows/etc/resolv.conf"
+    # A network that inspects TLS has its authority in this machine's store, not in the root's.
+    cp -L /etc/ssl/certs/ca-certificates.crt "$fetch/authorities.pem" 2>/dev/null || true
+    enter windows sh -c 'cd "$1" && NODE_EXTRA_CA_CERTS=$1/authorities.pem npm pack --silent "$2" >/dev/null' \
+        sh "$fetch" "$1@$2" || true
+    if ! echo "$3  $fetch/$1-$2.tgz" | sha512sum --check --status 2>/dev/null; then
+        rm -rf "$fetch"
+        die "The npm package $1 $2 could not be fetched, or is not the file it was."
+    fi
+    tar -xzf "$fetch/$1-$2.tgz" -C "$fetch"
+    rm -rf "$4"
+    mv "$fetch/package" "$4"
+    rm -rf "$fetch"
+}
+
+# What the build in Microsoft's binary interface compiles and links against; made anew when its recipe changes.
+ensureWindowsSdk() {
+    local recipe parts=$TARVOLINE_WINDOWS_SDK.parts
+    recipe=$(cat "$project"/tools/windows/* | sha256sum)
+    (
+        flock 9
+        [ "$(cat "$TARVOLINE_WINDOWS_SDK/recipe" 2>/dev/null)" = "$recipe" ] && exit 0
+        mkdir -p "$parts"
+        ensureObsPackage "$parts/obs-package"
+        ensureSources "$parts/stl" stl-inc-vs-2022-17.14 https://github.com/microsoft/STL vs-2022-17.14 stl/inc
+        ensureSources "$parts/obs-studio" obs-studio-31.1.1-headers https://github.com/obsproject/obs-studio 31.1.1 .
+        ensureQtSources "$parts/qtbase"
+        say "Putting together what the Windows build links against …"
+        rm -rf "$TARVOLINE_WINDOWS_SDK.new"
+        enter windows "$project/tools/windows/make-sdk" "$TARVOLINE_WINDOWS_SDK.new" "$parts"/{obs-package,stl,obs-studio,qtbase} ||
+            die "The libraries for the Windows build could not be put together."
+        echo "$recipe" >"$TARVOLINE_WINDOWS_SDK.new/recipe"
+        rm -rf "$TARVOLINE_WINDOWS_SDK"
+        mv "$TARVOLINE_WINDOWS_SDK.new" "$TARVOLINE_WINDOWS_SDK"
+    ) 9>"$rootsHome/windows-sdk.lock" || exit 1
+}
+
+# OBS 31.1's own Windows libraries, its Qt among them.
+ensureObsPackage() { # FOLDER
+    local sha512=3c66c6d8b3ed8fd10fdd2243ce24ef1e3e152e392180e76d247178a2fc079c4d
+    sha512+=2fec159ece7bcca59e11481c6699e30dbb407771752fc1994b91213186899aee
+    [ -d "$1" ] && return
+    say "Fetching OBS's Windows libraries (35 MB) …"
+    fetchNpmPackage noobs 0.0.184 "$sha512" "$1"
+}
+
+# Sources that no package holds: NAME.tar.xz in the folder TARVOLINE_WINDOWS_HEADERS, or SUBFOLDER of the tag in a public
+# repository. The archive's one top folder becomes FOLDER.
+ensureSources() { # FOLDER NAME REPOSITORY TAG SUBFOLDER
+    local archives=${TARVOLINE_WINDOWS_HEADERS:-} archive
+    [ -d "$1" ] && return
+    rm -rf "$1.new"
+    mkdir -p "$1.new"
+    archive=$archives/$2.tar.xz
+    if [ -n "$archives" ] && [ -f "$archive" ]; then
+        say "Unpacking ${archive##*/} …"
+        (cd "$archives" && grep -F "${archive##*/}" SHA256SUMS | sha256sum --check --status) ||
+            die "$archive is not the file that SHA256SUMS beside it describes."
+        tar -xJf "$archive" -C "$1.new" --strip-components=1 || die "$archive could not be unpacked."
+        mv "$1.new" "$1"
+    else
+        say "Fetching $3, tag $4 …"
+        git -c advice.detachedHead=false clone --quiet --depth 1 --branch "$4" "$3" "$1.new/clone" 2>/dev/null || {
+            rm -rf "$1.new"
+            die "missing: $3 at tag $4. Clone it, pack its folder '$5' as $2.tar.xz with a file SHA256SUMS beside it," \
+                "and name the folder of both in TARVOLINE_WINDOWS_HEADERS."
+        }
+        mv "$1.new/clone/$5" "$1"
+    fi
+    rm -rf "$1.new"
+}
+
+# Qt's own sources, of which Debian's packages install no header that only Windows has; apt checks their signature.
+ensureQtSources() { # FOLDER
+    [ -d "$1" ] && return
+    say "Fetching Qt's sources (46 MB) …"
+    rm -rf "$1.new"
+    mkdir -p "$1.new"
+    # shellcheck disable=SC2016
+    enter windows sh -eu -c '
+        list=/etc/apt/sources.list.d/source.list
+        [ -e $list ] || sed -n "s/^deb /deb-src /p" /etc/apt/sources.list >$list
+        apt-get -o Acquire::Check-Valid-Until=false update -qq
+        cd "$1"
+        apt-get source -qq --download-only qt6-base
+        tar -xJf qt6-base_*.orig.tar.xz --strip-components=1
+        rm qt6-base_*
+    ' sh "$1.new" >"$rootsHome/windows-qt.log" 2>&1 || {
+        tail -n 5 "$rootsHome/windows-qt.log" >&2
+        rm -rf "$1.new"
+        die "Qt's sources could not be fetched."
+    }
+    mv "$1.new" "$1"
 }

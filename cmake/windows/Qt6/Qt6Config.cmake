@@ -1,0 +1,51 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+# Qt as OBS for Windows ships it: DLLs with import libraries made from them, Debian's headers with its feature switches
+# (tools/windows/qt-headers), and the host's moc. Stands in for Qt's own package, which OBS does not ship.
+set(sdk "$ENV{TARVOLINE_WINDOWS_SDK}")
+set(Qt6Core_VERSION_MAJOR 6) # what AUTOMOC asks for
+set(Qt6Core_VERSION_MINOR 8)
+
+if(NOT TARGET Qt6::moc)
+    add_executable(Qt6::moc IMPORTED GLOBAL)
+    set_target_properties(Qt6::moc PROPERTIES IMPORTED_LOCATION /usr/lib/qt6/libexec/moc)
+endif()
+
+set(dependencies_Core "")
+set(dependencies_Network Core)
+set(dependencies_Gui Core)
+set(dependencies_Widgets Gui)
+set(dependencies_Test Core)
+
+function(add_qt_module name)
+    if(TARGET Qt6::${name})
+        return()
+    endif()
+    add_library(Qt6::${name} SHARED IMPORTED GLOBAL)
+    string(TOUPPER ${name} upperName)
+    set_target_properties(Qt6::${name} PROPERTIES
+        IMPORTED_IMPLIB "${sdk}/lib/Qt6${name}.lib"
+        IMPORTED_LOCATION "${sdk}/bin/Qt6${name}.dll"
+        INTERFACE_INCLUDE_DIRECTORIES "${sdk}/include/qt;${sdk}/include/qt/Qt${name}"
+        INTERFACE_COMPILE_DEFINITIONS "QT_${upperName}_LIB")
+    foreach(dependency IN LISTS dependencies_${name})
+        add_qt_module(${dependency})
+        set_property(TARGET Qt6::${name} APPEND PROPERTY INTERFACE_LINK_LIBRARIES Qt6::${dependency})
+    endforeach()
+endfunction()
+
+foreach(component IN LISTS Qt6_FIND_COMPONENTS)
+    if(NOT DEFINED dependencies_${component} OR NOT EXISTS "${sdk}/lib/Qt6${component}.lib")
+        set(Qt6_FOUND FALSE)
+        set(Qt6_NOT_FOUND_MESSAGE "there is no Qt6${component}.lib in ${sdk}/lib")
+        return()
+    endif()
+    add_qt_module(${component})
+endforeach()
+set_property(TARGET Qt6::Core APPEND PROPERTY INTERFACE_COMPILE_DEFINITIONS
+    UNICODE _UNICODE WIN32 $<$<NOT:$<CONFIG:Debug>>:QT_NO_DEBUG>)
+
+# Those of its settings that the project uses.
+macro(qt_standard_project_setup)
+    set(CMAKE_AUTOMOC ON)
+endmacro()
+set(Qt6_FOUND TRUE)

@@ -1,0 +1,11 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+# The front-end interface of OBS 31.1 for Windows, the headers of that release.
+set(sdk "$ENV{TARVOLINE_WINDOWS_SDK}")
+if(NOT TARGET OBS::obs-frontend-api)
+    add_library(OBS::obs-frontend-api SHARED IMPORTED GLOBAL)
+    set_target_properties(OBS::obs-frontend-api PROPERTIES
+        IMPORTED_IMPLIB "${sdk}/lib/obs-frontend-api.lib"
+        IMPORTED_LOCATION "${sdk}/bin/obs-frontend-api.dll"
+        INTERFACE_INCLUDE_DIRECTORIES "${sdk}/include/obs")
+endif()
+set(obs-frontend-api_FOUND TRUE)

@@ -1,0 +1,58 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+# 64-bit Windows programs in Microsoft's binary interface, with clang and lld: what users' OBS and its Qt are built with.
+#   C++ library       Microsoft's STL headers, msvcp140.dll
+#   C and Windows     Wine's headers, with what they lack in crt/include; the Universal CRT's DLLs
+#   start-up code     mingw-w64's objects (entry point, constructors and destructors, atexit), completed by crt/runtime.cpp
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR AMD64)
+
+set(sdk "$ENV{TARVOLINE_WINDOWS_SDK}")
+if(NOT EXISTS "${sdk}/lib")
+    message(FATAL_ERROR "TARVOLINE_WINDOWS_SDK names no folder with OBS's Windows libraries: call ./dev --windows.")
+endif()
+
+set(CMAKE_C_COMPILER clang)
+set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_C_COMPILER_TARGET x86_64-pc-windows-msvc19.44)
+set(CMAKE_CXX_COMPILER_TARGET ${CMAKE_C_COMPILER_TARGET})
+set(CMAKE_AR llvm-ar)
+set(CMAKE_RC_COMPILER llvm-rc)
+set(CMAKE_MT llvm-mt)
+set(CMAKE_MSVC_RUNTIME_LIBRARY "") # the libraries are named below
+
+execute_process(COMMAND clang -print-resource-dir OUTPUT_VARIABLE clangResources OUTPUT_STRIP_TRAILING_WHITESPACE
+    COMMAND_ERROR_IS_FATAL ANY)
+set(systemHeaders "")
+set(wineHeaders /usr/include/wine/wine)
+foreach(folder IN ITEMS "${CMAKE_CURRENT_LIST_DIR}/crt/include" "${clangResources}/include" "${sdk}/include/stl"
+        ${wineHeaders}/msvcrt ${wineHeaders}/windows)
+    string(APPEND systemHeaders " -isystem \"${folder}\"")
+endforeach()
+# The oldest Windows that Qt 6.8 and OBS 31 run on is 10. The STL's vector algorithms are in its static part alone.
+set(CMAKE_CXX_FLAGS_INIT "-nostdlibinc -fms-extensions -fms-compatibility ${systemHeaders} -include ucrtadditions.h \
+-D_DLL -D_MT -D_UCRT -DWINE_UNICODE_NATIVE -D_USE_STD_VECTOR_ALGORITHMS=0 -D_WIN32_WINNT=0x0A00 -DWINVER=0x0A00")
+set(CMAKE_C_FLAGS_INIT "${CMAKE_CXX_FLAGS_INIT}")
+set(CMAKE_RC_FLAGS_INIT "-I ${wineHeaders}/windows")
+
+set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY) # crt/runtime.cpp, which programs need, is built by the project
+
+set(mingwObjects /usr/x86_64-w64-mingw32/lib)
+file(GLOB gccObjects LIST_DIRECTORIES true /usr/lib/gcc/x86_64-w64-mingw32/*-posix)
+set(CMAKE_CXX_STANDARD_LIBRARIES "${gccObjects}/libgcc.a")
+foreach(library IN ITEMS msvcp140 vcruntime140 vcruntime140_1 mingw32 mingwex ucrt kernel32 user32 advapi32 shell32)
+    string(APPEND CMAKE_CXX_STANDARD_LIBRARIES " -l${library}")
+endforeach()
+set(CMAKE_C_STANDARD_LIBRARIES "${CMAKE_CXX_STANDARD_LIBRARIES}")
+
+# "-lldmingw" is what lld's MinGW driver asks of its linker: mingw-w64's objects need it. The STL's headers and clang name
+# libraries of Microsoft's in the objects; their contents are in the list above.
+set(linkFlags "-Xlinker -lldmingw -Xlinker /nodefaultlib -Xlinker \"/libpath:${sdk}/lib\"")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "${linkFlags} -Xlinker /entry:mainCRTStartup ${mingwObjects}/crt2.o")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${linkFlags} -Xlinker /entry:DllMainCRTStartup ${mingwObjects}/dllcrt2.o")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "${CMAKE_SHARED_LINKER_FLAGS_INIT}")
+
+set(CMAKE_FIND_ROOT_PATH "${sdk}")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
