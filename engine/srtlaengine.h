@@ -68,6 +68,9 @@ protected:
     /// move time.
     [[nodiscard]] virtual qint64 nowMs() const;
 
+    /// The receiver's half of a new group's id: 128 random bytes. Virtual so that tests can have one drawn twice.
+    [[nodiscard]] virtual QByteArray drawReceiverId() const;
+
 private Q_SLOTS:
     void readClientDatagrams();
     void cleanupSessions();

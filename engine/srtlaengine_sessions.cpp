@@ -54,16 +54,22 @@ QByteArray SrtlaEngine::makeGroupId(const QByteArray &senderId) const
 {
     QByteArray id;
     do {
-        id = senderId;
-        id.reserve(groupIdBytes);
-        // One locked call for all draws; of each 32-bit draw the lowest byte counts.
-        std::array<quint32, groupIdBytes - senderIdBytes> draws;
-        QRandomGenerator::global()->fillRange(draws.data(), draws.size());
-        for (const quint32 draw : draws) {
-            id.append(static_cast<char>(draw));
-        }
+        id = senderId + drawReceiverId();
     } while (groups.contains(id));
     return id;
+}
+
+QByteArray SrtlaEngine::drawReceiverId() const
+{
+    // One locked call for all draws; of each 32-bit draw the lowest byte counts.
+    std::array<quint32, groupIdBytes - senderIdBytes> draws;
+    QRandomGenerator::global()->fillRange(draws.data(), draws.size());
+    QByteArray half;
+    half.reserve(draws.size());
+    for (const quint32 draw : draws) {
+        half.append(static_cast<char>(draw));
+    }
+    return half;
 }
 
 void SrtlaEngine::addPath(SrtlaGroup &group, const SrtlaEndpoint &endpoint)
