@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestSrtlaEngineAcks : public QObject
 {
     Q_OBJECT
@@ -12,6 +14,8 @@ private Q_SLOTS:
     void tenDataPacketsMakeOneAckInArrivalOrder();
     void nineDataPacketsMakeNone();
     void batchesArePerLink();
+    void onlyTheLinkThatDeliveredIsAcknowledged();
+    void theAckIsSentBeforeTheTenthPacketIsForwarded();
     void theExtremesOfTheSequenceNumbersAreAcknowledged();
     void duplicatesAreAcknowledgedTwice();
     void controlPacketsAreForwardedAndNotAcknowledged();
@@ -78,6 +82,44 @@ void TestSrtlaEngineAcks::batchesArePerLink()
     deliver(fixture, first, {20, 21, 22, 23, 24});
     QCOMPARE(first.receive(), srtlaAck({0, 2, 4, 6, 8, 20, 21, 22, 23, 24}));
     QVERIFY(fixture.nothingAnswered(second));
+}
+
+void TestSrtlaEngineAcks::onlyTheLinkThatDeliveredIsAcknowledged()
+{
+    EngineFixture fixture;
+    Peer owner; // opened the group, and no link of it
+    Peer first;
+    Peer second;
+    Peer third;
+    const QByteArray id = fixture.openGroup(owner);
+    for (Peer *link : {&first, &second, &third}) {
+        QVERIFY(fixture.join(*link, id));
+    }
+    const QList<quint32> sequences{1, 2, 3, 4, 5, 6, 7, 8, 9};
+    deliver(fixture, second, sequences);
+    // The other links carry packets in between, and each of them was the group's latest.
+    deliver(fixture, third, {100});
+    deliver(fixture, first, {200});
+    deliver(fixture, second, {10});
+    QCOMPARE(second.receive(), srtlaAck(sequences + QList<quint32>{10}));
+    for (Peer *other : {&owner, &first, &third}) {
+        QVERIFY(fixture.nothingAnswered(*other));
+    }
+}
+
+void TestSrtlaEngineAcks::theAckIsSentBeforeTheTenthPacketIsForwarded()
+{
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    deliver(fixture, link, {1, 2, 3, 4, 5, 6, 7, 8, 9});
+    QStringList sent;
+    connect(&fixture.probe.clientSocket(), &QIODevice::bytesWritten, this, [&] { sent.append(u"ACK"_s); });
+    connect(fixture.probe.group(id)->srtSocket.get(), &QIODevice::bytesWritten, this,
+            [&] { sent.append(u"packet"_s); });
+    deliver(fixture, link, {10});
+    QCOMPARE(sent, (QStringList{u"ACK"_s, u"packet"_s}));
 }
 
 void TestSrtlaEngineAcks::theExtremesOfTheSequenceNumbersAreAcknowledged()

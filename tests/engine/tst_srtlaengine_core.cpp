@@ -19,6 +19,7 @@ private Q_SLOTS:
     void aFailedStartCanBeRepeated();
     void aPercentSignInAnErrorTextStaysWhatItIs();
     void startWhileRunningStopsTheOldSessionFirst();
+    void startWhileRunningOntoATakenPortEndsStopped();
     void stopTellsTheTotalsOfTheSession();
     void stopWhenIdleEmitsTheSameThreeSignals();
     void stopDropsGroupsAndIndexes();
@@ -135,6 +136,34 @@ void TestSrtlaEngineCore::startWhileRunningStopsTheOldSessionFirst()
     // The new session serves senders.
     QVERIFY(!fixture.openGroup(link).isEmpty());
     QCOMPARE(fixture.probe.receivedPackets(), 1U);
+}
+
+void TestSrtlaEngineCore::startWhileRunningOntoATakenPortEndsStopped()
+{
+    QUdpSocket holder;
+    QVERIFY2(holder.bind(QHostAddress::AnyIPv4, 0, QUdpSocket::DontShareAddress), qPrintable(holder.errorString()));
+    const quint16 taken = holder.localPort();
+    EngineFixture fixture(EngineFixture::Timers::Running);
+    const quint16 former = fixture.port();
+    Peer link;
+    QVERIFY(fixture.join(link, fixture.openGroup(link)));
+    fixture.record.all.clear();
+
+    QVERIFY(!fixture.engine.start(taken, QHostAddress(QHostAddress::LocalHost), 5002));
+
+    const QString error = fixture.probe.clientSocket().errorString();
+    QCOMPARE(fixture.record.all,
+             (QStringList{u"log GRUPPE | 616263646566 entfernt: Receiver gestoppt"_s, u"running false"_s,
+                          u"status Gestoppt"_s, u"statistics 0 0 0 2 516"_s,
+                          u"status UDP %1 konnte nicht geöffnet werden: %2"_s.arg(QString::number(taken), error),
+                          u"log FEHLER | SRTLA-Port %1: %2"_s.arg(QString::number(taken), error)}));
+    QVERIFY(!fixture.engine.isRunning());
+    QCOMPARE(fixture.probe.listenPort(), 0);
+    QVERIFY(!fixture.probe.cleanupTimer().isActive());
+    QVERIFY(!fixture.probe.statisticsTimer().isActive());
+    // The former port is free again.
+    QUdpSocket next;
+    QVERIFY2(next.bind(QHostAddress::AnyIPv4, former, QUdpSocket::DontShareAddress), qPrintable(next.errorString()));
 }
 
 void TestSrtlaEngineCore::stopTellsTheTotalsOfTheSession()

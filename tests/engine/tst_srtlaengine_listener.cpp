@@ -20,6 +20,7 @@ private Q_SLOTS:
     void cleanup();
     void theListenerAppearsLate();
     void theListenerGoesAndComesBack();
+    void aPortUnreachableIsOneLogLine();
     void repliesBehindAnErrorAreRead();
     void anErrorDuringANotificationDoesNotEndTheReading();
 
@@ -184,6 +185,36 @@ void TestSrtlaEngineListener::theListenerGoesAndComesBack()
     QVERIFY(streamFlows());
     QCOMPARE(socket->socketDescriptor(), descriptor);
     QVERIFY(logsEachErrorOnce());
+}
+
+void TestSrtlaEngineListener::aPortUnreachableIsOneLogLine()
+{
+    QObject scope; // the connection ends with the variables
+    int refusals = 0;
+    QString text;
+    connect(socket, &QAbstractSocket::errorOccurred, &scope, [&](QAbstractSocket::SocketError error) {
+        if (error == QAbstractSocket::ConnectionRefusedError) {
+            ++refusals;
+            text = socket->errorString();
+        }
+    });
+    // The engine's own reading asks first whether there is something to read, and on Linux that question takes the
+    // error off the socket. So read at once what the packet has brought back.
+    const bool refused = QTest::qWaitFor(
+        [&] {
+            char byte = 0;
+            socket->write(srtData(++sequence));
+            socket->readDatagram(&byte, 1);
+            return refusals > 0;
+        },
+        ampleMs);
+    QVERIFY(refused);
+    QCOMPARE(refusals, 1);
+    QCOMPARE(errorLines.count(u"SRT | Gruppe 616263646566: "_s + text), 1);
+    QCOMPARE(errorLines.size(), errors);
+    arrive();
+    QVERIFY(streamFlows());
+    QCOMPARE(socket->socketDescriptor(), descriptor);
 }
 
 void TestSrtlaEngineListener::repliesBehindAnErrorAreRead()

@@ -14,6 +14,7 @@ class TestSrtlaEngineReading : public QObject
 private Q_SLOTS:
     void everythingPendingIsReadInOneCall();
     void aFloodThatNeverEndsLeavesTheThreadItsTurns();
+    void aListenerThatNeverEndsLeavesTheThreadItsTurns();
     void aTurnEndsWhenItsTimeIsOver();
     void datagramsThatComeAloneAreReadAlone();
     void aDatagramOutlivesAnEventLoopInItsHandler();
@@ -54,6 +55,33 @@ void TestSrtlaEngineReading::aFloodThatNeverEndsLeavesTheThreadItsTurns()
     QVERIFY2(fed < patience, "the thread was away until the flood ended");
     // What was left waiting is read without another datagram having to come.
     QTRY_VERIFY_WITH_TIMEOUT(!fixture.probe.clientSocket().hasPendingDatagrams(), ampleMs);
+}
+
+void TestSrtlaEngineReading::aListenerThatNeverEndsLeavesTheThreadItsTurns()
+{
+    constexpr int patience = 100'000; // as above
+    EngineFixture fixture;
+    Peer link;
+    const QByteArray id = fixture.openGroup(link);
+    QVERIFY(fixture.join(link, id));
+    const quint16 srtPort = fixture.carryHandshake(link);
+    QVERIFY(srtPort != 0);
+    bool isOver = false;
+    int fed = 0;
+    // Each reply that goes out to the sender brings the next one.
+    connect(&fixture.probe.clientSocket(), &QIODevice::bytesWritten, this, [&] {
+        if (!isOver && fed < patience) {
+            ++fed;
+            fixture.reply(typed(0x8003, 20), srtPort);
+        }
+    });
+    fixture.reply(typed(0x8003, 20), srtPort);
+    fixture.probe.readSrtDatagrams(id);
+    isOver = true;
+    QVERIFY(fed > 0);
+    QVERIFY2(fed < patience, "the thread was away until the flood ended");
+    const SrtlaEngine::SrtSocket *const socket = fixture.probe.group(id)->srtSocket.get();
+    QTRY_VERIFY_WITH_TIMEOUT(!socket->hasPendingDatagrams(), ampleMs);
 }
 
 void TestSrtlaEngineReading::aTurnEndsWhenItsTimeIsOver()

@@ -117,7 +117,9 @@ void TestSrtlaEngineReturnPath::beforeTheFirstSrtPacketOnlyAcksAreSent()
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
     const quint16 srtPort = fixture.carryHandshake(link);
+    QVERIFY(srtPort != 0);
     // A socket without an SRT packet before it does not come about over the network: take the mark back.
+    QVERIFY(fixture.probe.group(id));
     fixture.probe.group(id)->hasReplyEndpoint = false;
     fixture.reply(datagram, srtPort);
     fixture.reply(typed(0x8002, 44), srtPort);
@@ -133,14 +135,18 @@ void TestSrtlaEngineReturnPath::repliesOfAGroupWithoutLinksAreDiscarded()
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
     const quint16 srtPort = fixture.carryHandshake(link);
+    QVERIFY(srtPort != 0);
     fixture.engine.setMs = 8001;
-    fixture.probe.group(id)->lastActivityMs = 8001; // keeps the group
+    SrtlaGroup *const group = fixture.probe.group(id);
+    QVERIFY(group);
+    group->lastActivityMs = 8001; // keeps the group
     fixture.probe.cleanupSessions();
-    QVERIFY(fixture.probe.group(id)->paths.isEmpty());
+    QCOMPARE(fixture.probe.group(id), group);
+    QVERIFY(group->paths.isEmpty());
 
     fixture.reply(typed(0x8002, 44), srtPort);
     fixture.reply(typed(0x8003, 20), srtPort);
-    QTRY_VERIFY_WITH_TIMEOUT(!fixture.probe.group(id)->srtSocket->hasPendingDatagrams(), ampleMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!group->srtSocket->hasPendingDatagrams(), ampleMs);
     QVERIFY(fixture.nothingAnswered(link));
     // They were read and dropped, not kept for a link that comes later.
     QVERIFY(fixture.join(late, id));
@@ -160,6 +166,7 @@ void TestSrtlaEngineReturnPath::repliesStillGoToALinkThatTimedOut()
     fixture.engine.setMs = 8001;
     QCOMPARE(fixture.ask(alive, typed(0x9000, 2)), typed(0x9000, 2));
     fixture.probe.cleanupSessions();
+    QVERIFY(fixture.probe.group(id));
     QCOMPARE(fixture.probe.group(id)->paths.size(), 1);
 
     fixture.reply(typed(0x8003, 20), srtPort);
@@ -182,6 +189,7 @@ void TestSrtlaEngineReturnPath::repliesAreCountedNowhere()
     QCOMPARE(link.receive(), typed(0x8002, 44));
     QCOMPARE(fixture.probe.receivedPackets(), packets);
     QCOMPARE(fixture.probe.receivedBytes(), bytes);
+    QVERIFY(fixture.probe.path(id, link.endpoint()));
     QCOMPARE(fixture.probe.path(id, link.endpoint())->packets, 1U);
 }
 
@@ -226,8 +234,10 @@ void TestSrtlaEngineReturnPath::anErrorLeavesTheGroupWorkingOnTheSameSocket()
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
     const quint16 srtPort = fixture.carryHandshake(link);
+    QVERIFY(srtPort != 0);
     SrtlaEngine::SrtSocket *const socket = fixture.probe.group(id)->srtSocket.get();
     Q_EMIT socket->errorOccurred(QAbstractSocket::ConnectionRefusedError);
+    QVERIFY(fixture.probe.group(id));
     QCOMPARE(fixture.probe.group(id)->srtSocket.get(), socket);
     QCOMPARE(fixture.carryHandshake(link), srtPort);
     fixture.reply(typed(0x8001, 16), srtPort);
