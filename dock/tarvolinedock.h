@@ -2,14 +2,13 @@
 #pragma once
 
 #include "srtlaengine.h"
+#include "vendorclient.h"
 
 #include <QJsonObject>
 #include <QPointer>
 #include <QSettings>
 #include <QString>
 #include <QWidget>
-
-#include <functional>
 
 class QCheckBox;
 class QFormLayout;
@@ -23,10 +22,6 @@ class QTextEdit;
 class QVBoxLayout;
 struct UpdateDecision;
 struct UpdateOffer;
-
-/// Receives the answer to a JSON request: the reply object and the HTTP status (0 when there was no response). After a
-/// failure the object holds "ok" = false and a German "message".
-using JsonReplyCallback = std::function<void(const QJsonObject &reply, int httpStatus)>;
 
 /// The panel in the OBS main window: shows and controls the one receiver, keeps its settings and the OBS media source
 /// that plays the received stream.

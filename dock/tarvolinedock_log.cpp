@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What the panel shows of the receiver's state, and the signal file for other programs.
+#include "statisticsfile.h"
 #include "tarvolinedock.h"
 
 #include <QDateTime>
-#include <QDir>
-#include <QJsonDocument>
 #include <QLabel>
 #include <QPushButton>
-#include <QSaveFile>
-#include <QStandardPaths>
 #include <QTextEdit>
 
 using namespace Qt::StringLiterals;
@@ -83,28 +80,6 @@ void TarvolineDock::showStartError(const QString &text)
 void TarvolineDock::updateStatistics(int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes)
 {
     lastPacketCount = packets;
-
-    const QString appData = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
-    const QString tempDir = QDir(QDir::tempPath()).filePath(u"Tarvoline"_s);
-    QDir().mkpath(appData);
-    QDir().mkpath(tempDir);
-
-    QJsonObject signal;
-    signal.insert("product"_L1, u"tarvoline-srtla"_s);
-    signal.insert("source"_L1, u"Tarvoline SRTLA"_s);
-    signal.insert("timestamp_ms"_L1, static_cast<double>(QDateTime::currentMSecsSinceEpoch()));
-    signal.insert("packets"_L1, static_cast<double>(packets));
-    signal.insert("bytes_total"_L1, static_cast<double>(bytes));
-    signal.insert("groups"_L1, groups);
-    signal.insert("paths"_L1, paths);
-    signal.insert("bitrate_mbps"_L1, megabitsPerSecond);
-    const QByteArray json = QJsonDocument(signal).toJson(QJsonDocument::Compact);
-
-    for (const QString &directory : {tempDir, appData}) {
-        QSaveFile file(QDir(directory).filePath(u"tarvoline-srtla-signal.json"_s));
-        if (file.open(QIODevice::WriteOnly)) {
-            file.write(json);
-            file.commit();
-        }
-    }
+    const ReceiverStatistics statistics{groups, paths, megabitsPerSecond, packets, bytes};
+    writeStatisticsFile(statisticsJson(statistics, QDateTime::currentMSecsSinceEpoch()));
 }

@@ -6,6 +6,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 void TarvolineDock::queryPublicIp()
@@ -19,6 +21,11 @@ void TarvolineDock::queryPublicIp()
     ipHintLabel->setText(tr("Öffentliche IP wird ermittelt …"));
     postJson(u"/api/network_probe.php"_s, {{u"action"_s, u"ip"_s}},
              [this](const QJsonObject &reply, int httpStatus) { handlePublicIpReply(reply, httpStatus); });
+}
+
+void TarvolineDock::postJson(const QString &path, const QJsonObject &request, JsonReplyCallback callback)
+{
+    postToVendor(this, path, request, std::move(callback));
 }
 
 void TarvolineDock::handlePublicIpReply(const QJsonObject &reply, int httpStatus)

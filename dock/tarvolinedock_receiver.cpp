@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What the user's buttons do to the receiver, and the addresses under which it is reached.
 #include "accessiblenames.h"
+#include "connectionaddresses.h"
 #include "docksettings.h"
 #include "tarvolinedock.h"
 
@@ -12,8 +13,6 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
-
-using namespace Qt::StringLiterals;
 
 // Nothing may follow a message box in these functions: its event loop runs everything, also the dock's destruction.
 void TarvolineDock::startReceiver()
@@ -45,17 +44,9 @@ void TarvolineDock::stopReceiver()
 
 void TarvolineDock::updateUrls()
 {
-    QString host = publicHostEdit->text().trimmed();
-    if (host.isEmpty()) {
-        host = tr("ÖFFENTLICHE-IP-EINTRAGEN");
-    }
-    moblinAddressEdit->setText(u"srtla://%1:%2/%3"_s.arg(host, listenPortEdit->text(), streamIdEdit->text()));
-
-    QString obsUrl = u"srt://127.0.0.1:%1?mode=listener&latency=2000&lossmaxttl=40"_s.arg(targetPortEdit->text());
-    if (!passwordEdit->text().isEmpty()) {
-        obsUrl += u"&passphrase=%1"_s.arg(passwordEdit->text());
-    }
-    obsAddressEdit->setText(obsUrl);
+    moblinAddressEdit->setText(
+        ConnectionAddresses::ofSenderApp(publicHostEdit->text(), listenPortEdit->text(), streamIdEdit->text()));
+    obsAddressEdit->setText(ConnectionAddresses::ofMediaSource(targetPortEdit->text(), passwordEdit->text()));
     // From their beginning: an edit shows the end of what it is given, here the passphrase, for every viewer to read.
     moblinAddressEdit->setCursorPosition(0);
     obsAddressEdit->setCursorPosition(0);

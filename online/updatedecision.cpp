@@ -1,20 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "updatedecision.h"
 
+#include "paneltexts.h"
 #include "updatemanifest.h"
 #include "updaterules.h"
-
-#include <QCoreApplication>
 
 namespace {
 
 constexpr qsizetype shownNotesLength = 1000;
-
-/// The panel's texts, in the translation context of its class.
-struct PanelTexts
-{
-    Q_DECLARE_TR_FUNCTIONS(TarvolineDock)
-};
 
 UpdateDecision decideNewerVersion(const UpdateManifest &manifest, const QString &installed)
 {

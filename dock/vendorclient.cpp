@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Requests to the vendor's JSON service.
-#include "tarvolinedock.h"
+#include "vendorclient.h"
 
 #include "buildspec.h"
 #include "httpsjson.h"
@@ -16,7 +15,7 @@ namespace {
 /// One request; belongs to the task that runs it.
 struct JsonPostJob
 {
-    QPointer<TarvolineDock> receiver;
+    QPointer<QObject> receiver;
     QString url;
     QByteArray body;
     JsonReplyCallback callback;
@@ -25,17 +24,17 @@ struct JsonPostJob
 /// What the task hands back to the main thread.
 struct JsonPostResult
 {
-    QPointer<TarvolineDock> receiver;
+    QPointer<QObject> receiver;
     QJsonObject reply;
     int httpStatus = 0;
     JsonReplyCallback callback;
 };
 
-/// Last step on the worker: has the callback run on the main thread, if there still is a dock.
+/// Last step on the worker: has the callback run on the main thread, if there still is a receiver.
 void deliver(const JsonPostJob &job, const HttpsJsonReply &reply)
 {
-    // Queued to the application, which lives in the dock's thread and waits for this pool before it goes: the dock
-    // itself could be destroyed between a look at the guarded pointer and the posting.
+    // Queued to the application, which lives in the receiver's thread and waits for this pool before it goes: the
+    // receiver itself could be destroyed between a look at the guarded pointer and the posting.
     QCoreApplication *const application = QCoreApplication::instance();
     if (!job.receiver || !application) {
         return;
@@ -53,10 +52,11 @@ void deliver(const JsonPostJob &job, const HttpsJsonReply &reply)
 
 } // namespace
 
-void TarvolineDock::postJson(const QString &path, const QJsonObject &request, JsonReplyCallback callback)
+void postToVendor(const QPointer<QObject> &receiver, const QString &path, const QJsonObject &request,
+                  JsonReplyCallback callback)
 {
     JsonPostJob job;
-    job.receiver = this;
+    job.receiver = receiver;
     job.url = QString::fromUtf8(serviceBaseUrl) + path;
     job.body = QJsonDocument(request).toJson(QJsonDocument::Compact);
     job.callback = std::move(callback);
