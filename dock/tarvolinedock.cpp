@@ -2,6 +2,7 @@
 // The dock's life and death.
 #include "tarvolinedock.h"
 
+#include "closewatch.h"
 #include "docksettings.h"
 
 #include <QCheckBox>
@@ -9,6 +10,7 @@
 #include <QTimer>
 
 #include <chrono>
+#include <memory>
 
 using namespace std::chrono_literals;
 
@@ -54,11 +56,20 @@ void TarvolineDock::connectEngine()
 
 void TarvolineDock::scheduleAutomaticStart()
 {
+    // Who closes OBS within the first second gets no new source and no warning about a scene that is gone.
+    const auto watch = std::make_shared<CloseWatch>(this);
+    const auto unlessObsQuits = [this, watch](void (TarvolineDock::*start)()) {
+        return [this, watch, start] {
+            if (!unloading && !watch->isClosed()) {
+                (this->*start)();
+            }
+        };
+    };
     if (autoSourceCheck->isChecked()) {
-        QTimer::singleShot(sourceRepairDelay, this, &TarvolineDock::createOrRepairSource);
+        QTimer::singleShot(sourceRepairDelay, this, unlessObsQuits(&TarvolineDock::createOrRepairSource));
     }
     if (autoStartCheck->isChecked()) {
-        QTimer::singleShot(receiverStartDelay, this, &TarvolineDock::startReceiver);
+        QTimer::singleShot(receiverStartDelay, this, unlessObsQuits(&TarvolineDock::startReceiver));
     }
 }
 
