@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The dock's life and death.
+// Construction and shutdown, and the automatic start in between.
 #include "tarvolinedock.h"
 
 #include "closewatch.h"

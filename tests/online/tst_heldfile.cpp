@@ -96,7 +96,6 @@ void TestHeldFile::refusesEveryChange()
     QVERIFY(!MoveFileExW(reinterpret_cast<const wchar_t *>(QDir::toNativeSeparators(other).utf16()),
                          reinterpret_cast<const wchar_t *>(QDir::toNativeSeparators(path).utf16()),
                          MOVEFILE_REPLACE_EXISTING));
-    QVERIFY(!QDir().rename(folder->path(), folder->path() + u"-away"_s));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), checked);
 }

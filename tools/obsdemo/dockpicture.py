@@ -11,7 +11,7 @@ import sys
 import tempfile
 
 _PROJECT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(_PROJECT / "tests" / "support"))
+sys.path.insert(0, str(_PROJECT / "testkit"))
 
 import obs  # noqa: E402
 from obs.docklayout import dock_at_the_right  # noqa: E402
