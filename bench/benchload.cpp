@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Sends the same load through three kinds of relay and tells what each costs.
-//   benchload [--json FILE] [--rounds N]
+//   benchload [--json FILE] [--rounds N] [--compare RELAY_ENGINE]
+// RELAY_ENGINE is the absolute path of another build's relay_engine, which takes turns with the rest.
 
 #include "load.h"
 #include "relayprocess.h"
@@ -31,7 +32,7 @@ struct Contestant
     std::vector<double> usPerDatagram{}; ///< of each round
     LoadResult total{};
 
-    [[nodiscard]] bool isEngine() const { return std::strcmp(program, "relay_engine") == 0; }
+    [[nodiscard]] bool isEngine() const { return std::strncmp(key, "engine", std::strlen("engine")) == 0; }
 };
 
 struct Spread
@@ -181,15 +182,18 @@ void printTable(const std::vector<Contestant> &contestants, const std::string &m
 int main(int argc, char **argv)
 {
     const char *json = nullptr;
+    const char *compared = nullptr;
     int rounds = 21;
     constexpr int maxAttempts = 10;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--json") == 0 && i + 1 < argc) {
             json = argv[++i];
+        } else if (std::strcmp(argv[i], "--compare") == 0 && i + 1 < argc) {
+            compared = argv[++i];
         } else if (std::strcmp(argv[i], "--rounds") == 0 && i + 1 < argc && std::atoi(argv[i + 1]) > 0) {
             rounds = std::atoi(argv[++i]);
         } else {
-            std::fprintf(stderr, "usage: bench [--json FILE] [--rounds N]\n");
+            std::fprintf(stderr, "usage: bench [--json FILE] [--rounds N] [--compare RELAY_ENGINE]\n");
             return 2;
         }
     }
@@ -205,6 +209,9 @@ int main(int argc, char **argv)
     contestants.push_back({"engine_1x3", "engine, 1 group x 3 links", "relay_engine", 1, 3});
     contestants.push_back({"engine_100x4", "engine, 100 groups x 4 links", "relay_engine", 100, 4});
     contestants.push_back({"engine_10000", "engine, 2500 groups x 4 links", "relay_engine", 2500, 4});
+    if (compared != nullptr) {
+        contestants.push_back({"engine_compared", "the other engine, 1 group x 3", compared, 1, 3});
+    }
     const LoadShape shape;
     for (Contestant &contestant : contestants) {
         contestant.load = std::make_unique<Load>(contestant.groups, contestant.linksPerGroup);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // The plug-in's dock with its engine in a host that measures stalls of its UI thread. Usage: floodhost
-// LISTEN-PORT TARGET-PORT. Writes a line of JSON a second, until it is killed.
+// LISTEN-PORT TARGET-PORT [ERROR-LINES]. Its engine tells so many errors of a group's socket a second (at most 1000),
+// each in a turn of the event loop of its own, as a system does that reports every datagram to a closed port. Writes a
+// line of JSON a second, until it is killed.
 #include "testkit/dockprobe.h"
 #include "testkit/obsdouble.h"
 #include "testkit/settingsstore.h"
@@ -88,8 +90,8 @@ int main(int argc, char **argv)
     constexpr int exitUsage = 2;
     const QApplication application(argc, argv);
     const QStringList words = QCoreApplication::arguments();
-    if (words.size() != 3) {
-        std::fputs("usage: floodhost LISTEN-PORT TARGET-PORT\n", stderr);
+    if (words.size() != 3 && words.size() != 4) {
+        std::fputs("usage: floodhost LISTEN-PORT TARGET-PORT [ERROR-LINES]\n", stderr);
         return exitUsage;
     }
     ObsDouble::reset();
@@ -107,5 +109,14 @@ int main(int argc, char **argv)
                          std::fflush(stdout);
                      });
     startOpened(dock, words[1], words[2]);
+    QTimer errors;
+    if (const int lines = words.value(3).toInt(); lines > 0) {
+        constexpr int msPerSecond = 1000;
+        errors.setTimerType(Qt::PreciseTimer);
+        errors.callOnTimeout([&dock] {
+            Q_EMIT DockProbe(dock).engine().logMessage(u"SRT | Gruppe 3fa07c1d22e9: Connection refused"_s);
+        });
+        errors.start(msPerSecond / lines);
+    }
     return QApplication::exec();
 }

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Floods a port of loopback with datagrams that no receiver has asked for:
-// flood PORT (garbage|reg1|reg2|oversized) SIZE RATE SOURCES SECONDS
-// SIZE is that of garbage and oversized datagrams; SOURCES is from how many ports they come. Loopback alone: it is made
-// for trying out the receiver beside it. Writes how many went out as a line of JSON.
+// flood PORT (garbage|reg1|reg2|oversized|newcomers|groups) SIZE RATE SOURCES SECONDS
+// SIZE is that of garbage and oversized datagrams; SOURCES is from how many ports they come. newcomers: each REG1 comes
+// from an address of its own in 127.0.0.0/8. groups: SOURCES addresses register a group each, RATE of them a second,
+// carry one packet of 16 bytes, and send a keepalive every 5 s. Loopback alone: it is made for trying out the receiver
+// beside it. Writes how many went out as a line of JSON.
+#include "floodaddresses.h"
+
 #include <arpa/inet.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -105,22 +109,38 @@ int sendBatch(int source, sockaddr_in &to, std::array<Datagram, batchSize> &data
     return std::max(0, sendmmsg(source, messages.data(), count, 0));
 }
 
+void printSent(std::uint64_t sent, std::chrono::duration<double> took)
+{
+    std::printf(R"({"event":"flooded","sent":%llu,"perSecond":%.0f})"
+                "\n",
+                static_cast<unsigned long long>(sent), static_cast<double>(sent) / took.count());
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     if (argc != 7) {
-        std::fputs("usage: flood PORT garbage|reg1|reg2|oversized SIZE RATE SOURCES SECONDS\n", stderr);
+        std::fputs("usage: flood PORT garbage|reg1|reg2|oversized|newcomers|groups SIZE RATE SOURCES SECONDS\n",
+                   stderr);
         return exitUsage;
     }
     sockaddr_in to{};
     to.sin_family = AF_INET;
     to.sin_port = htons(static_cast<std::uint16_t>(std::stoi(argv[1])));
     to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    Maker maker(argv[2], std::stoul(argv[3]));
     const double rate = std::stod(argv[4]);
-    const std::vector<int> sources = openSources(std::stoi(argv[5]));
     const std::chrono::duration<double> length(std::stod(argv[6]));
+    const std::string kind = argv[2];
+    if (kind == "newcomers" || kind == "groups") {
+        AddressFlood flood(to);
+        printSent(kind == "groups" ? flood.holdGroups(std::stoul(argv[5]), rate, length)
+                                   : flood.sendReg1s(rate, length),
+                  length);
+        return 0;
+    }
+    Maker maker(kind, std::stoul(argv[3]));
+    const std::vector<int> sources = openSources(std::stoi(argv[5]));
     // Few sources send in batches; of many, each sends one datagram in its turn.
     const unsigned batch = sources.size() > batchSize ? 1 : batchSize;
 
@@ -137,9 +157,6 @@ int main(int argc, char **argv)
         sent += static_cast<std::uint64_t>(sendBatch(sources[turn], to, datagrams, batch));
         tried += batch;
     }
-    const std::chrono::duration<double> took = Clock::now() - start;
-    std::printf(R"({"event":"flooded","sent":%llu,"perSecond":%.0f})"
-                "\n",
-                static_cast<unsigned long long>(sent), static_cast<double>(sent) / took.count());
+    printSent(sent, Clock::now() - start);
     return 0;
 }

@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Registrations by the thousand beside a stream: it arrives whole, and they are gone when they have timed out."""
 
+import pathlib
 import random
+import resource
 import subprocess
 
 from case import BUILD, RoadCase, main
@@ -30,6 +32,27 @@ class FloodTest(RoadCase):
         self.assertEqual(caller.exit_code(), 0, caller.tail())
         self.assertEqual((self.folder / "received" / "stream").read_bytes(), sent.read_bytes())
         self.assertEqual([line for line in engine.log() if "Weg" in line and "entfernt" in line], [])
+
+    def test_groups_leave_descriptors(self):
+        """However many groups carry packets, a quarter of a low limit of descriptors stays free, and the stream flows."""
+        limit = 200
+        sent = self.folder / "sent"
+        sent.write_bytes(random.Random(1).randbytes(1_500_000))
+        listener = self.listener()
+        engine = self.engine(listener.port)
+        resource.prlimit(engine.pid, resource.RLIMIT_NOFILE, (limit, limit))
+        bond = self.bond(engine, LINKS)
+        caller = self.caller(bond, sent, megabits_per_second=2.0, latency_ms=4000)
+        caller.wait_for(lambda line: line["event"] == "connected", "the caller is connected")
+        # Port, kind, size, registrations a second, groups, seconds.
+        subprocess.run([FLOOD, *map(str, (engine.port, "groups", 0, 200, 250, 3))], check=True, capture_output=True)
+        engine.wait_for(lambda line: "zu viele offene Dateien" in line.get("line", ""), "a group gets no socket")
+        self.assertLessEqual(len(list(pathlib.Path(f"/proc/{engine.pid}/fd").iterdir())), limit - limit // 4)
+        self.assertEqual(listener.exit_code(), 0, listener.tail())
+        self.assertEqual(caller.exit_code(), 0, caller.tail())
+        self.assertEqual((self.folder / "received" / "stream").read_bytes(), sent.read_bytes())
+        refused = [line for line in engine.log() if "zu viele offene Dateien" in line]
+        self.assertEqual(len(refused), len(set(refused)))  # one line a group
 
     def test_what_no_receiver_wants(self):
         """Garbage, unknown groups and datagrams that are too long are counted, and nothing else."""
