@@ -98,7 +98,7 @@ private:
     void scheduleAutomaticStart();
     /// Counts a log line; after many in one turn of the event loop the view is laid out once, at the turn's end.
     void noteLogLine();
-    void endLogTurn();
+    void endLogBurst();
     void showRunning(bool running);
     /// Moves the keyboard focus from one widget to another, if the first one has it. Qt would pass the focus of a
     /// widget that is disabled to the next one in line, where keys that the user goes on pressing do something else.
@@ -148,7 +148,7 @@ private:
     QLabel *ipHintLabel = nullptr;
     QLabel *versionLabel = nullptr;
     QTextEdit *logView = nullptr;
-    int logLinesThisTurn = 0;
+    int logLinesOfBurst = 0;
 
     // The update machinery is switched off as long as nobody gives the dock a network manager and the two buttons.
     QPushButton *updateCheckButton = nullptr;

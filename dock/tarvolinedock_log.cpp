@@ -7,6 +7,9 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QTextEdit>
+#include <QTimer>
+
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 
@@ -14,9 +17,10 @@ namespace {
 
 constexpr qsizetype keptLogLines = 5;
 
-// What a user or a sender does makes a few lines at a time. More come when somebody floods the port, and laying out the
-// text takes most of a line's time.
+// Ordinary events make a few lines at a time. A flood, or a system that reports every datagram to a closed port, makes
+// thousands a second, and laying out the text takes most of a line's time.
 constexpr int logLinesLaidOutAtOnce = 10;
+constexpr std::chrono::milliseconds logBurstInterval(100);
 
 } // namespace
 
@@ -34,21 +38,23 @@ void TarvolineDock::appendLog(const QString &line)
 
 void TarvolineDock::noteLogLine()
 {
-    ++logLinesThisTurn;
-    if (logLinesThisTurn == 1) {
-        // Comes before the next repaint, for which alone the layout is needed.
-        QMetaObject::invokeMethod(this, &TarvolineDock::endLogTurn, Qt::QueuedConnection);
-    } else if (logLinesThisTurn > logLinesLaidOutAtOnce) {
+    ++logLinesOfBurst;
+    if (logLinesOfBurst == 1) {
+        QTimer::singleShot(logBurstInterval, this, &TarvolineDock::endLogBurst);
+    } else if (logLinesOfBurst > logLinesLaidOutAtOnce) {
+        // The view goes on showing what it shows; without a layout it must not be painted.
+        logView->setUpdatesEnabled(false);
         logView->document()->setLayoutEnabled(false);
     }
 }
 
-void TarvolineDock::endLogTurn()
+void TarvolineDock::endLogBurst()
 {
-    logLinesThisTurn = 0;
+    logLinesOfBurst = 0;
     if (!logView->document()->isLayoutEnabled()) {
         logView->document()->setLayoutEnabled(true);
         logView->moveCursor(QTextCursor::End);
+        logView->setUpdatesEnabled(true);
     }
 }
 
