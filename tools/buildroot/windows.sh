@@ -75,15 +75,17 @@ ensureWinePrefix() {
     ) 9>"$rootsHome/windows-wine.lock" || exit 1
 }
 
-# The installer's compiler, a Windows program that comes as an npm package.
+# The installer's compiler.
 ensureInnoSetup() {
-    local sha512=4329f0ed78efed937f6de06f4bb2adf902f9d10fd96dfedc2431d99b19b035bc
-    sha512+=6a819116099fb9b60802ea7685e228fff4fa917e9bc33f579c64b170bacbba2f
     (
         flock 9
         [ -e "$TARVOLINE_INNO_SETUP/bin/ISCC.exe" ] && exit 0
         say "Fetching Inno Setup …"
-        fetchNpmPackage innosetup-compiler 6.3.1 "$sha512" "$TARVOLINE_INNO_SETUP"
+        cp -L /etc/resolv.conf "$rootsHome/windows/etc/resolv.conf"
+        # A network that inspects TLS has its authority in this machine's store, not in the root's.
+        authorities=$cacheHome/authorities.pem
+        cp -L /etc/ssl/certs/ca-certificates.crt "$authorities" 2>/dev/null || true
+        enter windows env NODE_EXTRA_CA_CERTS="$authorities" tools/buildroot/fetch-innosetup "$TARVOLINE_INNO_SETUP"
     ) 9>"$rootsHome/windows-inno.lock" || exit 1
 }
 
