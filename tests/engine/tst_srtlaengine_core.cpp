@@ -120,6 +120,8 @@ void TestSrtlaEngineCore::startWhileRunningStopsTheOldSessionFirst()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
+    const QElapsedTimer formerClock = fixture.probe.clock();
+    QTRY_VERIFY_WITH_TIMEOUT(formerClock.elapsed() > 0, ampleMs);
     fixture.record.all.clear();
 
     const quint16 port = fixture.port();
@@ -133,6 +135,7 @@ void TestSrtlaEngineCore::startWhileRunningStopsTheOldSessionFirst()
     QCOMPARE(fixture.probe.receivedPackets(), 0U);
     QCOMPARE(fixture.probe.receivedBytes(), 0U);
     QVERIFY(fixture.probe.groups().isEmpty());
+    QVERIFY(formerClock < fixture.probe.clock()); // started later
     // The new session serves senders.
     QVERIFY(!fixture.openGroup(link).isEmpty());
     QCOMPARE(fixture.probe.receivedPackets(), 1U);
