@@ -9,12 +9,11 @@
 #include <QElapsedTimer>
 #include <QHash>
 #include <QHostAddress>
+#include <QList>
 #include <QObject>
 #include <QSharedPointer>
 #include <QTimer>
 #include <QUdpSocket>
-
-#include <functional>
 
 struct SrtlaGroup;
 struct SrtlaPath;
@@ -114,9 +113,9 @@ private:
     void removeAllGroups(const QString &reason);
     /// Without a signal or a log line.
     void dropAllGroups();
-    /// Both return false when \a isTimeOver, asked before each removal, ended the work early.
-    bool removeSilentPaths(qint64 now, const std::function<bool()> &isTimeOver);
-    bool removeSilentGroups(qint64 now, const std::function<bool()> &isTimeOver);
+    /// False when the turn's time was over before all were removed.
+    bool removeSilentPaths(qint64 now);
+    void removeExpiredGroups();
 
     QUdpSocket clientSocket;
     QHostAddress targetAddress;
@@ -141,6 +140,8 @@ private:
     /// The groups' ids by their senders' halves, so that a REG1 need not look at every group. A sender has one; for a
     /// moment two, when a slot that hears of the first one's end runs an event loop in which the sender comes again.
     QMultiHash<QByteArray, QByteArray> sessionIndex;
+    /// Ids of groups that have timed out and wait for their removal.
+    QList<QByteArray> expiredGroups;
     SocketReserve socketReserve;
     SpareBuffer spareBuffer;
     ArrivalRhythm arrivalRhythm; ///< of the senders' datagrams

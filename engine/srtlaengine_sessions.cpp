@@ -153,6 +153,7 @@ void SrtlaEngine::dropAllGroups()
         }
     }
     recentGroup.reset();
+    expiredGroups.clear();
     groups.clear();
     pathIndex.clear();
     senderIndex.clear();
@@ -161,13 +162,36 @@ void SrtlaEngine::dropAllGroups()
 
 void SrtlaEngine::cleanupSessions()
 {
-    const qint64 now = nowMs();
-    TurnLimit limit;
-    const auto isTimeOver = [this, &limit] { return limit.isOver([this] { return nowMs(); }); };
-    // Anew for the groups: a slot may have started another session, whose clock begins at 0.
-    if (!removeSilentPaths(now, isTimeOver) || !removeSilentGroups(nowMs(), isTimeOver)) {
+    if (!removeSilentPaths(nowMs())) {
         // The rest in the event loop's next turn: each removal is told, and a flood leaves thousands.
         QMetaObject::invokeMethod(this, &SrtlaEngine::cleanupSessions, Qt::QueuedConnection);
+        return;
+    }
+    if (!expiredGroups.isEmpty()) {
+        return; // the last tick's are still being removed
+    }
+    const qint64 now = nowMs(); // anew: a slot may have started another session, whose clock begins at 0
+    for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
+        if (group->paths.isEmpty() && isStale(group->lastActivityMs, now)) {
+            expiredGroups.append(group->id);
+        }
+    }
+    removeExpiredGroups();
+}
+
+void SrtlaEngine::removeExpiredGroups()
+{
+    TurnLimit limit;
+    while (!expiredGroups.isEmpty()) {
+        if (limit.isOver([this] { return nowMs(); })) {
+            QMetaObject::invokeMethod(this, &SrtlaEngine::removeExpiredGroups, Qt::QueuedConnection);
+            return;
+        }
+        // In an earlier turn's list a group may have got a link since.
+        const QSharedPointer<SrtlaGroup> group = findGroup(expiredGroups.takeFirst());
+        if (group && group->paths.isEmpty() && isStale(group->lastActivityMs, nowMs())) {
+            removeGroup(group->id, SrtlaTexts::reasonTimeout());
+        }
     }
     squeezeIfSparse(groups);
     squeezeIfSparse(pathIndex);
@@ -175,8 +199,9 @@ void SrtlaEngine::cleanupSessions()
     squeezeIfSparse(sessionIndex);
 }
 
-bool SrtlaEngine::removeSilentPaths(qint64 now, const std::function<bool()> &isTimeOver)
+bool SrtlaEngine::removeSilentPaths(qint64 now)
 {
+    TurnLimit limit;
     // A copy shares the table's contents; it costs something only if a slot changes the table during the walk.
     const auto walked = groups;
     for (const QSharedPointer<SrtlaGroup> &group : walked) {
@@ -190,29 +215,12 @@ bool SrtlaEngine::removeSilentPaths(qint64 now, const std::function<bool()> &isT
             if (group->removed) {
                 break; // by a slot; its links may have joined another group since
             }
-            if (isTimeOver()) {
+            if (limit.isOver([this] { return nowMs(); })) {
                 return false;
             }
             removePath(*group, endpoint);
             Q_EMIT logMessage(SrtlaTexts::pathTimedOut(endpoint.address, endpoint.port));
         }
-    }
-    return true;
-}
-
-bool SrtlaEngine::removeSilentGroups(qint64 now, const std::function<bool()> &isTimeOver)
-{
-    QList<QByteArray> expiredGroups;
-    for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
-        if (group->paths.isEmpty() && isStale(group->lastActivityMs, now)) {
-            expiredGroups.append(group->id);
-        }
-    }
-    for (const QByteArray &groupId : std::as_const(expiredGroups)) {
-        if (isTimeOver()) {
-            return false;
-        }
-        removeGroup(groupId, SrtlaTexts::reasonTimeout());
     }
     return true;
 }
