@@ -3,6 +3,7 @@
 #include "accessiblenames.h"
 #include "docksettings.h"
 #include "panelparts.h"
+#include "panelwidgets.h"
 #include "tarvolinedock.h"
 
 #include <QBoxLayout>
@@ -34,6 +35,8 @@ constexpr int showButtonWidth = 74;
 constexpr int copyButtonWidth = 78;
 constexpr int logHeight = 62;
 
+const auto widestPort = QStringLiteral("00000");
+
 QHBoxLayout *rowLayout(QWidget *row)
 {
     auto *layout = new QHBoxLayout(row);
@@ -42,13 +45,19 @@ QHBoxLayout *rowLayout(QWidget *row)
     return layout;
 }
 
-QPushButton *buttonOfWidth(const QString &text, int maximumWidth)
+// OBS's themes pad buttons so widely that not all words would have room in a narrow panel.
+QPushButton *narrowButton(const QString &text)
 {
     auto *button = new QPushButton(text);
-    button->setMaximumWidth(maximumWidth);
-    // OBS's themes pad buttons so widely that the words would be cut off at these widths.
     // Only the button's: a style sheet without a selector goes for its tooltip, too.
     button->setStyleSheet(QStringLiteral("QPushButton { padding-left: 0; padding-right: 0; }"));
+    return button;
+}
+
+QPushButton *buttonOfWidth(const QString &text, int maximumWidth)
+{
+    QPushButton *button = narrowButton(text);
+    button->setMaximumWidth(maximumWidth);
     return button;
 }
 
@@ -131,6 +140,7 @@ void TarvolineDock::buildSettingsGroup(QVBoxLayout *column, PanelParts &parts)
     form->setHorizontalSpacing(settingsHorizontalSpacing);
     form->setVerticalSpacing(formVerticalSpacing);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    form->setRowWrapPolicy(QFormLayout::WrapLongRows);
 
     addPortRows(form);
     addHostRows(form);
@@ -146,11 +156,11 @@ void TarvolineDock::addPortRows(QFormLayout *form)
     QHBoxLayout *layout = rowLayout(row);
     auto *listenLabel = new QLabel(tr("SRTLA"));
     layout->addWidget(listenLabel);
-    listenPortEdit = new QLineEdit(QString::number(DockSettings::defaultListenPort));
+    listenPortEdit = new SampledEdit(widestPort, QString::number(DockSettings::defaultListenPort));
     layout->addWidget(listenPortEdit);
     auto *targetLabel = new QLabel(tr("OBS"));
     layout->addWidget(targetLabel);
-    targetPortEdit = new QLineEdit(QString::number(DockSettings::defaultTargetPort));
+    targetPortEdit = new SampledEdit(widestPort, QString::number(DockSettings::defaultTargetPort));
     layout->addWidget(targetPortEdit);
     const QString rowLabel = tr("Ports:");
     AccessibleNames::addRow(form, rowLabel, row, listenPortEdit);
@@ -173,9 +183,7 @@ void TarvolineDock::addHostRows(QFormLayout *form)
     layout->addWidget(queryIpButton);
     AccessibleNames::addRow(form, tr("IP / Domain:"), row, publicHostEdit);
 
-    ipHintLabel = new QLabel(tr("Öffentliche IP kann automatisch ermittelt oder manuell eingetragen werden."));
-    ipHintLabel->setWordWrap(true);
-    ipHintLabel->setTextFormat(Qt::PlainText); // a service's message is words, whatever it looks like
+    ipHintLabel = new WrappingLabel(tr("Öffentliche IP kann automatisch ermittelt oder manuell eingetragen werden."));
     form->addRow(QString(), ipHintLabel);
 }
 
@@ -183,9 +191,10 @@ void TarvolineDock::addPasswordRow(QFormLayout *form, PanelParts &parts)
 {
     auto *row = new QWidget;
     QHBoxLayout *layout = rowLayout(row);
-    passwordEdit = new QLineEdit;
+    const QString placeholder = tr("Kein Passwort");
+    passwordEdit = new SampledEdit(placeholder);
     passwordEdit->setEchoMode(QLineEdit::Password);
-    passwordEdit->setPlaceholderText(tr("Kein Passwort"));
+    passwordEdit->setPlaceholderText(placeholder);
     layout->addWidget(passwordEdit);
     showPasswordButton = buttonOfWidth(tr("Zeigen"), showButtonWidth);
     layout->addWidget(showPasswordButton);
@@ -236,12 +245,12 @@ void TarvolineDock::buildButtonRow(QVBoxLayout *column, PanelParts &parts)
     auto *layout = new QHBoxLayout;
     layout->setSpacing(rowSpacing);
     column->addLayout(layout);
-    startButton = new QPushButton(tr("Start"));
+    startButton = narrowButton(tr("Start"));
     layout->addWidget(startButton);
-    stopButton = new QPushButton(tr("Stopp"));
+    stopButton = narrowButton(tr("Stopp"));
     stopButton->setEnabled(false);
     layout->addWidget(stopButton);
-    parts.repairButton = new QPushButton(tr("Quelle reparieren"));
+    parts.repairButton = narrowButton(tr("Quelle reparieren"));
     layout->addWidget(parts.repairButton);
 }
 
@@ -251,9 +260,7 @@ void TarvolineDock::buildVersionGroup(QVBoxLayout *column)
     column->addWidget(group);
     auto *layout = new QVBoxLayout(group);
     layout->setContentsMargins(groupMargins);
-    versionLabel = new QLabel(installedVersionText());
-    versionLabel->setWordWrap(true);
-    versionLabel->setTextFormat(Qt::PlainText);
+    versionLabel = new WrappingLabel(installedVersionText());
     layout->addWidget(versionLabel);
 }
 

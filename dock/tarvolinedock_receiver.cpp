@@ -13,6 +13,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTextDocument>
 
 // Nothing may follow a message box in these functions: its event loop runs everything, also the dock's destruction.
 void TarvolineDock::startReceiver()
@@ -47,6 +48,9 @@ void TarvolineDock::updateUrls()
     moblinAddressEdit->setText(
         ConnectionAddresses::ofSenderApp(publicHostEdit->text(), listenPortEdit->text(), streamIdEdit->text()));
     obsAddressEdit->setText(ConnectionAddresses::ofMediaSource(targetPortEdit->text(), passwordEdit->text()));
+    // A tooltip takes what looks like markup for markup. The other address has none: it holds the passphrase.
+    const QString address = moblinAddressEdit->text();
+    moblinAddressEdit->setToolTip(Qt::mightBeRichText(address) ? Qt::convertFromPlainText(address) : address);
     // From their beginning: an edit shows the end of what it is given, here the passphrase, for every viewer to read.
     moblinAddressEdit->setCursorPosition(0);
     obsAddressEdit->setCursorPosition(0);

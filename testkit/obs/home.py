@@ -20,15 +20,16 @@ class ObsHome:
     """A home folder in which OBS has been set up once, without its first-run wizard."""
 
     def __init__(self, folder: pathlib.Path, *, canvas=CANVAS, dock_state: str | None = None,
-                 source_on_port: int | None = None):
+                 source_on_port: int | None = None, font_points: int | None = None):
         """`dock_state` is the arrangement of the window; with `source_on_port` the first scene holds the plug-in's source,
-        listening there."""
+        listening there; `font_points` is the size chosen in OBS's settings under "Appearance"."""
         self.folder = folder
         self.config = folder / ".config" / "obs-studio"
         self.recordings = folder / "recordings"
         self.canvas = canvas
         self.dock_state = dock_state
         self.source_on_port = source_on_port
+        self.font_points = font_points
 
     def create(self, websocket_port: int):
         """Writes the configuration files. An existing home is kept; only the port of obs-websocket changes in it."""
@@ -50,13 +51,14 @@ class ObsHome:
             "server_enabled": True, "server_port": websocket_port, "auth_required": False, "first_load": False,
             "alerts_enabled": False}))
 
-    def install_module(self, library: pathlib.Path, locale: pathlib.Path):
-        """Lays the module where OBS looks for a user's own plug-ins."""
-        plugin = self.config / "plugins" / MODULE
+    def install_module(self, library: pathlib.Path, locale: pathlib.Path | None = None):
+        """Lays a module where OBS looks for a user's own plug-ins."""
+        plugin = self.config / "plugins" / library.stem
         binaries = plugin / "bin" / "64bit"
         binaries.mkdir(parents=True, exist_ok=True)
-        shutil.copy2(library, binaries / f"{MODULE}.so")
-        shutil.copytree(locale, plugin / "data" / "locale", dirs_exist_ok=True)
+        shutil.copy2(library, binaries / library.name)
+        if locale:
+            shutil.copytree(locale, plugin / "data" / "locale", dirs_exist_ok=True)
 
     def latest_log(self) -> pathlib.Path | None:
         """The log file of the newest session."""
@@ -76,6 +78,8 @@ class ObsHome:
             # A tray icon would make OBS hide instead of end.
             "BasicWindow": {"SysTrayEnabled": "false"},
         }
+        if self.font_points:
+            settings["Appearance"] = {"FontScale": self.font_points}
         if self.dock_state:
             settings["BasicWindow"]["DockState"] = self.dock_state
         return settings

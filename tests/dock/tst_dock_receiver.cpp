@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QTextDocument>
 #include <QTextEdit>
 
 #include <optional>
@@ -253,6 +254,24 @@ private Q_SLOTS:
         probe->publicHostEdit()->setText(u"203.0.113.7"_s);
         fixture->dock->copyMoblinAddress();
         QCOMPARE(QGuiApplication::clipboard()->text(), u"srtla://203.0.113.7:5000/live"_s);
+    }
+
+    void senderAddressIsItsOwnToolTip()
+    {
+        probe->publicHostEdit()->setText(u"203.0.113.7"_s);
+        QCOMPARE(probe->moblinAddressEdit()->toolTip(), u"srtla://203.0.113.7:5000/live"_s);
+        probe->passwordEdit()->setText(u"geheim12345"_s);
+        QCOMPARE(probe->obsAddressEdit()->toolTip(), QString());
+    }
+
+    void toolTipTakesNoMarkupFromAnAddress()
+    {
+        probe->publicHostEdit()->setText(u"<b>fett</b>&amp;"_s);
+        const QString toolTip = probe->moblinAddressEdit()->toolTip();
+        QVERIFY(Qt::mightBeRichText(toolTip));
+        QTextDocument document;
+        document.setHtml(toolTip);
+        QCOMPARE(document.toPlainText(), u"srtla://<b>fett</b>&amp;:5000/live"_s);
     }
 
     void emptyFieldsPutAnEmptyTextOnTheClipboard()

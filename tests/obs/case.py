@@ -33,9 +33,9 @@ class ObsCase(unittest.TestCase):
             install(home)
         return home
 
-    def session(self, home: obs.ObsHome | None = None, **start) -> obs.ObsSession:
-        """A running OBS."""
-        session = obs.ObsSession(desk(), home or self.home())
+    def session(self, home: obs.ObsHome | None = None, *, environment=None, **start) -> obs.ObsSession:
+        """A running OBS, with these variables besides its own."""
+        session = obs.ObsSession(desk(), home or self.home(), environment=environment)
         self._sessions.append(session)
         return session.start(**start)
 

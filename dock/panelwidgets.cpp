@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panelwidgets.h"
+
+#include <QPainter>
+#include <QResizeEvent>
+#include <QTextLayout>
+#include <QTextOption>
+
+#include <cmath>
+
+namespace {
+
+// In characters of average width: a label is content with little, and prefers lines that are read with ease.
+constexpr int narrowestLabel = 12;
+constexpr int preferredLabel = 40;
+// What QLineEdit keeps free on each side of its text, and the cursor.
+constexpr int editMargin = 2;
+constexpr int cursorWidth = 1;
+// A QFormLayout that decides whether a row has to be wrapped leaves out the spacing between its columns.
+constexpr int formSpacing = 8;
+
+} // namespace
+
+WrappingLabel::WrappingLabel(const QString &text, QWidget *parent) : QLabel(text, parent)
+{
+    setTextFormat(Qt::PlainText);
+    setWordWrap(true);
+}
+
+QSize WrappingLabel::frameSize() const
+{
+    return size() - contentsRect().size();
+}
+
+QString WrappingLabel::lines() const
+{
+    return text().replace(u'\n', QChar::LineSeparator);
+}
+
+int WrappingLabel::layOut(QTextLayout &layout, int width) const
+{
+    layout.setFont(font());
+    QTextOption option(Qt::AlignLeft);
+    option.setTextDirection(layoutDirection());
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    qreal height = 0;
+    layout.beginLayout();
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        line.setPosition(QPointF(0, height));
+        height += line.height();
+    }
+    layout.endLayout();
+    return static_cast<int>(std::ceil(height));
+}
+
+int WrappingLabel::heightForWidth(int width) const
+{
+    QTextLayout layout(lines());
+    return layOut(layout, width - frameSize().width()) + frameSize().height();
+}
+
+bool WrappingLabel::hasHeightForWidth() const
+{
+    return false;
+}
+
+QSize WrappingLabel::sizeHint() const
+{
+    ensurePolished();
+    return {preferredLabel * fontMetrics().averageCharWidth() + frameSize().width(), heightForWidth(width())};
+}
+
+QSize WrappingLabel::minimumSizeHint() const
+{
+    ensurePolished();
+    return {narrowestLabel * fontMetrics().averageCharWidth() + frameSize().width(), heightForWidth(width())};
+}
+
+void WrappingLabel::resizeEvent(QResizeEvent *event)
+{
+    QLabel::resizeEvent(event);
+    if (event->size().width() != event->oldSize().width()) {
+        updateGeometry();
+    }
+}
+
+void WrappingLabel::paintEvent(QPaintEvent *event)
+{
+    QFrame::paintEvent(event);
+    QTextLayout layout(lines());
+    layOut(layout, contentsRect().width());
+    QPainter painter(this);
+    painter.setPen(palette().color(foregroundRole()));
+    layout.draw(&painter, contentsRect().topLeft());
+}
+
+SampledEdit::SampledEdit(const QString &sampleText, const QString &text, QWidget *parent)
+    : QLineEdit(text, parent), sample(sampleText)
+{
+}
+
+QSize SampledEdit::minimumSizeHint() const
+{
+    ensurePolished();
+    // The base leaves room for one character, the widest.
+    const int wanted =
+        fontMetrics().size(Qt::TextSingleLine, sample).width() + 2 * editMargin + cursorWidth + formSpacing;
+    return QLineEdit::minimumSizeHint() + QSize(wanted - fontMetrics().maxWidth(), 0);
+}
