@@ -14,12 +14,14 @@ void SrtlaEngine::readClientDatagrams()
     TurnLimit limit;
     const auto isTimeOver = [this, &limit] { return limit.isOver([this] { return nowMs(); }); };
     int taken = 0;
+    bool foundNoMore = false;
     // The read that finds nothing makes the socket emit errorOccurred, which has no handler here. What stands behind an
     // error is left to the next readyRead: reading turns the signal on again.
     SrtlaEndpoint sender;
     while (isRunning() && (taken == 0 || readsOn) && !isTimeOver()) {
         const qint64 size = clientSocket.readDatagram(buffer.get(), maxUdpPayloadBytes, &sender.address, &sender.port);
         if (size < 0) {
+            foundNoMore = true;
             break;
         }
         ++taken;
@@ -27,7 +29,7 @@ void SrtlaEngine::readClientDatagrams()
         receivedBytes += static_cast<quint64>(size);
         handleDatagram(QByteArray::fromRawData(buffer.get(), size), sender);
     }
-    arrivalRhythm.endTurn(taken);
+    arrivalRhythm.endTurn(taken, foundNoMore);
     spareBuffer.giveBack(std::move(buffer));
 }
 

@@ -5,8 +5,8 @@
 #include <QSignalBlocker>
 #include <QUdpSocket>
 
-#include <chrono>
 #include <memory>
+#include <utility>
 
 /// The largest payload of a UDP datagram: 65535 bytes less the UDP header. That is IPv6's; IPv4 has 20 bytes less, for
 /// its own header. Reading with it never cuts a datagram.
@@ -31,29 +31,19 @@ private:
 };
 
 /// Tells a reader whether to look for a second datagram after the first. At a stream's ordinary rate datagrams come one
-/// at a time, and the look costs one of five system calls; a burst is read without returning to the event loop.
+/// at a time, and the look costs one of five system calls. So after a turn that found one datagram and nothing behind
+/// it, the next one reads a single datagram; the one after that looks again, so that nothing piles up however slowly
+/// the event loop comes back.
 class ArrivalRhythm
 {
 public:
-    /// To be called when a turn of reading begins. False when the last turn brought one datagram and was not just now:
-    /// then the event loop, which comes back by itself while datagrams are pending, is the cheaper way to find out.
-    [[nodiscard]] bool beginTurn()
-    {
-        const Clock::time_point now = Clock::now();
-        const bool isAlone = broughtOne && now - began > burstGap;
-        began = now;
-        return !isAlone;
-    }
-    /// To be called when it ends, with the number of datagrams that it has brought.
-    void endTurn(int datagrams) { broughtOne = datagrams == 1; }
+    /// To be called when a turn of reading begins; whether it is to read until nothing is pending.
+    [[nodiscard]] bool beginTurn() { return !std::exchange(expectsOne, false); }
+    /// To be called when it ends, with the number of datagrams that it has brought and whether it found nothing more.
+    void endTurn(int datagrams, bool foundNoMore) { expectsOne = datagrams == 1 && foundNoMore; }
 
 private:
-    using Clock = std::chrono::steady_clock;
-    /// Turns that follow each other faster serve one burst: several times what a turn with one datagram takes.
-    static constexpr std::chrono::microseconds burstGap{100};
-
-    Clock::time_point began;
-    bool broughtOne = false;
+    bool expectsOne = false;
 };
 
 /// Takes pending datagrams, empty ones included, off \a socket into \a buffer and gives each to \a handle as bytes that
