@@ -25,7 +25,7 @@ execute_process(COMMAND clang -print-resource-dir OUTPUT_VARIABLE clangResources
 set(systemHeaders "")
 set(wineHeaders /usr/include/wine/wine)
 foreach(folder IN ITEMS "${CMAKE_CURRENT_LIST_DIR}/crt/include" "${clangResources}/include" "${sdk}/include/stl"
-        ${wineHeaders}/msvcrt ${wineHeaders}/windows)
+        "${sdk}/include/windows" ${wineHeaders}/msvcrt ${wineHeaders}/windows)
     string(APPEND systemHeaders " -isystem \"${folder}\"")
 endforeach()
 # The oldest Windows that Qt 6.8 and OBS 31 run on is 10. The STL's vector algorithms are in its static part alone.
@@ -46,7 +46,8 @@ set(CMAKE_C_STANDARD_LIBRARIES "${CMAKE_CXX_STANDARD_LIBRARIES}")
 
 # "-lldmingw" is what lld's MinGW driver asks of its linker: mingw-w64's objects need it. The STL's headers and clang name
 # libraries of Microsoft's in the objects; their contents are in the list above.
-set(linkFlags "-Xlinker -lldmingw -Xlinker /nodefaultlib -Xlinker \"/libpath:${sdk}/lib\"")
+# The stack probe has one meaning under two names.
+set(linkFlags "-Xlinker /alternatename:__chkstk=___chkstk_ms -Xlinker -lldmingw -Xlinker /nodefaultlib -Xlinker \"/libpath:${sdk}/lib\"")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${linkFlags} -Xlinker /entry:mainCRTStartup ${mingwObjects}/crt2.o")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${linkFlags} -Xlinker /entry:DllMainCRTStartup ${mingwObjects}/dllcrt2.o")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${CMAKE_SHARED_LINKER_FLAGS_INIT}")

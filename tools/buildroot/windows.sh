@@ -3,7 +3,9 @@
 # prefix that every run copies, all in the user's cache.
 # shellcheck shell=bash
 
-export TARVOLINE_WINDOWS_SDK=$cacheHome/windows-sdk
+# Named after its recipe, so that two checkouts can differ in it.
+TARVOLINE_WINDOWS_SDK=$cacheHome/windows-sdk-$(cat "$project"/tools/windows/* | sha256sum | cut -c1-12)
+export TARVOLINE_WINDOWS_SDK
 export TARVOLINE_QT_WINDOWS=$cacheHome/qt-windows-6.8.2
 export TARVOLINE_OBS_HEADERS=$cacheHome/obs-headers/include
 export TARVOLINE_WINE_HOME=$cacheHome/wine
@@ -109,13 +111,12 @@ fetchNpmPackage() { # NAME VERSION SHA512 FOLDER
     rm -rf "$fetch"
 }
 
-# What the build in Microsoft's binary interface compiles and links against; made anew when its recipe changes.
+# What the build in Microsoft's binary interface compiles and links against.
 ensureWindowsSdk() {
-    local recipe parts=$TARVOLINE_WINDOWS_SDK.parts
-    recipe=$(cat "$project"/tools/windows/* | sha256sum)
+    local parts=$cacheHome/windows-sdk.parts
     (
         flock 9
-        [ "$(cat "$TARVOLINE_WINDOWS_SDK/recipe" 2>/dev/null)" = "$recipe" ] && exit 0
+        [ -d "$TARVOLINE_WINDOWS_SDK" ] && exit 0
         mkdir -p "$parts"
         ensureObsPackage "$parts/obs-package"
         ensureSources "$parts/stl" stl-inc-vs-2022-17.14 https://github.com/microsoft/STL vs-2022-17.14 stl/inc
@@ -125,8 +126,6 @@ ensureWindowsSdk() {
         rm -rf "$TARVOLINE_WINDOWS_SDK.new"
         enter windows "$project/tools/windows/make-sdk" "$TARVOLINE_WINDOWS_SDK.new" "$parts"/{obs-package,stl,obs-studio,qtbase} ||
             die "The libraries for the Windows build could not be put together."
-        echo "$recipe" >"$TARVOLINE_WINDOWS_SDK.new/recipe"
-        rm -rf "$TARVOLINE_WINDOWS_SDK"
         mv "$TARVOLINE_WINDOWS_SDK.new" "$TARVOLINE_WINDOWS_SDK"
     ) 9>"$rootsHome/windows-sdk.lock" || exit 1
 }

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// What the STL's <future> names of Microsoft's Parallel Patterns Library, for std::async, which this project does not use.
+// What the STL's <future> names of Microsoft's Parallel Patterns Library, for std::async, which this project does not
+// use.
 
 namespace Concurrency {
-template <class Result> class task {
+template<class Result> class task
+{
 public:
     void wait() {}
 };
-template <class Function> task<void> create_task(Function function)
+template<class Function> task<void> create_task(Function function)
 {
     function();
     return {};

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// What Microsoft's STL expects of the Universal CRT's headers and Wine's C headers do not declare. Included before every file.
+// What Microsoft's STL expects of the Universal CRT's headers and Wine's C headers do not declare. Included before
+// every file.
 #ifdef __cplusplus
 
 #include <errno.h>
@@ -51,7 +52,8 @@ float erfcf(float);
 float fmaf(float, float, float);
 double nan(char const *);
 float nanf(char const *);
-unsigned __int64 _udiv128(unsigned __int64 high, unsigned __int64 low, unsigned __int64 divisor, unsigned __int64 *remainder);
+unsigned __int64 _udiv128(unsigned __int64 high, unsigned __int64 low, unsigned __int64 divisor,
+                          unsigned __int64 *remainder);
 
 // "long double" is "double" in this interface, so these are the functions for double.
 double nexttoward(double, long double);
@@ -71,8 +73,8 @@ TARVOLINE_BINARY(copysign) TARVOLINE_BINARY(fdim) TARVOLINE_BINARY(fmax) TARVOLI
 TARVOLINE_BINARY(hypot) TARVOLINE_BINARY(nextafter) TARVOLINE_BINARY(pow) TARVOLINE_BINARY(remainder)
 #undef TARVOLINE_UNARY
 #undef TARVOLINE_BINARY
-// clang-format on
-long double nexttowardl(long double, long double);
+    // clang-format on
+    long double nexttowardl(long double, long double);
 long double fmal(long double, long double, long double);
 long double frexpl(long double, int *);
 int ilogbl(long double);

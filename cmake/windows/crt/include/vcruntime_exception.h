@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// std::exception and the exceptions that operator new and dynamic_cast throw. Their layout is that of the objects that cross
-// into msvcp140.dll and OBS's Qt: one pointer to a table of virtual functions and one __std_exception_data.
+// std::exception and the exceptions that operator new and dynamic_cast throw. Their layout is that of the objects that
+// cross into msvcp140.dll and OBS's Qt: one pointer to a table of virtual functions and one __std_exception_data.
 
 #include <vcruntime.h>
 
-struct __std_exception_data {
+struct __std_exception_data
+{
     char const *_What;
     bool _DoFree;
 };
@@ -15,7 +16,8 @@ _VCRTIMP void __cdecl __std_exception_destroy(__std_exception_data *data);
 }
 
 namespace std {
-class exception {
+class exception
+{
 public:
     exception() noexcept : _Data() {}
     explicit exception(char const *const what) noexcept : _Data()
@@ -40,12 +42,14 @@ private:
     __std_exception_data _Data;
 };
 
-class bad_exception : public exception {
+class bad_exception : public exception
+{
 public:
     bad_exception() noexcept : exception("bad exception", 1) {}
 };
 
-class bad_alloc : public exception {
+class bad_alloc : public exception
+{
 public:
     bad_alloc() noexcept : exception("bad allocation", 1) {}
 
@@ -54,7 +58,8 @@ private:
     bad_alloc(char const *const what) noexcept : exception(what, 1) {}
 };
 
-class bad_array_new_length : public bad_alloc {
+class bad_array_new_length : public bad_alloc
+{
 public:
     bad_array_new_length() noexcept : bad_alloc("bad array new length") {}
 };

@@ -6,7 +6,8 @@
 
 namespace std {
 enum class align_val_t : size_t {};
-struct nothrow_t {
+struct nothrow_t
+{
     explicit nothrow_t() = default;
 };
 extern nothrow_t const nothrow;
@@ -36,11 +37,17 @@ void __cdecl operator delete[](void *, std::align_val_t, std::nothrow_t const &)
 // The STL's <new> looks for these two names before it defines the placement forms itself.
 #ifndef __PLACEMENT_NEW_INLINE
 #define __PLACEMENT_NEW_INLINE
-inline void *__cdecl operator new(size_t, void *place) noexcept { return place; }
+inline void *__cdecl operator new(size_t, void *place) noexcept
+{
+    return place;
+}
 inline void __cdecl operator delete(void *, void *) noexcept {}
 #endif
 #ifndef __PLACEMENT_VEC_NEW_INLINE
 #define __PLACEMENT_VEC_NEW_INLINE
-inline void *__cdecl operator new[](size_t, void *place) noexcept { return place; }
+inline void *__cdecl operator new[](size_t, void *place) noexcept
+{
+    return place;
+}
 inline void __cdecl operator delete[](void *, void *) noexcept {}
 #endif

@@ -4,7 +4,8 @@
 
 #include <vcruntime_exception.h>
 
-struct __std_type_info_data {
+struct __std_type_info_data
+{
     char const *_UndecoratedName;
     char const _DecoratedName[1];
 };
@@ -14,13 +15,17 @@ _VCRTIMP size_t __cdecl __std_type_info_hash(__std_type_info_data const *);
 _VCRTIMP char const *__cdecl __std_type_info_name(__std_type_info_data *, void *names);
 }
 
-class type_info {
+class type_info
+{
 public:
     type_info(type_info const &) = delete;
     type_info &operator=(type_info const &) = delete;
     virtual ~type_info() noexcept;
     size_t hash_code() const noexcept { return __std_type_info_hash(&_Data); }
-    bool operator==(type_info const &other) const noexcept { return __std_type_info_compare(&_Data, &other._Data) == 0; }
+    bool operator==(type_info const &other) const noexcept
+    {
+        return __std_type_info_compare(&_Data, &other._Data) == 0;
+    }
     bool before(type_info const &other) const noexcept { return __std_type_info_compare(&_Data, &other._Data) < 0; }
     char const *name() const noexcept { return __std_type_info_name(&_Data, nullptr); }
     char const *raw_name() const noexcept { return _Data._DecoratedName; }
@@ -32,7 +37,8 @@ private:
 namespace std {
 using ::type_info;
 
-class bad_cast : public exception {
+class bad_cast : public exception
+{
 public:
     bad_cast() noexcept : exception("bad cast", 1) {}
     static bad_cast __construct_from_string_literal(char const *const what) noexcept { return bad_cast(what, 1); }
@@ -41,7 +47,8 @@ private:
     bad_cast(char const *const what, int) noexcept : exception(what, 1) {}
 };
 
-class bad_typeid : public exception {
+class bad_typeid : public exception
+{
 public:
     bad_typeid() noexcept : exception("bad typeid", 1) {}
 };

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+// A module that uses what the C++ run-time does for one: runtimeloader.cpp loads it and looks at the results.
+#include <stdexcept>
+#include <string>
+#include <typeinfo>
+#include <windows.h>
+
+namespace {
+// Outlives the module, so that the loader sees what the destructors did.
+char *record = nullptr;
+
+void note(char letter)
+{
+    if (record) {
+        *record++ = letter;
+        *record = '\0';
+    }
+}
+
+struct Global
+{
+    explicit Global(char name) : letter(name), text(std::string(100, name)) {}
+    ~Global() { note(letter); }
+    char letter;
+    std::string text; // on the heap: constructed by code, not by the linker
+};
+Global first('1');
+Global second('2');
+
+struct Base
+{
+    virtual ~Base() = default;
+};
+struct Derived : Base
+{
+};
+struct Other : Base
+{
+};
+
+struct Slow
+{
+    Slow()
+    {
+        Sleep(20);
+        InterlockedIncrement(&count);
+    }
+    static inline volatile long count = 0;
+};
+} // namespace
+
+extern "C" {
+// The destructors write their letters to this text, in their order.
+__declspec(dllexport) void recordInto(char *text)
+{
+    record = text;
+}
+
+__declspec(dllexport) bool globalsAreConstructed()
+{
+    return first.text == std::string(100, '1') && second.text == std::string(100, '2');
+}
+
+// The value of a function-local static: 1 at the first call, constructed once however many threads call.
+__declspec(dllexport) long localStatic()
+{
+    static const Slow slow;
+    return Slow::count;
+}
+
+__declspec(dllexport) bool exceptionIsCaught()
+{
+    try {
+        throw std::runtime_error("thrown");
+    } catch (const std::exception &error) {
+        return std::string(error.what()) == "thrown" && typeid(error) == typeid(std::runtime_error);
+    }
+}
+
+__declspec(dllexport) bool noMemoryIsThrown(size_t size)
+{
+    try {
+        void *volatile memory = operator new(size); // volatile: or the compiler may leave both calls out
+        operator delete(memory);
+        return false;
+    } catch (const std::bad_alloc &) {
+        return true;
+    }
+}
+
+__declspec(dllexport) bool castsAreRight()
+{
+    Derived derived;
+    Base *base = &derived;
+    bool badCast = false;
+    try {
+        (void)dynamic_cast<Other &>(*base);
+    } catch (const std::bad_cast &) {
+        badCast = true;
+    }
+    return dynamic_cast<Derived *>(base) == &derived && !dynamic_cast<Other *>(base) && badCast;
+}
+}
