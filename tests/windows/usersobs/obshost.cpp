@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QDockWidget>
+#include <QGroupBox>
 #include <QMainWindow>
 #include <QPushButton>
 #include <QTimer>
@@ -25,6 +26,7 @@ using namespace std::chrono_literals;
 
 constexpr auto sourceName = "Tarvoline SRTLA";
 constexpr auto repairText = u"Quelle reparieren";
+constexpr QSize windowSize(410, 580);
 constexpr auto dockSettled = 1500ms; // after the module's delayed starts (400 and 800 ms)
 
 void printLine(const QByteArray &line)
@@ -86,6 +88,19 @@ void repairSource(const QDockWidget &dock)
     }
 }
 
+// With all groups open, as the users' guide shows it.
+bool saveDockPicture(QDockWidget &dock, const QString &file)
+{
+    const auto groups = dock.findChildren<QGroupBox *>();
+    for (QGroupBox *group : groups) {
+        if (group->isCheckable()) {
+            group->setChecked(true);
+        }
+    }
+    QApplication::processEvents();
+    return dock.grab().save(file);
+}
+
 void printMedia()
 {
     const OBSSourceAutoRelease source = obs_get_source_by_name(sourceName);
@@ -140,7 +155,7 @@ int main(int argc, char **argv)
     obs_set_output_source(0, obs_scene_get_source(frontend.scene));
     const bool loaded =
         load(sdk + "/obs-plugins/obs-ffmpeg.dll", sdk + "/data/obs-plugins/obs-ffmpeg") && load(argv[2], argv[3]);
-    window.resize(900, 800);
+    window.resize(windowSize);
     window.show();
 
     QTimer ticks;
@@ -151,8 +166,8 @@ int main(int argc, char **argv)
     }
     QTimer::singleShot(std::chrono::seconds(atoi(argv[4])), &window, [&frontend, argv] {
         if (frontend.dock) {
-            printLine(frontend.dock->grab().save(QString::fromLocal8Bit(argv[5])) ? "PICTURE saved"
-                                                                                  : "PICTURE not saved");
+            const bool saved = saveDockPicture(*frontend.dock, QString::fromLocal8Bit(argv[5]));
+            printLine(saved ? "PICTURE saved" : "PICTURE not saved");
         }
         QApplication::quit();
     });
