@@ -7,6 +7,7 @@
 #include <QTextOption>
 
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -86,18 +87,18 @@ void WrappingLabel::resizeEvent(QResizeEvent *event)
     }
 }
 
-void WrappingLabel::paintEvent(QPaintEvent *event)
+void WrappingLabel::paintEvent(QPaintEvent *)
 {
-    QFrame::paintEvent(event);
+    QPainter painter(this);
+    drawFrame(&painter);
     QTextLayout layout(lines());
     layOut(layout, contentsRect().width());
-    QPainter painter(this);
     painter.setPen(palette().color(foregroundRole()));
     layout.draw(&painter, contentsRect().topLeft());
 }
 
-SampledEdit::SampledEdit(const QString &sampleText, const QString &text, QWidget *parent)
-    : QLineEdit(text, parent), sample(sampleText)
+SampledEdit::SampledEdit(QString sampleText, const QString &text, QWidget *parent)
+    : QLineEdit(text, parent), sample(std::move(sampleText))
 {
 }
 

@@ -38,7 +38,7 @@ private:
 class SampledEdit : public QLineEdit
 {
 public:
-    explicit SampledEdit(const QString &sampleText, const QString &text = {}, QWidget *parent = nullptr);
+    explicit SampledEdit(QString sampleText, const QString &text = {}, QWidget *parent = nullptr);
 
     [[nodiscard]] QSize minimumSizeHint() const override;
 

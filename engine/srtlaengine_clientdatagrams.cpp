@@ -9,7 +9,8 @@
 
 void SrtlaEngine::readClientDatagrams()
 {
-    DatagramBuffer buffer = spareBuffer.take();
+    QByteArray buffer = spareBuffer.take();
+    char *const bytes = buffer.data();
     const bool readsOn = arrivalRhythm.beginTurn();
     TurnLimit limit;
     const auto isTimeOver = [this, &limit] { return limit.isOver([this] { return nowMs(); }); };
@@ -19,7 +20,7 @@ void SrtlaEngine::readClientDatagrams()
     // error is left to the next readyRead: reading turns the signal on again.
     SrtlaEndpoint sender;
     while (isRunning() && (taken == 0 || readsOn) && !isTimeOver()) {
-        const qint64 size = clientSocket.readDatagram(buffer.get(), maxUdpPayloadBytes, &sender.address, &sender.port);
+        const qint64 size = clientSocket.readDatagram(bytes, maxUdpPayloadBytes, &sender.address, &sender.port);
         if (size < 0) {
             foundNoMore = true;
             break;
@@ -27,7 +28,7 @@ void SrtlaEngine::readClientDatagrams()
         ++taken;
         ++receivedPackets;
         receivedBytes += static_cast<quint64>(size);
-        handleDatagram(QByteArray::fromRawData(buffer.get(), size), sender);
+        handleDatagram(QByteArray::fromRawData(bytes, size), sender);
     }
     arrivalRhythm.endTurn(taken, foundNoMore);
     spareBuffer.giveBack(std::move(buffer));

@@ -62,7 +62,7 @@ QByteArray SrtlaEngine::makeGroupId(const QByteArray &senderId) const
 QByteArray SrtlaEngine::drawReceiverId() const
 {
     // One locked call for all draws; of each 32-bit draw the lowest byte counts.
-    std::array<quint32, groupIdBytes - senderIdBytes> draws;
+    std::array<quint32, groupIdBytes - senderIdBytes> draws{};
     QRandomGenerator::global()->fillRange(draws.data(), draws.size());
     QByteArray half;
     half.reserve(draws.size());

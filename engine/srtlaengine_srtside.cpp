@@ -66,10 +66,10 @@ void SrtlaEngine::readSrtDatagrams(const QByteArray &groupId)
         return;
     }
     group->srtSocket->lastReadMs = nowMs();
-    DatagramBuffer buffer = spareBuffer.take();
+    QByteArray buffer = spareBuffer.take();
     TurnLimit limit;
     drainDatagrams(
-        *group->srtSocket, buffer.get(), [this, &limit] { return limit.isOver([this] { return nowMs(); }); },
+        *group->srtSocket, buffer.data(), [this, &limit] { return limit.isOver([this] { return nowMs(); }); },
         [this, &group](const QByteArray &datagram) { routeSrtReply(*group, datagram); });
     spareBuffer.giveBack(std::move(buffer));
     releaseAfterHandler(std::move(group));

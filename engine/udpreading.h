@@ -5,29 +5,25 @@
 #include <QSignalBlocker>
 #include <QUdpSocket>
 
-#include <memory>
 #include <utility>
 
 /// The largest payload of a UDP datagram: 65535 bytes less the UDP header. That is IPv6's; IPv4 has 20 bytes less, for
 /// its own header. Reading with it never cuts a datagram.
 inline constexpr qint64 maxUdpPayloadBytes = 65527;
 
-/// Room for one datagram of maxUdpPayloadBytes.
-using DatagramBuffer = std::unique_ptr<char[]>;
-
-/// Keeps one DatagramBuffer for the next reader. A reader that is called by an event loop inside another reader's
-/// handler finds none here and gets one of its own.
+/// Keeps room for one datagram of maxUdpPayloadBytes for the next reader. A reader that is called by an event loop
+/// inside another reader's handler finds none here and gets one of its own.
 class SpareBuffer
 {
 public:
-    [[nodiscard]] DatagramBuffer take()
+    [[nodiscard]] QByteArray take()
     {
-        return spare ? std::move(spare) : std::make_unique_for_overwrite<char[]>(maxUdpPayloadBytes);
+        return spare.isEmpty() ? QByteArray(maxUdpPayloadBytes, Qt::Uninitialized) : std::exchange(spare, QByteArray());
     }
-    void giveBack(DatagramBuffer buffer) { spare = std::move(buffer); }
+    void giveBack(QByteArray buffer) { spare = std::move(buffer); }
 
 private:
-    DatagramBuffer spare;
+    QByteArray spare;
 };
 
 /// Tells a reader whether to look for a second datagram after the first. At a stream's ordinary rate datagrams come one

@@ -53,8 +53,8 @@ struct NamedCall
 {
     const char *name;
     Call call;
-    QStringList signals_; ///< the beginnings of what it emits while an engine with groups runs
-    QString last;         ///< the beginning of the last one
+    QStringList emitted; ///< the beginnings of what it emits while an engine with groups runs
+    QString last;        ///< the beginning of the last one
 };
 
 const QStringList stopSignals{u"log GRUPPE"_s, u"running false"_s, u"status Gestoppt"_s, u"statistics 0 0 0 "_s};
@@ -75,7 +75,7 @@ void TestSrtlaEngineControl::theLatestCallDecides_data()
     QTest::addColumn<QString>("last");
     QTest::addColumn<bool>("runs");
     for (const NamedCall &outer : outerCalls) {
-        for (const QString &line : outer.signals_) {
+        for (const QString &line : outer.emitted) {
             const auto row = [&](const char *inner) -> QTestData & {
                 return QTest::addRow("%s at \"%s\" of %s", inner, qPrintable(line), outer.name) << outer.call << line;
             };

@@ -238,7 +238,7 @@ void TestSrtlaEngineListener::anErrorDuringANotificationDoesNotEndTheReading()
     auto peer = std::make_unique<Peer>();
     reader.connectToHost(QHostAddress(QHostAddress::LocalHost), peer->socket.localPort());
     QByteArrayList received;
-    const DatagramBuffer buffer = SpareBuffer().take();
+    QByteArray buffer = SpareBuffer().take();
     connect(&reader, &QIODevice::readyRead, this, [&] {
         if (peer) {
             // Qt has seen the datagram, and now an error comes in between.
@@ -246,7 +246,7 @@ void TestSrtlaEngineListener::anErrorDuringANotificationDoesNotEndTheReading()
             reader.write("answered by port unreachable");
         }
         drainDatagrams(
-            reader, buffer.get(), [] { return false; },
+            reader, buffer.data(), [] { return false; },
             [&](const QByteArray &datagram) { received.append(QByteArray(datagram.data(), datagram.size())); });
     });
     peer->send("behind the error", reader.localPort());
