@@ -6,7 +6,7 @@
 emulator=$1 program=$2
 shift 2
 report=$(mktemp)
-xvfb-run --auto-servernum --server-args="-screen 0 1600x1000x24 -noreset" "$emulator" "$program" -o "$report,txt" "$@"
+xvfb-run --auto-servernum --server-args="-screen 0 1600x1200x24 -noreset" "$emulator" "$program" -o "$report,txt" "$@"
 code=$?
 cat "$report"
 rm -f "$report"

@@ -189,6 +189,9 @@ void TestSrtlaEngineListener::theListenerGoesAndComesBack()
 
 void TestSrtlaEngineListener::aPortUnreachableIsOneLogLine()
 {
+#ifdef Q_OS_WIN
+    QSKIP("Wine reports no port unreachable to the socket that caused it");
+#endif
     QObject scope; // the connection ends with the variables
     int refusals = 0;
     QString text;
