@@ -47,7 +47,8 @@ class Uninstall(MachineCase):
         self.waitForWindow(QUESTION)
         self.assertEqual(self.machine.registry(SETTINGS), STORED)
         self.waitForTheEnd()
-        self.assertIsNone(self.machine.registry(SETTINGS))
+        self.uninstaller.wait()
+        waitFor(lambda: self.machine.registry(SETTINGS) is None, "the settings to go")
 
     def testCancelChangesNothing(self):
         press("Escape")
