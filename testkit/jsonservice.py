@@ -17,6 +17,7 @@ OBJECT = {"ok": True, "text": "Grüße"}
 BIG = {"text": "x" * (3 * 1024 * 1024)}
 ANNOUNCED_TOO_MUCH = 1000
 CHUNK = 7
+INTERIM = b"HTTP/1.1 100 Continue\r\n\r\n"
 SLOW_PIECES = 5
 SLOW_PAUSE_S = 2  # well below what a client waits for one piece; all of them together take longer than that
 
@@ -175,6 +176,12 @@ def big(connection, *_):
     return reply(connection, 200, _text(BIG))
 
 
+def interim(connection, *_):
+    """An interim response, then the final one."""
+    connection.sendall(INTERIM)
+    return reply(connection, 200, _text(OBJECT))
+
+
 def chunked(connection, *_):
     body = _text(OBJECT)
     pieces = [body[start:start + CHUNK] for start in range(0, len(body), CHUNK)]
@@ -185,8 +192,10 @@ def chunked(connection, *_):
 
 
 def cut(connection, _, argument):
-    """Breaks the connection off: before, in the middle of, or after an object that was announced as longer."""
-    parts = {"headers": b"HTTP/1.1 200 OK\r\nContent-Ty",
+    """Breaks the connection off: behind an interim response, or before, in the middle of or after an object that was
+    announced as longer."""
+    parts = {"interim": INTERIM,
+             "headers": b"HTTP/1.1 200 OK\r\nContent-Ty",
              "nothing": _head(200, ANNOUNCED_TOO_MUCH),
              "middle": _head(200, ANNOUNCED_TOO_MUCH) + _text(OBJECT)[:CHUNK],
              "object": _head(200, ANNOUNCED_TOO_MUCH) + _text(OBJECT)}
@@ -232,4 +241,4 @@ def cookie(connection, *_):
 
 
 ANSWERS = {answer.__name__: answer
-           for answer in (echo, status, literal, big, chunked, cut, stall, slow, redirect, countdown, cookie)}
+           for answer in (echo, status, literal, big, interim, chunked, cut, stall, slow, redirect, countdown, cookie)}

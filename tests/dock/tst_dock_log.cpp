@@ -237,6 +237,19 @@ private Q_SLOTS:
         QCOMPARE(QDir(QFileInfo(tempFile()).path()).entryList(QDir::Files), QStringList{signalFileName});
     }
 
+    void readerOfTheSignalFileReadsOneVersionToItsEnd()
+    {
+        constexpr qint64 firstBytes = 10;
+        QVERIFY(invokeStatistics(*fixture->dock));
+        const QByteArray json = contents(tempFile());
+        QFile reader(tempFile());
+        QVERIFY(reader.open(QIODevice::ReadOnly | QIODevice::Unbuffered));
+        QByteArray seen = reader.read(firstBytes);
+        fixture->dock->updateStatistics(0, 0, 0, 1, 1);
+        seen += reader.readAll();
+        QCOMPARE(seen, json);
+    }
+
     void unusableTempFolderLeavesTheOtherFileWritten()
     {
         // A file where the folder should be: nobody can make it, not even an administrator.

@@ -80,6 +80,7 @@ void TestHttpsJson::sendsTheObjectName_data()
     QTest::newRow("blanks") << u"/echo/a b?c d"_s << u"/echo/a%20b?c%20d"_s;
     QTest::newRow("encoded delimiters") << u"/echo/a%2Fb?n=%26"_s << u"/echo/a%2Fb?n=%26"_s;
     QTest::newRow("unsafe characters") << u"/echo?a=<\"{|}\\^`>"_s << u"/echo?a=%3C%22%7B%7C%7D%5C%5E%60%3E"_s;
+    QTest::newRow("dot segments") << u"/echo/a/../b/./c"_s << u"/echo/a/../b/./c"_s;
     QTest::newRow("fragment") << u"/echo#a"_s << u"/echo"_s;
 }
 
@@ -102,6 +103,7 @@ void TestHttpsJson::readsReplies_data()
     QTest::newRow("object, 404") << u"/status/404"_s << none << 404 << servedObject();
     QTest::newRow("object, 500") << u"/status/500"_s << none << 500 << servedObject();
     QTest::newRow("chunked") << u"/chunked"_s << none << 200 << servedObject();
+    QTest::newRow("interim response first") << u"/interim"_s << none << 200 << servedObject();
     QTest::newRow("empty") << u"/literal"_s << QByteArray() << 200 << noJson(200);
     QTest::newRow("array") << u"/literal"_s << QByteArray("[]") << 200 << noJson(200);
     QTest::newRow("scalar") << u"/literal"_s << QByteArray("7") << 200 << noJson(200);
@@ -143,6 +145,8 @@ void TestHttpsJson::fails_data()
     QTest::newRow("expired certificate") << urlAt(u"expired"_s, u"/echo"_s) << unreachable(badCertificate);
     QTest::newRow("unknown authority") << urlAt(u"stranger"_s, u"/echo"_s) << unreachable(badCertificate);
     QTest::newRow("closed without an answer") << urlAt(u"https"_s, u"/cut"_s) << unreachable(brokenOff);
+    QTest::newRow("cut off behind an interim response")
+        << urlAt(u"https"_s, u"/cut/interim"_s) << unreachable(brokenOff);
     QTest::newRow("cut off in the headers") << urlAt(u"https"_s, u"/cut/headers"_s) << unreachable(brokenOff);
 }
 
