@@ -19,7 +19,7 @@ void SrtlaEngine::readClientDatagrams()
     // The read that finds nothing makes the socket emit errorOccurred, which has no handler here. What stands behind an
     // error is left to the next readyRead: reading turns the signal on again.
     SrtlaEndpoint sender;
-    while (isRunning() && (taken == 0 || readsOn) && !isTimeOver()) {
+    while (isRunning() && !foundNoMore && (taken == 0 || readsOn) && !isTimeOver()) {
         const qint64 size = clientSocket.readDatagram(bytes, maxUdpPayloadBytes, &sender.address, &sender.port);
         if (size < 0) {
             foundNoMore = true;
@@ -29,6 +29,11 @@ void SrtlaEngine::readClientDatagrams()
         ++receivedPackets;
         receivedBytes += static_cast<quint64>(size);
         handleDatagram(QByteArray::fromRawData(bytes, size), sender);
+        if (taken == 1 && readsOn && isRunning()) {
+            // Behind the first datagram there usually is none, and asking costs less than a read that fails: that makes
+            // Qt look up the translation of an error text. Behind the second there usually are more.
+            foundNoMore = !clientSocket.hasPendingDatagrams();
+        }
     }
     arrivalRhythm.endTurn(taken, foundNoMore);
     spareBuffer.giveBack(std::move(buffer));
