@@ -102,6 +102,8 @@ private:
     // Groups and links: srtlaengine_sessions.cpp, the only file that changes the tables below.
     /// Creates the group of a REG1 with a new id and enters it and its sender into the tables.
     QSharedPointer<SrtlaGroup> openGroup(const QByteArray &senderId, const SrtlaEndpoint &sender);
+    /// Lets the tables grow one after the other, so that no registration waits for more than one of them.
+    void makeRoomForGroup();
     [[nodiscard]] QByteArray makeGroupId(const QByteArray &senderId) const;
     void addPath(SrtlaGroup &group, const SrtlaEndpoint &endpoint);
     void removePath(SrtlaGroup &group, const SrtlaEndpoint &endpoint);

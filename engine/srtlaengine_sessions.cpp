@@ -44,10 +44,20 @@ QSharedPointer<SrtlaGroup> SrtlaEngine::openGroup(const QByteArray &senderId, co
     group->replyPort = sender.port;
     group->createdMs = nowMs();
     group->lastActivityMs = group->createdMs;
+    makeRoomForGroup();
     senderIndex.insert(sender, group->id);
     sessionIndex.insert(senderId, group->id);
     groups.insert(group->id, group);
     return group;
+}
+
+void SrtlaEngine::makeRoomForGroup()
+{
+    // A full table doubles, which moves every entry. The three have equally many and would all double at the same
+    // registration; with different reserves each one does so at another.
+    const qsizetype wanted = groups.size() + 1;
+    senderIndex.reserve(wanted * 5 / 4);
+    sessionIndex.reserve(wanted * 3 / 2);
 }
 
 QByteArray SrtlaEngine::makeGroupId(const QByteArray &senderId) const

@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+#include <array>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -34,6 +36,7 @@ class TestSrtlaEngineFlood : public QObject
 private Q_SLOTS:
     void nothingStaysOfGroupsThatTimedOut();
     void removalsShareTheThread();
+    void tablesGrowOneAtATime();
     void nothingStaysOfGroupsThatAreReplaced();
     void everySenderIsKnownAgainAmongMany();
     void nothingStaysAfterStopAndShutdown();
@@ -97,6 +100,30 @@ void TestSrtlaEngineFlood::removalsShareTheThread()
     QCOMPARE(fixture.record.logLines.size(), senders + 1);
     QCOMPARE(fixture.record.logLines.filter(u"entfernt: Timeout"_s).size(), senders);
     QVERIFY(fixture.probe.pathIndex().isEmpty());
+}
+
+void TestSrtlaEngineFlood::tablesGrowOneAtATime()
+{
+    constexpr qsizetype fewEntries = 128; // up to here growing takes no time
+    const EngineFixture fixture;
+    const auto rooms = [&fixture] {
+        return std::array{fixture.probe.groups().capacity(), fixture.probe.senderIndex().capacity(),
+                          fixture.probe.sessionIndex().capacity()};
+    };
+    int growths = 0;
+    for (quint16 number = 0; number < senders; ++number) {
+        const auto before = rooms();
+        const auto port = static_cast<quint16>(firstPort + number);
+        fixture.probe.handleDatagram(reg1(proposalOf(number)), localLink(port));
+        const auto after = rooms();
+        int grown = 0;
+        for (size_t table = 0; table < before.size(); ++table) {
+            grown += before[table] > fewEntries && after[table] != before[table] ? 1 : 0;
+        }
+        QCOMPARE_LE(grown, 1);
+        growths += grown;
+    }
+    QCOMPARE_GT(growths, 1);
 }
 
 void TestSrtlaEngineFlood::nothingStaysOfGroupsThatAreReplaced()
