@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Sends the same load through three kinds of relay and tells what each costs.
+// Sends the same load through four kinds of relay and tells what each costs.
 //   benchload [--json FILE] [--rounds N] [--compare RELAY_ENGINE]
 // RELAY_ENGINE is the absolute path of another build's relay_engine, which takes turns with the rest.
 
@@ -206,6 +206,7 @@ int main(int argc, char **argv)
     std::vector<Contestant> contestants;
     contestants.push_back({"raw", "plain C relay", "relay_raw", 1, 3});
     contestants.push_back({"qt", "bare Qt relay", "relay_qt", 1, 3});
+    contestants.push_back({"qtread", "Qt's readDatagram and write", "relay_qtread", 1, 3});
     contestants.push_back({"engine_1x3", "engine, 1 group x 3 links", "relay_engine", 1, 3});
     contestants.push_back({"engine_100x4", "engine, 100 groups x 4 links", "relay_engine", 100, 4});
     contestants.push_back({"engine_10000", "engine, 2500 groups x 4 links", "relay_engine", 2500, 4});
