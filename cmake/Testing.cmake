@@ -37,6 +37,7 @@ function(tarvoline_add_test name)
             "${CMAKE_BINARY_DIR}/packaging/service/tarvoline-service.conf")
     endif()
     if(CMAKE_CROSSCOMPILING)
+        add_dependencies(${name} qtparts)
         add_test(NAME ${name} COMMAND ${launcher} "${CMAKE_SOURCE_DIR}/testkit/winetest.sh"
             ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}>)
     elseif(CMAKE_HOST_WIN32)

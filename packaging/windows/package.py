@@ -39,15 +39,14 @@ def makePackages(stage, arguments):
     output = stage / "packages"
     output.mkdir()
     tree = stage / arguments.name
-    copyTree(arguments.tree, tree, arguments.strip)
+    copyTree(arguments.tree, tree)
     stem = f"Tarvoline-SRTLA-Plugin-v{arguments.version}-windows-x64"
     made = [
         writeZip(output / f"{stem}.zip", plainLayout(tree, arguments)),
         writeZip(output / f"{stem}-portable.zip", portableLayout(tree, arguments)),
         makeInstaller(stage, tree, output, arguments),
+        writeZip(output / f"{stem}-pdb.zip", {f"{arguments.name}.pdb": arguments.pdb}),
     ]
-    if arguments.pdb:
-        made.append(writeZip(output / f"{stem}-pdb.zip", {f"{arguments.name}.pdb": arguments.pdb}))
     sums = "".join(f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n" for path in sorted(made))
     (output / "SHA256SUMS").write_text(sums, newline="\n")
     print(sums, end="")
@@ -58,23 +57,19 @@ def parseArguments():
     parser = argparse.ArgumentParser(description=__doc__)
     for name in ("name", "version"):
         parser.add_argument(f"--{name}", required=True)
-    for name in ("tree", "readme", "license", "script", "output"):
+    for name in ("tree", "pdb", "readme", "license", "script", "output"):
         parser.add_argument(f"--{name}", required=True, type=Path)
-    parser.add_argument("--pdb", type=Path, help="the module's debug information")
-    parser.add_argument("--strip", help="program that takes debug information out of the module")
     parser.add_argument("iscc", nargs="+")
     return parser.parse_args()
 
 
-def copyTree(source, target, strip):
+def copyTree(source, target):
     """The module and its data alone: build folders also hold import libraries and debug databases."""
     for path in sorted(source.rglob("*")):
         if path.suffix in RUNTIME_SUFFIXES:
             copy = target / path.relative_to(source)
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile(path, copy)
-            if strip and path.suffix == ".dll":
-                subprocess.run([strip, "--strip-all", copy], check=True)
 
 
 def texts(arguments, kind):

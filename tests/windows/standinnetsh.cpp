@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Stands in for Windows' netsh, which has no firewall under Wine: appends its command line to netsh.log beside it.
-#include <windows.h>
-
 #include <cstring>
+
+#include <windows.h>
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR arguments, int)
 {

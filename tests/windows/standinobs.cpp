@@ -3,11 +3,11 @@
 // asked to close, and two windows that nobody but OBS should close. Notes its starts, its ends and each time that one
 // of the two was asked to close ("disturbed"), with its working folder, in obs64.log beside it.
 // --minimize-to-tray hides the main window, as OBS does.
-#include <windows.h>
-
-#include <fstream>
+#include <cstdio>
 #include <string>
 #include <string_view>
+
+#include <windows.h>
 
 namespace {
 
@@ -18,7 +18,10 @@ void note(const char *what)
     const std::string path(program);
     char folder[MAX_PATH];
     GetCurrentDirectoryA(MAX_PATH, folder);
-    std::ofstream(path.substr(0, path.rfind('.')) + ".log", std::ios::app) << what << ' ' << folder << '\n';
+    if (FILE *log = std::fopen((path.substr(0, path.rfind('.')) + ".log").c_str(), "a")) {
+        std::fprintf(log, "%s %s\n", what, folder);
+        std::fclose(log);
+    }
 }
 
 LRESULT CALLBACK handleMainWindow(HWND window, UINT message, WPARAM first, LPARAM second)

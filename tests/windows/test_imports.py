@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """What the Windows module shows to OBS and what it asks of others, as objdump reads it off the file.
 
-Usage: test_imports.py OBJDUMP MODULE.dll mingw|microsoft
+Usage: test_imports.py OBJDUMP MODULE.dll
 """
 
 import re
@@ -15,11 +15,7 @@ ENTRY_POINTS = {
 }
 LIBRARIES = {
     "obs.dll", "obs-frontend-api.dll", "qt6core.dll", "qt6gui.dll", "qt6network.dll", "qt6widgets.dll", "winhttp.dll",
-    "ws2_32.dll", "kernel32.dll",
-}
-C_LIBRARIES = {
-    "mingw": {"msvcrt.dll"},
-    "microsoft": {"msvcp140.dll", "vcruntime140.dll"},
+    "ws2_32.dll", "kernel32.dll", "msvcp140.dll", "vcruntime140.dll",
 }
 UNIVERSAL_CRT = "api-ms-win-crt-"  # its parts, which every Windows 10 has
 LIBOBS_FUNCTIONS = {
@@ -31,7 +27,7 @@ FRONTEND_FUNCTIONS = {"obs_frontend_add_dock_by_id", "obs_frontend_get_current_s
 
 
 class Module(unittest.TestCase):
-    objdump = path = compiler = None
+    objdump = path = None
 
     @classmethod
     def setUpClass(cls):
@@ -48,7 +44,7 @@ class Module(unittest.TestCase):
 
     def testNoOtherLibraryIsAskedFor(self):
         libraries = {library for library in self.imports if not library.startswith(UNIVERSAL_CRT)}
-        self.assertEqual(libraries, LIBRARIES | C_LIBRARIES[self.compiler])
+        self.assertEqual(libraries, LIBRARIES)
 
     def testFunctionsOfObs(self):
         self.assertEqual(self.imports["obs.dll"], LIBOBS_FUNCTIONS)
@@ -56,5 +52,5 @@ class Module(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    Module.objdump, Module.path, Module.compiler = sys.argv[1:4]
-    unittest.main(argv=sys.argv[:1] + sys.argv[4:])
+    Module.objdump, Module.path = sys.argv[1:3]
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:])

@@ -12,8 +12,8 @@ PATH=$PATH:/usr/sbin:/sbin
 say() { printf '%s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
-# The Debian suite a root is made from: the Linux root needs an OBS of 31.1 or newer, the Windows one a Wine and a MinGW
-# that work together.
+# The Debian suite a root is made from: the Linux root needs an OBS of 31.1 or newer, the Windows one Qt 6.8's headers
+# and a Wine of the same time.
 rootSuite() {
     case $1 in
     linux) echo forky ;;

@@ -1,65 +1,19 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# Sourced by dev, after lib.sh, for the Windows build root: OBS's Windows libraries, Qt for Windows, headers and the Wine
-# prefix that every run copies, all in the user's cache.
+# Sourced by dev, after lib.sh, for the Windows build root: OBS's Windows libraries, headers, the installer's compiler and the
+# Wine prefix that every run copies, all in the user's cache.
 # shellcheck shell=bash
 
 # Named after its recipe, so that two checkouts can differ in it.
 TARVOLINE_WINDOWS_SDK=$cacheHome/windows-sdk-$(cat "$project"/tools/windows/* | sha256sum | cut -c1-12)
 export TARVOLINE_WINDOWS_SDK
-export TARVOLINE_QT_WINDOWS=$cacheHome/qt-windows-6.8.2
-export TARVOLINE_OBS_HEADERS=$cacheHome/obs-headers/include
 export TARVOLINE_WINE_HOME=$cacheHome/wine
 export TARVOLINE_INNO_SETUP=$cacheHome/innosetup-6.3.1
 export TARVOLINE_PATH=$project/tools/wine:$project/build/windows-host/bin
 
-# The cross build needs all of it; build-qt-windows only the root.
 ensureWindowsParts() {
     ensureWindowsSdk
-    ensureQtWindows
-    ensureObsHeaders
     ensureWinePrefix
     ensureInnoSetup
-}
-
-# Qt comes out of a ready archive where TARVOLINE_QT_WINDOWS_ARCHIVE names one, or was built by build-qt-windows.
-ensureQtWindows() {
-    (
-        flock 9
-        [ -e "$TARVOLINE_QT_WINDOWS/lib/cmake/Qt6/qt.toolchain.cmake" ] && exit 0
-        archive=${TARVOLINE_QT_WINDOWS_ARCHIVE:-}
-        [ -f "$archive" ] || die "There is no Qt for Windows yet. Build it with tools/buildroot/build-qt-windows" \
-            "(about 35 minutes on two cores), or name a ready archive in TARVOLINE_QT_WINDOWS_ARCHIVE."
-        sums=$(dirname "$archive")/SHA256SUMS
-        if [ -f "$sums" ]; then
-            (cd "$(dirname "$archive")" && grep -F "${archive##*/}" SHA256SUMS | sha256sum --check --status) ||
-                die "$archive is not the file that $sums describes."
-        fi
-        say "Unpacking Qt for Windows …"
-        rm -rf "$TARVOLINE_QT_WINDOWS.new"
-        mkdir -p "$TARVOLINE_QT_WINDOWS.new"
-        tar -xJf "$archive" -C "$TARVOLINE_QT_WINDOWS.new" --strip-components=1 || die "$archive could not be unpacked."
-        mv "$TARVOLINE_QT_WINDOWS.new" "$TARVOLINE_QT_WINDOWS"
-    ) 9>"$rootsHome/windows-qt.lock" || exit 1
-}
-
-# The headers of the very OBS that the Linux root holds, and what they include, so that both builds see one interface.
-ensureObsHeaders() {
-    (
-        flock 9
-        stamp=$cacheHome/obs-headers/version
-        installed=$(obsPackageVersion)
-        [ -n "$installed" ] && [ "$(cat "$stamp" 2>/dev/null)" = "$installed" ] && exit 0
-        ensureRoot linux
-        rm -rf "$cacheHome/obs-headers"
-        mkdir -p "$TARVOLINE_OBS_HEADERS"
-        cp -a "$rootsHome/linux/usr/include/obs" "$rootsHome/linux/usr/include/simde" "$TARVOLINE_OBS_HEADERS/" ||
-            die "The Linux build root has no libobs headers."
-        obsPackageVersion >"$stamp"
-    ) 9>"$rootsHome/windows-obs.lock" || exit 1
-}
-
-obsPackageVersion() {
-    sed -n '/^Package: libobs-dev$/,/^$/s/^Version: //p' "$rootsHome/linux/var/lib/dpkg/status" 2>/dev/null || true
 }
 
 # A fresh prefix takes Wine 15 seconds and 1.4 GB; runs share its files and get registries of their own (tools/wine).

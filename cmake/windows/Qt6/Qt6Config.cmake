@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 # Qt as OBS for Windows ships it: DLLs with import libraries made from them, Debian's headers with its feature switches
 # (tools/windows/qt-headers), and the host's moc. Stands in for Qt's own package, which OBS does not ship.
-set(sdk "$ENV{TARVOLINE_WINDOWS_SDK}")
+set(sdk "${CMAKE_BINARY_DIR}/windows-sdk")
 set(Qt6Core_VERSION_MAJOR 6) # what AUTOMOC asks for
 set(Qt6Core_VERSION_MINOR 8)
 
@@ -14,7 +14,6 @@ set(dependencies_Core "")
 set(dependencies_Network Core)
 set(dependencies_Gui Core)
 set(dependencies_Widgets Gui)
-set(dependencies_Test Core)
 
 function(add_qt_module name)
     if(TARGET Qt6::${name})
@@ -34,6 +33,9 @@ function(add_qt_module name)
 endfunction()
 
 foreach(component IN LISTS Qt6_FIND_COMPONENTS)
+    if(TARGET Qt6::${component}) # QtTest is compiled in ../qtparts
+        continue()
+    endif()
     if(NOT DEFINED dependencies_${component} OR NOT EXISTS "${sdk}/lib/Qt6${component}.lib")
         set(Qt6_FOUND FALSE)
         set(Qt6_NOT_FOUND_MESSAGE "there is no Qt6${component}.lib in ${sdk}/lib")

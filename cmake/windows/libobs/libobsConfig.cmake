@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 # libobs of OBS 31.1 for Windows, the headers of that release.
-set(sdk "$ENV{TARVOLINE_WINDOWS_SDK}")
+set(sdk "${CMAKE_BINARY_DIR}/windows-sdk")
 if(NOT TARGET OBS::libobs)
     add_library(OBS::libobs SHARED IMPORTED GLOBAL)
     set_target_properties(OBS::libobs PROPERTIES
