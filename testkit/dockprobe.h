@@ -51,6 +51,10 @@ public:
     {
         dock.handleInstallerProgress(bytesReceived, bytesTotal);
     }
+    void startSavedInstaller(const QString &path, const QString &sha256) const
+    {
+        dock.startSavedInstaller(path, sha256);
+    }
 
 private:
     TarvolineDock &dock;

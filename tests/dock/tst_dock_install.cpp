@@ -44,6 +44,7 @@ private Q_SLOTS:
     void keepsTheVersionOutOfOtherFolders_data();
     void keepsTheVersionOutOfOtherFolders();
     void tellsAFileThatDoesNotStart();
+    void startsNoFileThatWasExchangedOnTheDisk();
     void startsTheInstallerAndQuits();
 };
 
@@ -123,6 +124,20 @@ void TestDockInstall::tellsAFileThatDoesNotStart()
     QCOMPARE(fixture.content(fixture.savedPath()), data);
     // OBS keeps running: nobody quits for well over the time after which a started installer would have it.
     QCOMPARE(runApplication(2000ms), guardExitCode);
+}
+
+void TestDockInstall::startsNoFileThatWasExchangedOnTheDisk()
+{
+    const QTemporaryDir recordFolder;
+    const QString record = recordFolder.filePath(u"record"_s);
+    qputenv("TARVOLINE_TEST_RECORD", QDir::toNativeSeparators(record).toLocal8Bit());
+    const InstallFixture fixture;
+    const DockProbe probe(*fixture.dock);
+    QVERIFY(QFile::copy(QStringLiteral(TARVOLINE_TEST_RECORDER), fixture.savedPath()));
+    probe.startSavedInstaller(fixture.savedPath(), InstallFixture::sha256("another program"));
+    QCOMPARE(fixture.label(), digestText);
+    QCOMPARE(runApplication(2000ms), guardExitCode); // time enough for the program to write its record, and for a quit
+    QVERIFY(!QFile::exists(record));
 }
 
 void TestDockInstall::startsTheInstallerAndQuits()

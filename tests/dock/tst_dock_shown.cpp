@@ -13,6 +13,7 @@
 #include <QScrollBar>
 #include <QTest>
 #include <QTextEdit>
+#include <QToolTip>
 
 #include <optional>
 
@@ -110,7 +111,30 @@ private Q_SLOTS:
         }
     }
 
+    void toolTipOfAButtonLooksLikeAnyOther()
+    {
+        qApp->setStyleSheet(u"QToolTip { padding: 9px; }"_s);
+        const auto restored = qScopeGuard([] { qApp->setStyleSheet(QString()); });
+        QWidget other;
+        QVERIFY(toolTipSize(&other).isValid());
+        QCOMPARE(toolTipSize(DockProbe(*fixture->dock).queryIpButton()), toolTipSize(&other));
+    }
+
 private:
+    /// How large a tooltip of \a owner is.
+    static QSize toolTipSize(QWidget *owner)
+    {
+        QToolTip::showText(QPoint(10, 10), u"x"_s, owner);
+        QSize size;
+        const QWidgetList windows = QApplication::topLevelWidgets();
+        for (const QWidget *window : windows) {
+            if (window->inherits("QTipLabel") && window->isVisible()) {
+                size = window->size();
+            }
+        }
+        return size;
+    }
+
     std::optional<DockFixture> fixture;
 };
 
