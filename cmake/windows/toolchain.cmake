@@ -16,6 +16,10 @@ get_property(tryCompile GLOBAL PROPERTY IN_TRY_COMPILE)
 if(NOT tryCompile)
     file(CREATE_LINK "${sdk}" "${CMAKE_BINARY_DIR}/windows-sdk" SYMBOLIC)
     set(sdk "${CMAKE_BINARY_DIR}/windows-sdk")
+    # The debug information names the linker as it is called: by this relative path, wherever it is installed.
+    find_program(linker lld-link REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+    file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/linker")
+    file(CREATE_LINK "${linker}" "${CMAKE_BINARY_DIR}/linker/lld-link" SYMBOLIC)
 endif()
 
 set(CMAKE_C_COMPILER clang)
@@ -58,7 +62,7 @@ set(CMAKE_C_STANDARD_LIBRARIES "${CMAKE_CXX_STANDARD_LIBRARIES}")
 # libraries of Microsoft's in the objects; their contents are in the list above.
 # The stack probe has one meaning under two names. The paths are relative because the debug information names them.
 set(linkFlags "-Xlinker /alternatename:__chkstk=___chkstk_ms -Xlinker -lldmingw -Xlinker /nodefaultlib \
--Xlinker /libpath:windows-sdk/lib -Xlinker /pdbsourcepath:.")
+-Blinker -Xlinker /libpath:windows-sdk/lib -Xlinker /pdbsourcepath:.")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${linkFlags} -Xlinker /entry:mainCRTStartup windows-sdk/lib/crt2.o")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${linkFlags} -Xlinker /entry:DllMainCRTStartup windows-sdk/lib/dllcrt2.o")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${CMAKE_SHARED_LINKER_FLAGS_INIT}")

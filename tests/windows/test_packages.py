@@ -5,6 +5,7 @@ Usage: test_packages.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE TEST-THAT-LO
 """
 
 import hashlib
+import re
 import sys
 import unittest
 import zipfile
@@ -24,6 +25,8 @@ PORTABLE = {
     "data/obs-plugins/tarvoline-srtla/locale/en-US.ini", "data/obs-plugins/tarvoline-srtla/manifest.json", "README.txt",
     "LIESMICH.txt", "LICENSE.txt",
 }
+# A CodeView record: "RSDS", a GUID, the count of changes, the PDB's name without a folder.
+MODULES_IDENTIFIER = re.compile(rb"RSDS(.{16})....tarvoline-srtla\.pdb\0", re.DOTALL)
 # Of the vendor, help and updates, for the reserved example host.
 ADDRESSES = ["https://tarvoline.example/", "https://tarvoline.example/support", "https://tarvoline.example/download"]
 
@@ -122,15 +125,27 @@ class Archives(unittest.TestCase):
         with zipfile.ZipFile(self.packages / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64{suffix}.zip") as archive:
             return set(archive.namelist())
 
+    def module(self):
+        with zipfile.ZipFile(self.packages / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64.zip") as archive:
+            return archive.read("tarvoline-srtla/" + MODULE)
+
     def testPlainArchive(self):
         self.assertEqual(self.names(""), PLAIN)
 
     def testPortableArchive(self):
         self.assertEqual(self.names("-portable"), PORTABLE)
 
+    def testDebugInformationIsThatOfTheModule(self):
+        with zipfile.ZipFile(self.packages / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64-pdb.zip") as archive:
+            self.assertEqual(archive.namelist(), ["tarvoline-srtla.pdb"])
+            debugInformation = archive.read("tarvoline-srtla.pdb")
+        # A debugger knows the two for a pair by the identifier that both hold; the module's stands before the PDB's name.
+        identifier = MODULES_IDENTIFIER.search(self.module())
+        self.assertIsNotNone(identifier)
+        self.assertIn(identifier[1], debugInformation)
+
     def testTheModuleSaysItsVersion(self):
-        with zipfile.ZipFile(self.packages / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64.zip") as archive:
-            module = archive.read("tarvoline-srtla/" + MODULE)
+        module = self.module()
         for name, value in {"CompanyName": "Tarvoline", "FileVersion": self.version, "ProductName": "Tarvoline SRTLA",
                             "FileDescription": "Receiver for bonded mobile live streams (SRTLA) in OBS Studio"}.items():
             self.assertEqual(versionText(module, name), value)
@@ -139,7 +154,7 @@ class Archives(unittest.TestCase):
         stated = dict(reversed(line.split("  ")) for line in (self.packages / "SHA256SUMS").read_text().splitlines())
         packages = [path for path in self.packages.iterdir() if path.suffix in (".exe", ".zip")]
         self.assertEqual(stated, {path.name: hashlib.sha256(path.read_bytes()).hexdigest() for path in packages})
-        self.assertEqual(len(stated), 3)
+        self.assertEqual(len(stated), 4)
 
 
 def versionText(module, name):
