@@ -6,7 +6,7 @@
 bool SocketReserve::take(qint64 nowMs)
 {
     constexpr qint64 recountMs = 100;
-    // A clock that was restarted runs behind the last count.
+    // The clock restarts with each session, so it may be behind the last count.
     if (!countedMs || nowMs < *countedMs || nowMs - *countedMs >= recountMs) {
         countedMs = nowMs;
         const std::optional<DescriptorUse> use = descriptorUse();

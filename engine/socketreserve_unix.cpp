@@ -11,7 +11,7 @@ std::optional<DescriptorUse> descriptorUse()
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {
         return std::nullopt;
     }
-    // One entry for each open descriptor (proc(5)), the one that reads the folder included.
+    // One entry for each open descriptor (proc(5)), including the one that reads the folder.
     std::error_code error;
     qint64 open = -1;
     std::filesystem::directory_iterator entry("/proc/self/fd", error);

@@ -3,7 +3,6 @@
 
 std::optional<DescriptorUse> descriptorUse()
 {
-    // Sockets are handles there, of which a process may have millions. They use up UDP ports, which the host's files
-    // don't need.
+    // A socket is a handle, and a process may have millions of them. Sockets use up UDP ports, which files don't need.
     return std::nullopt;
 }

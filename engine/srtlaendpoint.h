@@ -4,7 +4,7 @@
 #include <QHashFunctions>
 #include <QHostAddress>
 
-/// Where a sender's datagrams come from and answers go to.
+/// Address and port of a sender's link: source of its datagrams and destination of the replies.
 struct SrtlaEndpoint
 {
     QHostAddress address;
@@ -12,7 +12,7 @@ struct SrtlaEndpoint
 
     friend bool operator==(const SrtlaEndpoint &left, const SrtlaEndpoint &right)
     {
-        // The port is the cheaper test and tells most endpoints apart.
+        // The port is cheaper to compare and differs in most cases.
         return left.port == right.port && left.address == right.address;
     }
 
@@ -21,7 +21,7 @@ struct SrtlaEndpoint
         bool isIpv4 = false;
         const quint32 ipv4 = endpoint.address.toIPv4Address(&isIpv4);
         if (isIpv4) {
-            // The listen socket is IPv4 only: address and port fit one word, and qHash of a word costs next to nothing.
+            // The listen socket is IPv4 only: address and port fit into one word, which is cheap to hash.
             constexpr int portBits = 16;
             return ::qHash((quint64{ipv4} << portBits) | endpoint.port, seed);
         }

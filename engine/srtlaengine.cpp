@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The engine's life: construction, start, stop and teardown.
+// Construction, start, stop and shutdown.
 #include "srtlaengine.h"
 
 #include "srtlatexts.h"
@@ -16,7 +16,7 @@ constexpr int statisticsIntervalMs = 1000;
 
 SrtlaEngine::SrtlaEngine(QObject *parent) : QObject(parent), targetAddress(QHostAddress::LocalHost)
 {
-    // Otherwise Qt uses a proxy of the system or of OBS, and binds the port there if it is one for SOCKS5.
+    // By default Qt uses the proxy of the system or of OBS; with SOCKS5 it would bind the port there.
     clientSocket.setProxy(QNetworkProxy::NoProxy);
     connect(&clientSocket, &QUdpSocket::readyRead, this, &SrtlaEngine::readClientDatagrams);
     connect(&cleanupTimer, &QTimer::timeout, this, &SrtlaEngine::cleanupSessions);
@@ -97,7 +97,7 @@ void SrtlaEngine::endSession(quint64 call)
         return;
     }
     clientSocket.close();
-    // A slot that ran an event loop during the removals may have let senders register.
+    // Senders may have registered in an event loop that a slot ran during the removals.
     removeAllGroups(SrtlaTexts::reasonStopped());
     if (call != latestCall) {
         return;

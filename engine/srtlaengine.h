@@ -22,9 +22,9 @@ enum class SenderDatagram;
 /// Receives bonded SRTLA senders on one UDP port, joins each sender's links into a group, forwards the group's SRT
 /// packets to a local SRT listener and sends the listener's replies back over the links.
 ///
-/// Everything runs in the thread that the engine lives in, driven by its event loop. A slot of its signals may call
-/// start, stop and shutdown: the latest call decides, and an earlier one that is still emitting signals emits no more.
-/// No slot may destroy the engine.
+/// Everything runs in the thread that the engine lives in, driven by its event loop. A slot connected to its signals
+/// may call start, stop and shutdown: the latest call decides, and an earlier one that is still emitting signals emits
+/// no more. No slot may destroy the engine.
 class SrtlaEngine : public QObject
 {
     Q_OBJECT
@@ -33,19 +33,19 @@ public:
     class SrtSocket;
 
     explicit SrtlaEngine(QObject *parent = nullptr);
-    /// Tears down silently, as shutdown does.
+    /// Shuts down without a signal, as shutdown does.
     ~SrtlaEngine() override;
 
-    /// Listens for senders on \a newListenPort of every local IPv4 address, which nobody else may hold, and forwards to
-    /// the SRT listener at \a newTargetAddress and \a newTargetPort. A running session is stopped first. Returns
-    /// whether the engine runs; a failure is told through statusChanged and logMessage, with Qt's own error text. After
-    /// shutdown the result is false, and no signal is emitted.
+    /// Listens for senders on \a newListenPort of every local IPv4 address, bound exclusively, and forwards to the SRT
+    /// listener at \a newTargetAddress and \a newTargetPort. A running session is stopped first. Returns whether the
+    /// engine runs; a failure is reported through statusChanged and logMessage with Qt's error text. After shutdown the
+    /// result is false, and no signal is emitted.
     bool start(quint16 newListenPort, const QHostAddress &newTargetAddress, quint16 newTargetPort);
 
-    /// Ends the session: removes every group, closes the port and tells so through the signals, also when nothing runs.
+    /// Ends the session: removes every group, closes the port and emits the signals, also when nothing runs.
     void stop();
 
-    /// Tears everything down without a signal, for good: the engine is not to be started again.
+    /// Ends the session without a signal. The engine cannot be started again.
     void shutdown();
 
     /// Whether the listen port is bound.
@@ -54,20 +54,19 @@ public:
 Q_SIGNALS:
     /// True after a successful start, false at the end of stop.
     void runningChanged(bool running);
-    /// One short line about the present state, in the user's language.
+    /// One short line about the present state, in German unless translated.
     void statusChanged(const QString &text);
     /// Every second while running and once at stop. \a packets and \a bytes count every datagram received from senders
-    /// since the last start; \a megabitsPerSecond (10^6 bits) is their rate since the last time.
+    /// since the last start; \a megabitsPerSecond (10^6 bits) is their rate since the previous emission.
     void statisticsChanged(int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes);
     /// One line per event, without a time stamp.
     void logMessage(const QString &line);
 
 protected:
-    /// Milliseconds since the last successful start, 0 before the first: the only time base. Virtual so that tests can
-    /// move time.
+    /// Milliseconds since the last successful start, 0 before the first: the only time base. Virtual for tests.
     [[nodiscard]] virtual qint64 nowMs() const;
 
-    /// The receiver's half of a new group's id: 128 random bytes. Virtual so that tests can have one drawn twice.
+    /// The receiver's half of a new group's id: 128 random bytes. Virtual for tests.
     [[nodiscard]] virtual QByteArray drawReceiverId() const;
 
 private Q_SLOTS:
@@ -76,9 +75,9 @@ private Q_SLOTS:
     void publishStatistics();
 
 private:
-    friend struct EngineProbe; // gives tests a view of the tables
+    friend struct EngineProbe; // access to the tables for tests
 
-    // Start and stop: srtlaengine.cpp. Each emits signals as long as \a call is the latest of start, stop and shutdown.
+    // Start and stop: srtlaengine.cpp. Each emits signals only while \a call is the latest of start, stop and shutdown.
     [[nodiscard]] bool beginSession(quint64 call);
     [[nodiscard]] bool reportBindError(quint64 call);
     void endSession(quint64 call);
@@ -100,22 +99,22 @@ private:
     void releaseAfterHandler(QSharedPointer<SrtlaGroup> group);
 
     // Groups and links: srtlaengine_sessions.cpp, the only file that changes the tables below.
-    /// Creates the group of a REG1 with a new id and enters it and its sender into the tables.
+    /// Creates the group of a REG1 with a new id and adds the group and its sender to the tables.
     QSharedPointer<SrtlaGroup> openGroup(const QByteArray &senderId, const SrtlaEndpoint &sender);
-    /// Lets the tables grow one after the other, so that no registration waits for more than one of them.
-    void makeRoomForGroup();
+    /// Reserves space for one more group such that a registration grows at most one table.
+    void reserveGroup();
     [[nodiscard]] QByteArray makeGroupId(const QByteArray &senderId) const;
     void addPath(SrtlaGroup &group, const SrtlaEndpoint &endpoint);
     void removePath(SrtlaGroup &group, const SrtlaEndpoint &endpoint);
-    /// The group with the id; none while its removal is being told.
+    /// The group with the id; null also while the signal about its removal is emitted.
     [[nodiscard]] QSharedPointer<SrtlaGroup> findGroup(const QByteArray &groupId) const;
-    /// The group that the endpoint is a registered link of, or none.
+    /// The group that the endpoint is a registered link of, or null.
     [[nodiscard]] QSharedPointer<SrtlaGroup> groupForPath(const SrtlaEndpoint &endpoint);
     void removeGroup(const QByteArray &groupId, const QString &reason);
     void removeAllGroups(const QString &reason);
     /// Without a signal or a log line.
     void dropAllGroups();
-    /// False when the turn's time was over before all were removed.
+    /// False when the time limit of one event loop iteration was reached before all were removed.
     bool removeSilentPaths(qint64 now);
     void removeExpiredGroups();
 
@@ -124,10 +123,9 @@ private:
     quint16 listenPort = 0;
     quint16 targetPort = 0;
     QHash<QByteArray, QSharedPointer<SrtlaGroup>> groups;
-    /// Registered links and the ids of their groups; ids rather than pointers, so that a stale entry only fails to
-    /// resolve.
+    /// Group id by registered link. Ids rather than pointers: a stale entry is simply not found.
     QHash<SrtlaEndpoint, QByteArray> pathIndex;
-    /// Endpoints that sent a REG1 and the ids of the groups that it created.
+    /// Group id by the endpoint that sent the REG1.
     QHash<SrtlaEndpoint, QByteArray> senderIndex;
     QTimer cleanupTimer;
     QTimer statisticsTimer;
@@ -137,16 +135,16 @@ private:
     quint64 lastPublishedBytes = 0;
     qint64 lastPublishedMs = 0;
     bool shuttingDown = false;
-    /// Counts the calls of start, stop and shutdown.
+    /// Number of calls of start, stop and shutdown.
     quint64 latestCall = 0;
-    /// The groups' ids by their senders' halves, so that a REG1 need not look at every group. A sender has one; for a
-    /// moment two, when a slot that hears of the first one's end runs an event loop in which the sender comes again.
+    /// Group ids by the sender's half of the id, so that a REG1 does not search all groups. A sender has one group, and
+    /// briefly two when a slot connected to logMessage runs an event loop in which the sender registers again.
     QMultiHash<QByteArray, QByteArray> sessionIndex;
-    /// Ids of groups that have timed out and wait for their removal.
+    /// Ids of timed-out groups that are not removed yet.
     QList<QByteArray> expiredGroups;
     SocketReserve socketReserve;
     SpareBuffer spareBuffer;
-    ArrivalRhythm arrivalRhythm; ///< of the senders' datagrams
+    ReadAhead readAhead; ///< of the senders' datagrams
     /// Group of the most recent packet of a link (one-entry cache).
     QSharedPointer<SrtlaGroup> recentGroup;
 };

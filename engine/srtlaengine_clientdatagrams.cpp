@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What arrives from senders: registrations, keepalives and the SRT packets of registered links.
+// Datagrams from senders: registrations, keepalives and the SRT packets of registered links.
 #include "srtlaengine.h"
 
 #include "srtlagroup.h"
@@ -11,18 +11,18 @@ void SrtlaEngine::readClientDatagrams()
 {
     QByteArray buffer = spareBuffer.take();
     char *const bytes = buffer.data();
-    const bool readsOn = arrivalRhythm.beginTurn();
+    const bool readsOn = readAhead.beginPass();
     TurnLimit limit;
     const auto isTimeOver = [this, &limit] { return limit.isOver([this] { return nowMs(); }); };
     int taken = 0;
-    bool foundNoMore = false;
-    // The read that finds nothing makes the socket emit errorOccurred, which has no handler here. What stands behind an
-    // error is left to the next readyRead: reading turns the signal on again.
+    bool isEmpty = false;
+    // A read from an empty socket emits errorOccurred, which has no handler here. Datagrams behind an ICMP error are
+    // read at the next readyRead: the failed read makes Qt emit the signal again.
     SrtlaEndpoint sender;
-    while (isRunning() && !foundNoMore && (taken == 0 || readsOn) && !isTimeOver()) {
+    while (isRunning() && !isEmpty && (taken == 0 || readsOn) && !isTimeOver()) {
         const qint64 size = clientSocket.readDatagram(bytes, maxUdpPayloadBytes, &sender.address, &sender.port);
         if (size < 0) {
-            foundNoMore = true;
+            isEmpty = true;
             break;
         }
         ++taken;
@@ -30,12 +30,12 @@ void SrtlaEngine::readClientDatagrams()
         receivedBytes += static_cast<quint64>(size);
         handleDatagram(QByteArray::fromRawData(bytes, size), sender);
         if (taken == 1 && readsOn && isRunning()) {
-            // Behind the first datagram there usually is none, and asking costs less than a read that fails: that makes
-            // Qt look up the translation of an error text. Behind the second there usually are more.
-            foundNoMore = !clientSocket.hasPendingDatagrams();
+            // A single datagram is the usual case. hasPendingDatagrams() costs less than a failed read, for which Qt
+            // translates an error text. After a second datagram there are usually more.
+            isEmpty = !clientSocket.hasPendingDatagrams();
         }
     }
-    arrivalRhythm.endTurn(taken, foundNoMore);
+    readAhead.endPass(taken, isEmpty);
     spareBuffer.giveBack(std::move(buffer));
 }
 
@@ -75,7 +75,7 @@ void SrtlaEngine::handleReg1(const QByteArray &datagram, const SrtlaEndpoint &se
         removeGroup(*registered, SrtlaTexts::reasonReRegistration());
     }
     if (!isRunning()) {
-        return; // a slot that heard of a removal stopped the engine
+        return; // stopped by a slot connected to logMessage
     }
 
     const QSharedPointer<SrtlaGroup> group = openGroup(senderId, sender);
@@ -85,7 +85,7 @@ void SrtlaEngine::handleReg1(const QByteArray &datagram, const SrtlaEndpoint &se
 
 void SrtlaEngine::handleReg2(const QByteArray &datagram, const SrtlaEndpoint &sender)
 {
-    // The local reference keeps the group while slots hear of the new link.
+    // The local reference keeps the group alive while logMessage is emitted.
     const QSharedPointer<SrtlaGroup> group = findGroup(groupIdOfReg2(datagram));
     if (!group) {
         sendToSender(makeTypeOnly(SRTLA_TYPE_REG_NGP), sender);
@@ -121,7 +121,7 @@ void SrtlaEngine::handlePathPacket(const QSharedPointer<SrtlaGroup> &group, Srtl
     if (kind == SenderDatagram::TooShort) {
         return;
     }
-    group->replyAddress = path.address; // the path's copy stays the same object from packet to packet
+    group->replyAddress = path.address; // shared with the path's copy: the assignment is cheap
     group->replyPort = path.port;
     group->hasReplyEndpoint = true;
 
@@ -134,13 +134,13 @@ void SrtlaEngine::handlePathPacket(const QSharedPointer<SrtlaGroup> &group, Srtl
             sendToSender(QByteArray::fromRawData(ack.data(), ack.size()), sender);
         }
     }
-    // Last, because slots run in it: neither the path nor, without its counted reference, the group need outlive it.
+    // Last, because it emits signals: a slot may remove the path and the group.
     forwardToSrt(group, datagram);
 }
 
 void SrtlaEngine::sendToSender(const QByteArray &datagram, const SrtlaEndpoint &endpoint)
 {
-    // A closed socket would open itself on a random port to send; that can come up when a slot stopped the engine.
+    // A closed socket would bind itself to a random port to send. A slot may have stopped the engine.
     if (isRunning()) {
         clientSocket.writeDatagram(datagram, endpoint.address, endpoint.port);
     }

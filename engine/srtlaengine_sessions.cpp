@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The sessions: the only file that changes the table of groups and its indexes. Time-outs and statistics go over them.
+// Groups and links, time-outs and statistics. No other file changes the table of groups and its indexes.
 #include "srtlaengine.h"
 
 #include "srtlagroup.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// A link, or a group without links, that has been silent for longer is gone.
+/// A link, or a group without links, that is silent for longer than this is removed.
 constexpr qint64 idleTimeoutMs = 8000;
 
 bool isStale(qint64 lastActivityMs, qint64 now)
@@ -21,12 +21,12 @@ bool isStale(qint64 lastActivityMs, qint64 now)
     return now - lastActivityMs > idleTimeoutMs;
 }
 
-/// Gives back the room of a table that has become far too wide, as after a flood: tables don't shrink by themselves.
+/// Releases the unused capacity of a table after a flood of registrations: QHash does not shrink by itself.
 template<typename Table> void squeezeIfSparse(Table &table)
 {
-    constexpr qsizetype roomWorthKeeping = 1024;
-    constexpr qsizetype sparse = 8; // times what is used
-    if (table.capacity() > roomWorthKeeping && table.capacity() / sparse > table.size()) {
+    constexpr qsizetype keptCapacity = 1024;
+    constexpr qsizetype sparseRatio = 8; // of capacity to size
+    if (table.capacity() > keptCapacity && table.capacity() / sparseRatio > table.size()) {
         table.squeeze();
     }
 }
@@ -44,20 +44,20 @@ QSharedPointer<SrtlaGroup> SrtlaEngine::openGroup(const QByteArray &senderId, co
     group->replyPort = sender.port;
     group->createdMs = nowMs();
     group->lastActivityMs = group->createdMs;
-    makeRoomForGroup();
+    reserveGroup();
     senderIndex.insert(sender, group->id);
     sessionIndex.insert(senderId, group->id);
     groups.insert(group->id, group);
     return group;
 }
 
-void SrtlaEngine::makeRoomForGroup()
+void SrtlaEngine::reserveGroup()
 {
-    // A full table doubles, which moves every entry. The three have equally many and would all double at the same
-    // registration; with different reserves each one does so at another.
-    const qsizetype wanted = groups.size() + 1;
-    senderIndex.reserve(wanted * 5 / 4);
-    sessionIndex.reserve(wanted * 3 / 2);
+    // A full table doubles and moves every entry. The tables have equally many entries and would double at the same
+    // registration; different reserves make each double at another one.
+    const qsizetype count = groups.size() + 1;
+    senderIndex.reserve(count * 5 / 4);
+    sessionIndex.reserve(count * 3 / 2);
 }
 
 QByteArray SrtlaEngine::makeGroupId(const QByteArray &senderId) const
@@ -71,7 +71,7 @@ QByteArray SrtlaEngine::makeGroupId(const QByteArray &senderId) const
 
 QByteArray SrtlaEngine::drawReceiverId() const
 {
-    // One locked call for all draws; of each 32-bit draw the lowest byte counts.
+    // One call for all draws, because the global generator takes a lock; the lowest byte of each 32-bit draw is used.
     std::array<quint32, groupIdBytes - senderIdBytes> draws{};
     QRandomGenerator::global()->fillRange(draws.data(), draws.size());
     QByteArray half;
@@ -111,8 +111,8 @@ QSharedPointer<SrtlaGroup> SrtlaEngine::groupForPath(const SrtlaEndpoint &endpoi
     if (indexed == pathIndex.constEnd()) {
         return {};
     }
-    // The index shares the bytes of its groups' ids: the same bytes in memory are the same id, and 256 of them need not
-    // be hashed.
+    // The index shares the data of the groups' ids (implicit sharing), so comparing the pointers avoids hashing 256
+    // bytes.
     if (!recentGroup || recentGroup->id.constData() != indexed->constData()) {
         recentGroup = findGroup(*indexed);
     }
@@ -121,7 +121,7 @@ QSharedPointer<SrtlaGroup> SrtlaEngine::groupForPath(const SrtlaEndpoint &endpoi
 
 void SrtlaEngine::removeGroup(const QByteArray &groupId, const QString &reason)
 {
-    // The reference keeps the group while slots hear of its end, and its id when the caller's lies in a table.
+    // The reference keeps the group alive while logMessage is emitted, and the id that \a groupId may refer to.
     const QSharedPointer<SrtlaGroup> group = findGroup(groupId);
     if (!group) {
         return;
@@ -173,14 +173,15 @@ void SrtlaEngine::dropAllGroups()
 void SrtlaEngine::cleanupSessions()
 {
     if (!removeSilentPaths(nowMs())) {
-        // The rest in the event loop's next turn: each removal is told, and a flood leaves thousands.
+        // The rest in the next event loop iteration: each removal emits a signal, and a flood leaves thousands of
+        // links.
         QMetaObject::invokeMethod(this, &SrtlaEngine::cleanupSessions, Qt::QueuedConnection);
         return;
     }
     if (!expiredGroups.isEmpty()) {
-        return; // the last tick's are still being removed
+        return; // those of the previous tick are still being removed
     }
-    const qint64 now = nowMs(); // anew: a slot may have started another session, whose clock begins at 0
+    const qint64 now = nowMs(); // read again: a slot may have started a new session, whose clock begins at 0
     for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
         if (group->paths.isEmpty() && isStale(group->lastActivityMs, now)) {
             expiredGroups.append(group->id);
@@ -197,7 +198,7 @@ void SrtlaEngine::removeExpiredGroups()
             QMetaObject::invokeMethod(this, &SrtlaEngine::removeExpiredGroups, Qt::QueuedConnection);
             return;
         }
-        // In an earlier turn's list a group may have got a link since.
+        // A link may have joined the group since it was listed.
         const QSharedPointer<SrtlaGroup> group = findGroup(expiredGroups.takeFirst());
         if (group && group->paths.isEmpty() && isStale(group->lastActivityMs, nowMs())) {
             removeGroup(group->id, SrtlaTexts::reasonTimeout());
@@ -212,7 +213,7 @@ void SrtlaEngine::removeExpiredGroups()
 bool SrtlaEngine::removeSilentPaths(qint64 now)
 {
     TurnLimit limit;
-    // A copy shares the table's contents; it costs something only if a slot changes the table during the walk.
+    // A shallow copy; it detaches only if a slot changes the table during the loop.
     const auto walked = groups;
     for (const QSharedPointer<SrtlaGroup> &group : walked) {
         QList<SrtlaEndpoint> expiredPaths;
@@ -223,7 +224,7 @@ bool SrtlaEngine::removeSilentPaths(qint64 now)
         }
         for (const SrtlaEndpoint &endpoint : std::as_const(expiredPaths)) {
             if (group->removed) {
-                break; // by a slot; its links may have joined another group since
+                break; // by a slot; its links may belong to another group now
             }
             if (limit.isOver([this] { return nowMs(); })) {
                 return false;
@@ -240,14 +241,14 @@ void SrtlaEngine::publishStatistics()
     const qint64 now = nowMs();
     const qint64 elapsedMs = qMax<qint64>(now - lastPublishedMs, 1);
     const quint64 delta = receivedBytes - lastPublishedBytes;
-    // Bits per byte and milliseconds per second above, the decimal mega below the line.
+    // 8 bits per byte, 1000 ms per second, 10^6 bits per megabit.
     const double megabitsPerSecond =
         static_cast<double>(delta) * 8.0 * 1000.0 / (static_cast<double>(elapsedMs) * 1000000.0);
     int paths = 0;
     for (const QSharedPointer<SrtlaGroup> &group : std::as_const(groups)) {
         paths += static_cast<int>(group->paths.size());
     }
-    // Before the signal: a slot that starts anew sets them, too.
+    // Before the signal, because a slot that calls start resets these.
     lastPublishedBytes = receivedBytes;
     lastPublishedMs = now;
     Q_EMIT statisticsChanged(static_cast<int>(groups.size()), paths, megabitsPerSecond, receivedPackets, receivedBytes);

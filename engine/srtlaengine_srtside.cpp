@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A group's traffic with the SRT listener, in both directions.
+// Traffic between a group and the SRT listener, in both directions.
 #include "srtlaengine.h"
 
 #include "srtlagroup.h"
@@ -14,8 +14,8 @@
 
 namespace {
 
-/// How long replies may wait for a signal that may never come, far below what a sender waits for an answer.
-constexpr qint64 lookAgainMs = 20;
+/// Interval of reads without readyRead where that signal may be lost; far below the time-outs of SRT.
+constexpr qint64 replyPollIntervalMs = 20;
 
 } // namespace
 
@@ -37,7 +37,7 @@ void SrtlaEngine::ensureSrtSocket(SrtlaGroup &group)
     SrtSocket *const socket = group.srtSocket.get();
     socket->groupId = group.id;
     socket->setProxy(QNetworkProxy::NoProxy);
-    // The handlers know the id, not the group: one that is gone by then is simply not found.
+    // The handlers hold the id, not the group, which may have been removed by then.
     connect(socket, &QIODevice::readyRead, this, [this, groupId = group.id] { readSrtDatagrams(groupId); });
     connect(socket, &QAbstractSocket::errorOccurred, this,
             [this, groupId = group.id] { reportSrtSocketError(groupId); });
@@ -49,10 +49,10 @@ void SrtlaEngine::ensureSrtSocket(SrtlaGroup &group)
 void SrtlaEngine::forwardToSrt(const QSharedPointer<SrtlaGroup> &group, const QByteArray &datagram)
 {
     ensureSrtSocket(*group);
-    // Closed when a slot that heard of the new socket stopped the engine.
+    // The socket is closed when a slot connected to logMessage stopped the engine.
     if (group->srtSocket && group->srtSocket->isOpen()) {
         group->srtSocket->write(datagram);
-        if (!signalsOutliveErrors() && nowMs() - group->srtSocket->lastReadMs >= lookAgainMs) {
+        if (!readyReadSurvivesIcmpError() && nowMs() - group->srtSocket->lastReadMs >= replyPollIntervalMs) {
             readSrtDatagrams(group->id);
         }
     }
@@ -60,7 +60,7 @@ void SrtlaEngine::forwardToSrt(const QSharedPointer<SrtlaGroup> &group, const QB
 
 void SrtlaEngine::readSrtDatagrams(const QByteArray &groupId)
 {
-    // The reference keeps the socket whose signal this is, should a slot have the group removed.
+    // The reference keeps the emitting socket alive if a slot removes the group.
     QSharedPointer<SrtlaGroup> group = findGroup(groupId);
     if (!group || !group->srtSocket) {
         return;
@@ -106,6 +106,6 @@ void SrtlaEngine::releaseAfterHandler(QSharedPointer<SrtlaGroup> group)
     if (!group->removed) {
         return; // the table still holds it
     }
-    // A socket must not be destroyed below its own signal: the event loop lets go of the group once that has returned.
+    // A socket must not be destroyed inside its own signal: the last reference is released in the event loop.
     QMetaObject::invokeMethod(this, [group = std::move(group)] {}, Qt::QueuedConnection);
 }

@@ -20,7 +20,7 @@ public:
     ~SrtSocket() override;
 
     QByteArray groupId;
-    /// When the engine last looked for datagrams, by its clock.
+    /// Time of the last read, in milliseconds of the engine's clock.
     qint64 lastReadMs = 0;
 };
 
@@ -41,23 +41,23 @@ struct SrtlaGroup
 {
     /// The sender's 128 bytes and the receiver's 128 random ones.
     QByteArray id;
-    /// The sender's bytes alone: two groups with the same ones come from the same sender.
+    /// The sender's half of the id: groups with the same half belong to the same sender.
     QByteArray senderId;
     /// The endpoint that sent the REG1.
     QHostAddress registeredAddress;
     quint16 registeredPort = 0;
     QHash<SrtlaEndpoint, SrtlaPath> paths;
-    /// Where the listener's packets other than ACKs go.
+    /// Destination of the listener's packets other than ACKs.
     QHostAddress replyAddress;
     quint16 replyPort = 0;
-    /// False until a link has delivered the first SRT packet; until then there is nobody to reply to.
+    /// False until the first SRT packet has arrived; until then only SRT ACKs are sent to the links.
     bool hasReplyEndpoint = false;
     qint64 createdMs = 0;
     qint64 lastActivityMs = 0;
-    /// Null until the first packet has to be forwarded.
+    /// Null until the first packet is forwarded.
     std::unique_ptr<SrtlaEngine::SrtSocket> srtSocket;
-    /// Set when its packets have been dropped because no socket might be opened; told once.
+    /// Packets were dropped because no socket was available; logged once.
     bool lackedSocket = false;
-    /// Set when its removal begins; the table holds the group until slots have heard of it.
+    /// The removal has begun; the group stays in the table until the signal about it has been emitted.
     bool removed = false;
 };

@@ -8,7 +8,7 @@ namespace {
 constexpr quint32 srtControlFlag = 0x80000000U;
 constexpr qsizetype firstWordBytes = 4;
 constexpr qsizetype sequenceBytes = 4;
-/// Enough to tell sessions apart in a log; all of them the sender's own bytes.
+/// Enough to distinguish sessions in a log; all of them are the sender's.
 constexpr qsizetype shownIdBytes = 6;
 
 } // namespace

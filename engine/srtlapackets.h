@@ -8,8 +8,8 @@
 #include <array>
 #include <span>
 
-// The datagrams that SRTLA senders, this receiver and the SRT listener exchange, as functions over bytes: no socket and
-// no clock. All multi-byte fields are big-endian.
+// Formats of the datagrams between SRTLA senders, this receiver and the SRT listener, as pure functions over bytes. All
+// multi-byte fields are big-endian.
 
 /// Type words: the first two bytes of a datagram.
 inline constexpr quint16 SRTLA_TYPE_KEEPALIVE = 0x9000;
@@ -28,24 +28,24 @@ inline constexpr qsizetype groupIdBytes = 256;
 inline constexpr qsizetype senderIdBytes = 128;
 /// REG1 and REG2: the type word and a group id.
 inline constexpr qsizetype registrationBytes = typeWordBytes + groupIdBytes;
-/// Every SRT packet starts with a header of this size; anything shorter cannot be SRT.
+/// Size of the header of every SRT packet; a shorter datagram is no SRT packet.
 inline constexpr qsizetype srtHeaderBytes = 16;
-/// The largest datagram taken from a sender: what fits an Ethernet frame.
+/// The largest datagram accepted from a sender: the payload of an Ethernet frame.
 inline constexpr qsizetype maxSenderDatagramBytes = 1500;
 /// An SRTLA ACK always carries exactly this many sequence numbers.
 inline constexpr qsizetype sequencesPerAck = 10;
 /// Type word, two zero bytes, the sequence numbers.
 inline constexpr qsizetype ackBytes = 4 + sequencesPerAck * 4;
 
-/// What a sender's datagram is. All but the registrations mean something only when they come from a registered link.
+/// Kind of a sender's datagram. All but the registrations are dropped unless they come from a registered link.
 enum class SenderDatagram {
     Unusable,   ///< empty or longer than maxSenderDatagramBytes
     Reg1,       ///< opens a session; exactly registrationBytes long
     Reg2,       ///< registers a link; exactly registrationBytes long
-    Keepalive,  ///< goes back to the link as it is; any length
+    Keepalive,  ///< sent back to the link unchanged; any length
     TooShort,   ///< shorter than an SRT header
     SrtData,    ///< carries a sequence number to acknowledge
-    SrtControl, ///< anything else that is long enough, unknown SRTLA types included
+    SrtControl, ///< any other datagram of sufficient length, including unknown SRTLA types
 };
 
 /// The first two bytes of \a datagram as a number; 0 when it is shorter than 2 bytes.
@@ -57,7 +57,7 @@ enum class SenderDatagram {
 /// Classifies a sender's datagram by its size and first word.
 [[nodiscard]] SenderDatagram classifySenderDatagram(QByteArrayView datagram) noexcept;
 
-/// Whether \a datagram, from the SRT listener, is an SRT ACK: told by the type word alone, whatever the length.
+/// Whether \a datagram, from the SRT listener, is an SRT ACK: decided by the type word alone, for any length.
 [[nodiscard]] bool isSrtAck(QByteArrayView datagram) noexcept;
 
 /// The 31-bit packet sequence number of an SRT data packet (at least 4 bytes).
@@ -72,11 +72,11 @@ enum class SenderDatagram {
 /// A REG2 that carries \a groupId (256 bytes): 258 bytes.
 [[nodiscard]] QByteArray makeReg2(QByteArrayView groupId);
 
-/// A datagram of the type word alone (REG3, REG_ERR, REG_NGP): 2 bytes.
+/// A datagram that consists of the type word (REG3, REG_ERR, REG_NGP): 2 bytes.
 [[nodiscard]] QByteArray makeTypeOnly(quint16 type);
 
 /// An SRTLA ACK of ten sequence numbers in the given order: 44 bytes.
 [[nodiscard]] std::array<char, ackBytes> makeAck(std::span<const quint32, sequencesPerAck> sequences) noexcept;
 
-/// How log texts name a group: the first 6 id bytes as 12 lower-case hexadecimal digits.
+/// A group's name in log texts: the first 6 id bytes as 12 lower-case hexadecimal digits.
 [[nodiscard]] QString shortGroupId(QByteArrayView groupId);

@@ -4,8 +4,7 @@
 #include "srtlaengine.h"
 #include "srtlapackets.h"
 
-// All placeholders of a text are filled in one call of arg, so that a "%1" inside a system's error text stays what it
-// is.
+// All placeholders of a text are filled in one call of arg, so that a "%1" in an error text is not replaced.
 
 namespace SrtlaTexts {
 

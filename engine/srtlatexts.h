@@ -5,8 +5,8 @@
 #include <QHostAddress>
 #include <QString>
 
-/// Every text that the engine shows, each passed through the translation of the context "SrtlaEngine". Ports are plain
-/// decimal numbers, addresses as QHostAddress::toString gives them, groups as shortGroupId does.
+/// All texts of the engine, translated in the context "SrtlaEngine". Ports are plain decimal numbers, addresses are
+/// formatted by QHostAddress::toString, groups by shortGroupId.
 namespace SrtlaTexts {
 
 // Status
@@ -23,11 +23,11 @@ namespace SrtlaTexts {
 [[nodiscard]] QString srtSocketCreated(const QByteArray &groupId, const QHostAddress &targetAddress,
                                        quint16 targetPort);
 [[nodiscard]] QString srtSocketError(const QByteArray &groupId, const QString &socketError);
-/// The socketError of srtSocketError when the process has no file descriptor left for a group's socket.
+/// The socketError for srtSocketError when no file descriptor is available for a group's socket.
 [[nodiscard]] QString noSocketLeft();
 [[nodiscard]] QString groupRemoved(const QByteArray &groupId, const QString &reason);
 
-// Why a group was removed
+// Reasons for the removal of a group
 [[nodiscard]] QString reasonTimeout();
 [[nodiscard]] QString reasonStopped();
 [[nodiscard]] QString reasonNewSession();

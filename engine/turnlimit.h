@@ -5,20 +5,20 @@
 
 #include <optional>
 
-/// Bounds what the engine does in one turn of the event loop: the thread also serves a user interface. What is left
-/// waits for the next turn.
+/// Limits the time that the engine spends in one event loop iteration: the thread also serves the user interface. The
+/// remaining work is done in the next iteration.
 class TurnLimit
 {
 public:
-    /// Two of these fit between two pictures of a display with 50 Hz.
+    /// Half of the frame time of a display with 50 Hz.
     static constexpr qint64 longestTurnMs = 10;
 
-    /// To be called before each step. \a nowMs is called at every 16th step only, and time counts from the first of
-    /// these: an ordinary turn need not look at the clock, and every turn gets somewhere.
+    /// Call before each step. Reads the clock \a nowMs at every 16th step only, and measures from the first of these:
+    /// an ordinary iteration never reads the clock, and each iteration makes progress.
     template<typename Clock> [[nodiscard]] bool isOver(const Clock &nowMs)
     {
-        constexpr int stepsBetweenLooks = 16;
-        if (++steps % stepsBetweenLooks != 0) {
+        constexpr int stepsPerClockRead = 16;
+        if (++steps % stepsPerClockRead != 0) {
             return false;
         }
         const qint64 now = nowMs();

@@ -6,12 +6,12 @@
 
 bool bindExclusively(QUdpSocket &socket, quint16 port)
 {
-    // Without the reuse hint Qt leaves SO_REUSEADDR off. Linux shares a UDP port only among sockets that all have it
-    // on, or all have SO_REUSEPORT on (socket(7)), so the port is this socket's alone.
+    // Without the reuse hint Qt does not set SO_REUSEADDR. Linux shares a UDP port only among sockets that all have
+    // SO_REUSEADDR or all have SO_REUSEPORT (socket(7)), so the bind is exclusive.
     return socket.bind(QHostAddress::AnyIPv4, port, QAbstractSocket::DontShareAddress);
 }
 
-bool signalsOutliveErrors()
+bool readyReadSurvivesIcmpError()
 {
     return true;
 }

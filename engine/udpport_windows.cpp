@@ -5,13 +5,13 @@
 #include <QUdpSocket>
 
 #include <winsock2.h>
-// After the one that it builds on.
+// mstcpip.h needs the headers above.
 #include <mswsock.h>
 
 namespace {
 
-// A datagram to a link that has gone brings an ICMP error back, which Windows otherwise reports to whoever reads the
-// socket next: one link's end would hold up the datagrams of all others. Where the system refuses, that stays so.
+// A datagram to a closed link causes an ICMP error, which Windows reports at the socket's next read by default. Reading
+// the datagrams of the other links would be delayed. A failure of the call has no further effect.
 void ignoreUnreachableLinks(QUdpSocket &socket)
 {
     BOOL reported = FALSE;
@@ -24,9 +24,8 @@ void ignoreUnreachableLinks(QUdpSocket &socket)
 
 bool bindExclusively(QUdpSocket &socket, quint16 port)
 {
-    // Without the reuse hint Qt sets SO_EXCLUSIVEADDRUSE, the one option that Windows honours against sockets with
-    // SO_REUSEADDR, whether they were there before or come later. With the hint Qt would set SO_REUSEADDR as well, and
-    // anybody could take the port over.
+    // Without the reuse hint Qt sets SO_EXCLUSIVEADDRUSE, which protects the port against earlier and later sockets
+    // with SO_REUSEADDR. With the hint Qt would also set SO_REUSEADDR, and any program could take the port over.
     if (!socket.bind(QHostAddress::AnyIPv4, port, QAbstractSocket::DontShareAddress)) {
         return false;
     }
@@ -34,9 +33,9 @@ bool bindExclusively(QUdpSocket &socket, quint16 port)
     return true;
 }
 
-bool signalsOutliveErrors()
+bool readyReadSurvivesIcmpError()
 {
-    // Wine reports the error as FD_CLOSE, and nothing on that socket after it; the datagrams can be read all the same.
-    // Nobody has watched Windows itself yet.
+    // Wine reports the error as FD_CLOSE and no event after it, although the datagrams can be read. Untested on
+    // Windows.
     return false;
 }

@@ -7,12 +7,12 @@
 
 #include <utility>
 
-/// The largest payload of a UDP datagram: 65535 bytes less the UDP header. That is IPv6's; IPv4 has 20 bytes less, for
-/// its own header. Reading with it never cuts a datagram.
+/// The largest payload of a UDP datagram: 65535 bytes minus the UDP header (RFC 768), over IPv6; over IPv4 it is 20
+/// bytes less. A buffer of this size never truncates a datagram.
 inline constexpr qint64 maxUdpPayloadBytes = 65527;
 
-/// Keeps room for one datagram of maxUdpPayloadBytes for the next reader. A reader that is called by an event loop
-/// inside another reader's handler finds none here and gets one of its own.
+/// Holds one buffer of maxUdpPayloadBytes for reuse. A reader that runs in a nested event loop inside another reader's
+/// handler gets a buffer of its own.
 class SpareBuffer
 {
 public:
@@ -26,43 +26,43 @@ private:
     QByteArray spare;
 };
 
-/// Tells a reader whether to look for a second datagram after the first. At a stream's ordinary rate datagrams come one
-/// at a time, and the look costs one of five system calls. So after a turn that found one datagram and nothing behind
-/// it, the next one reads a single datagram; the one after that looks again, so that nothing piles up however slowly
-/// the event loop comes back.
-class ArrivalRhythm
+/// Decides whether a reader tries to read a second datagram after the first. At a stream's usual rate datagrams arrive
+/// one at a time, and the failing second read is one of five system calls per datagram. So after a pass that found a
+/// single datagram the next pass reads one datagram only; the pass after that reads until the socket is empty, so that
+/// datagrams do not accumulate.
+class ReadAhead
 {
 public:
-    /// To be called when a turn of reading begins; whether it is to read until nothing is pending.
-    [[nodiscard]] bool beginTurn() { return !std::exchange(expectsOne, false); }
-    /// To be called when it ends, with the number of datagrams that it has brought and whether it found nothing more.
-    void endTurn(int datagrams, bool foundNoMore) { expectsOne = datagrams == 1 && foundNoMore; }
+    /// Call at the start of a pass. Whether to read until nothing is pending.
+    [[nodiscard]] bool beginPass() { return !std::exchange(expectsOne, false); }
+    /// Call at the end of a pass, with the number of datagrams read and whether a read found none pending.
+    void endPass(int datagrams, bool isEmpty) { expectsOne = datagrams == 1 && isEmpty; }
 
 private:
     bool expectsOne = false;
 };
 
-/// Takes pending datagrams, empty ones included, off \a socket into \a buffer and gives each to \a handle as bytes that
-/// are valid during the call. Ends when none is pending or \a isTimeOver, asked before each one, says so. The handler
-/// may close the socket. Connected to readyRead, this keeps the signal coming whatever the system reports in between.
+/// Reads pending datagrams, including empty ones, from \a socket into \a buffer and calls \a handle with each as bytes
+/// that are valid during the call. Ends when none is pending or \a isTimeOver, called before each read, returns true.
+/// The handler may close the socket. Connected to readyRead, the signal is emitted again even after ICMP errors.
 template<typename IsTimeOver, typename Handler>
 void drainDatagrams(QUdpSocket &socket, char *buffer, const IsTimeOver &isTimeOver, const Handler &handle)
 {
     const auto read = [&socket, buffer, &handle] {
         const qint64 size = socket.readDatagram(buffer, maxUdpPayloadBytes);
-        if (size >= 0) { // an ICMP error that a former packet caused is no datagram
+        if (size >= 0) { // negative: an ICMP error caused by an earlier packet
             handle(QByteArray::fromRawData(buffer, size));
         }
     };
     bool triedToRead = false;
-    // A closed socket warns when it is asked.
+    // hasPendingDatagrams prints a warning for a closed socket.
     while (socket.state() != QAbstractSocket::UnconnectedState && !isTimeOver() && socket.hasPendingDatagrams()) {
         triedToRead = true;
         read();
     }
     if (!triedToRead && socket.state() != QAbstractSocket::UnconnectedState) {
-        // Asking for pending datagrams can itself take a pending ICMP error off the socket and then find none. Qt would
-        // wait for a read before it signals again, so read, silently: finding nothing is no error worth telling.
+        // hasPendingDatagrams can consume a pending ICMP error and return false. Qt emits readyRead again only after a
+        // read, so read once, without the errorOccurred signal for an empty socket.
         const qint64 size = [&socket, buffer] {
             const QSignalBlocker silent(socket);
             return socket.readDatagram(buffer, maxUdpPayloadBytes);

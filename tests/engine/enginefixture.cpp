@@ -114,7 +114,7 @@ void Peer::send(const QByteArray &datagram, quint16 port)
 QByteArray Peer::receive()
 {
     lastSenderPort = 0;
-    if (!QTest::qWaitFor([this] { return socket.hasPendingDatagrams(); }, ampleMs)) {
+    if (!QTest::qWaitFor([this] { return socket.hasPendingDatagrams(); }, waitMs)) {
         return {};
     }
     const QNetworkDatagram received = socket.receiveDatagram();
@@ -124,12 +124,12 @@ QByteArray Peer::receive()
 
 SrtlaEndpoint remoteLink(quint16 port)
 {
-    return {QHostAddress(u"192.0.2.7"_s), port}; // set apart for documentation
+    return {QHostAddress(u"192.0.2.7"_s), port}; // TEST-NET-1 (RFC 5737)
 }
 
 EngineFixture::EngineFixture(Timers timers)
 {
-    // Port 0 lets the system choose; the probe tells which.
+    // Port 0 lets the system choose.
     if (!engine.start(0, QHostAddress(QHostAddress::LocalHost), listener.socket.localPort())) {
         qFatal("the engine does not start: %s", qPrintable(record.all.join(u'\n')));
     }
@@ -141,7 +141,7 @@ EngineFixture::EngineFixture(Timers timers)
     record.logLines.clear();
 }
 
-QByteArray EngineFixture::ask(Peer &link, const QByteArray &datagram) const
+QByteArray EngineFixture::exchange(Peer &link, const QByteArray &datagram) const
 {
     send(link, datagram);
     return link.receive();
@@ -149,7 +149,7 @@ QByteArray EngineFixture::ask(Peer &link, const QByteArray &datagram) const
 
 QByteArray EngineFixture::openGroup(Peer &link, char seed) const
 {
-    const QByteArray answer = ask(link, reg1(idProposal(seed)));
+    const QByteArray answer = exchange(link, reg1(idProposal(seed)));
     return answer.size() == 258 && answer.startsWith(QByteArray::fromHex("9201")) ? answer.sliced(2) : QByteArray();
 }
 
@@ -161,7 +161,7 @@ QByteArray EngineFixture::openGroup(const SrtlaEndpoint &link, char seed) const
 
 bool EngineFixture::join(Peer &link, const QByteArray &groupId) const
 {
-    return ask(link, reg2(groupId)) == reg3;
+    return exchange(link, reg2(groupId)) == reg3;
 }
 
 QByteArray EngineFixture::connectLinks(std::initializer_list<Peer *> links) const
@@ -171,18 +171,18 @@ QByteArray EngineFixture::connectLinks(std::initializer_list<Peer *> links) cons
     return joined ? id : QByteArray();
 }
 
-quint16 EngineFixture::carryHandshake(Peer &link)
+quint16 EngineFixture::forwardHandshake(Peer &link)
 {
     send(link, srtHandshake());
     return listener.receive() == srtHandshake() ? listener.lastSenderPort : quint16{0};
 }
 
-bool EngineFixture::nothingAnswered(Peer &link) const
+bool EngineFixture::receivesNothing(Peer &link) const
 {
-    return ask(link, reg2(QByteArray(256, '\xff'))) == regNgp;
+    return exchange(link, reg2(QByteArray(256, '\xff'))) == regNgp;
 }
 
-bool EngineFixture::nothingForwarded(Peer &link)
+bool EngineFixture::forwardsNothing(Peer &link)
 {
     const QByteArray known = typed(0x8001, 40);
     send(link, known);

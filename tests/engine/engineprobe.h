@@ -4,7 +4,7 @@
 #include "srtlaengine.h"
 #include "srtlagroup.h"
 
-/// A test's view of an engine's tables and of the slots that its timers call.
+/// Access to an engine's tables and private slots.
 struct EngineProbe
 {
     SrtlaEngine &engine;
@@ -25,7 +25,7 @@ struct EngineProbe
     qint64 lastPublishedMs() const { return engine.lastPublishedMs; }
 
     void readClientDatagrams() const { engine.readClientDatagrams(); }
-    /// As the event loop does while datagrams are pending.
+    /// Reads until no datagram is pending, as the event loop does.
     void readPendingDatagrams() const
     {
         do {
@@ -41,9 +41,9 @@ struct EngineProbe
     }
     void removeGroup(const QByteArray &id, const QString &reason) const { engine.removeGroup(id, reason); }
 
-    /// The group with the given id, or none.
+    /// The group with the given id, or null.
     SrtlaGroup *group(const QByteArray &id) const { return engine.groups.value(id).get(); }
-    /// The link with the given endpoint, or none.
+    /// The link with the given endpoint, or null.
     SrtlaPath *path(const QByteArray &id, const SrtlaEndpoint &endpoint) const
     {
         SrtlaGroup *const owner = group(id);

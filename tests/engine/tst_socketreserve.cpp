@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The file descriptors that the engine leaves to its host.
+// The reserve of file descriptors for the host process.
 #include "socketreserve.h"
 
 #include "enginefixture.h"
@@ -18,13 +18,13 @@ class TestSocketReserve : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void roomLeavesTheReserve_data();
-    void roomLeavesTheReserve();
+    void roomExcludesTheReserve_data();
+    void roomExcludesTheReserve();
     void descriptorsAreCounted();
-    void groupsWithoutRoomDropPacketsUntilThereIsSome();
+    void groupsWithoutDescriptorsDropPackets();
 };
 
-void TestSocketReserve::roomLeavesTheReserve_data()
+void TestSocketReserve::roomExcludesTheReserve_data()
 {
     QTest::addColumn<qint64>("limit");
     QTest::addColumn<qint64>("open");
@@ -36,7 +36,7 @@ void TestSocketReserve::roomLeavesTheReserve_data()
     QTest::newRow("less than nothing") << qint64{1024} << qint64{1000} << qint64{-232};
 }
 
-void TestSocketReserve::roomLeavesTheReserve()
+void TestSocketReserve::roomExcludesTheReserve()
 {
     QFETCH(qint64, limit);
     QFETCH(qint64, open);
@@ -57,7 +57,7 @@ void TestSocketReserve::descriptorsAreCounted()
     QCOMPARE(after->limit, before->limit);
 }
 
-void TestSocketReserve::groupsWithoutRoomDropPacketsUntilThereIsSome()
+void TestSocketReserve::groupsWithoutDescriptorsDropPackets()
 {
     constexpr int groups = 60;
     constexpr qint64 room = 20;
@@ -68,7 +68,7 @@ void TestSocketReserve::groupsWithoutRoomDropPacketsUntilThereIsSome()
     const auto restore = qScopeGuard([&former] { setrlimit(RLIMIT_NOFILE, &former); });
     const qint64 open = descriptorUse()->open;
     rlimit low = former;
-    low.rlim_cur = static_cast<rlim_t>((open + room) * 4 / 3); // of which a quarter is kept
+    low.rlim_cur = static_cast<rlim_t>((open + room) * 4 / 3); // a quarter of it is reserved
     QCOMPARE(setrlimit(RLIMIT_NOFILE, &low), 0);
     QList<QByteArray> ids;
     for (int i = 0; i < groups; ++i) {
@@ -79,17 +79,17 @@ void TestSocketReserve::groupsWithoutRoomDropPacketsUntilThereIsSome()
         fixture.probe.handleDatagram(srtData(2), link);
     }
     const auto hasSocket = [&](const QByteArray &id) { return fixture.probe.group(id)->srtSocket != nullptr; };
-    // About as many as there was room for: a library's thread may open or close something meanwhile.
+    // Approximately the available number: threads of libraries may open and close descriptors.
     const qint64 granted = std::ranges::count_if(ids, hasSocket);
     QCOMPARE_GT(granted, room / 2);
     QCOMPARE_LE(granted, room + 1);
-    // One line for each group that has none, none for its second packet.
+    // One log line for each group without a socket, none for its second packet.
     const QStringList refused = fixture.record.logLines.filter(u": zu viele offene Dateien, Pakete werden verworfen"_s);
     QCOMPARE(refused.size(), groups - granted);
     QCOMPARE(QSet<QString>(refused.begin(), refused.end()).size(), refused.size());
     QVERIFY(refused.first().startsWith(u"SRT | Gruppe "_s));
 
-    // A group's end makes room for another one, noticed at the next count.
+    // A removed group frees a descriptor, which is noticed at the next count.
     fixture.probe.removeGroup(ids.first(), u"test"_s);
     fixture.engine.setMs = 100;
     const SrtlaEndpoint last = {QHostAddress(u"127.0.0.7"_s), 20000 + groups - 1};

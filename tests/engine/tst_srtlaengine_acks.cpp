@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Which SRT packets are acknowledged to the link that delivered them, and when.
+// SRTLA ACKs for SRT data packets.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -13,10 +13,10 @@ class TestSrtlaEngineAcks : public QObject
 private Q_SLOTS:
     void tenDataPacketsMakeOneAckInArrivalOrder();
     void nineDataPacketsMakeNone();
-    void batchesArePerLink();
+    void eachLinkHasItsOwnBatch();
     void onlyTheLinkThatDeliveredIsAcknowledged();
     void theAckIsSentBeforeTheTenthPacketIsForwarded();
-    void theExtremesOfTheSequenceNumbersAreAcknowledged();
+    void lowestAndHighestSequenceNumbersAreAcknowledged();
     void duplicatesAreAcknowledgedTwice();
     void controlPacketsAreForwardedAndNotAcknowledged();
     void anSrtPacketMovesTheReplyEndpoint();
@@ -44,10 +44,10 @@ void TestSrtlaEngineAcks::tenDataPacketsMakeOneAckInArrivalOrder()
     deliver(fixture, link, sequences);
     QCOMPARE(link.receive(), srtlaAck(sequences));
     QCOMPARE(link.lastSenderPort, fixture.port());
-    QVERIFY(fixture.nothingAnswered(link)); // exactly one
+    QVERIFY(fixture.receivesNothing(link)); // exactly one
     QVERIFY(fixture.probe.path(id, link.endpoint())->pendingAcks.isEmpty());
 
-    // The list starts anew.
+    // The list was cleared.
     const QList<quint32> more{11, 12, 13, 14, 15, 16, 17, 18, 19, 20};
     deliver(fixture, link, more);
     QCOMPARE(link.receive(), srtlaAck(more));
@@ -61,11 +61,11 @@ void TestSrtlaEngineAcks::nineDataPacketsMakeNone()
     QVERIFY(fixture.join(link, id));
     const QList<quint32> sequences{1, 2, 3, 4, 5, 6, 7, 8, 9};
     deliver(fixture, link, sequences);
-    QVERIFY(fixture.nothingAnswered(link));
+    QVERIFY(fixture.receivesNothing(link));
     QCOMPARE(fixture.probe.path(id, link.endpoint())->pendingAcks, sequences);
 }
 
-void TestSrtlaEngineAcks::batchesArePerLink()
+void TestSrtlaEngineAcks::eachLinkHasItsOwnBatch()
 {
     EngineFixture fixture;
     Peer first;
@@ -76,18 +76,18 @@ void TestSrtlaEngineAcks::batchesArePerLink()
         deliver(fixture, first, {sequence});
         deliver(fixture, second, {sequence + 1});
     }
-    QVERIFY(fixture.nothingAnswered(first));
-    QVERIFY(fixture.nothingAnswered(second));
-    // Each link's batch is full when it has delivered ten itself.
+    QVERIFY(fixture.receivesNothing(first));
+    QVERIFY(fixture.receivesNothing(second));
+    // Each link is acknowledged for its own ten packets.
     deliver(fixture, first, {20, 21, 22, 23, 24});
     QCOMPARE(first.receive(), srtlaAck({0, 2, 4, 6, 8, 20, 21, 22, 23, 24}));
-    QVERIFY(fixture.nothingAnswered(second));
+    QVERIFY(fixture.receivesNothing(second));
 }
 
 void TestSrtlaEngineAcks::onlyTheLinkThatDeliveredIsAcknowledged()
 {
     EngineFixture fixture;
-    Peer owner; // opened the group, and no link of it
+    Peer owner; // opened the group without being a link of it
     Peer first;
     Peer second;
     Peer third;
@@ -97,13 +97,13 @@ void TestSrtlaEngineAcks::onlyTheLinkThatDeliveredIsAcknowledged()
     }
     const QList<quint32> sequences{1, 2, 3, 4, 5, 6, 7, 8, 9};
     deliver(fixture, second, sequences);
-    // The other links carry packets in between, and each of them was the group's latest.
+    // The other links deliver packets in between.
     deliver(fixture, third, {100});
     deliver(fixture, first, {200});
     deliver(fixture, second, {10});
     QCOMPARE(second.receive(), srtlaAck(sequences + QList<quint32>{10}));
     for (Peer *other : {&owner, &first, &third}) {
-        QVERIFY(fixture.nothingAnswered(*other));
+        QVERIFY(fixture.receivesNothing(*other));
     }
 }
 
@@ -122,7 +122,7 @@ void TestSrtlaEngineAcks::theAckIsSentBeforeTheTenthPacketIsForwarded()
     QCOMPARE(sent, (QStringList{u"ACK"_s, u"packet"_s}));
 }
 
-void TestSrtlaEngineAcks::theExtremesOfTheSequenceNumbersAreAcknowledged()
+void TestSrtlaEngineAcks::lowestAndHighestSequenceNumbersAreAcknowledged()
 {
     EngineFixture fixture;
     Peer link;
@@ -149,9 +149,9 @@ void TestSrtlaEngineAcks::controlPacketsAreForwardedAndNotAcknowledged()
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
     for (int i = 0; i < 20; ++i) {
-        QVERIFY(fixture.carryHandshake(link) != 0);
+        QVERIFY(fixture.forwardHandshake(link) != 0);
     }
-    QVERIFY(fixture.nothingAnswered(link));
+    QVERIFY(fixture.receivesNothing(link));
     QVERIFY(fixture.probe.path(id, link.endpoint())->pendingAcks.isEmpty());
     QCOMPARE(fixture.probe.path(id, link.endpoint())->packets, 20U);
 }
@@ -164,7 +164,7 @@ void TestSrtlaEngineAcks::anSrtPacketMovesTheReplyEndpoint()
     const QByteArray id = fixture.connectLinks({&first, &second});
     QVERIFY(!id.isEmpty());
     const SrtlaGroup *const group = fixture.probe.group(id);
-    QVERIFY(fixture.carryHandshake(first) != 0);
+    QVERIFY(fixture.forwardHandshake(first) != 0);
     QVERIFY(group->hasReplyEndpoint);
     QCOMPARE(group->replyAddress, first.endpoint().address);
     QCOMPARE(group->replyPort, first.endpoint().port);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What arrives from senders beside registrations: keepalives, SRT packets and what has to be dropped.
+// Datagrams from senders other than registrations: keepalives, SRT packets, dropped datagrams.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -11,18 +11,18 @@ class TestSrtlaEngineClientDatagrams : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void keepalivesComeBackAsTheyAre_data();
-    void keepalivesComeBackAsTheyAre();
-    void aKeepaliveIsBookedButDoesNotMoveTheReplyEndpoint();
-    void aKeepaliveFromAnEndpointThatOnlySentReg1GetsNoAnswer();
+    void keepalivesAreEchoed_data();
+    void keepalivesAreEchoed();
+    void keepalivesAreCountedAndKeepTheReplyEndpoint();
+    void keepaliveFromAnEndpointWithoutReg2IsNotEchoed();
     void fifteenBytesAreNeitherForwardedNorAnswered();
     void sizeLimits_data();
     void sizeLimits();
     void unknownTypesOfALinkAreForwarded();
-    void strangersAreCountedAndOtherwiseIgnored();
+    void datagramsOfUnregisteredEndpointsAreCountedAndDropped();
 };
 
-void TestSrtlaEngineClientDatagrams::keepalivesComeBackAsTheyAre_data()
+void TestSrtlaEngineClientDatagrams::keepalivesAreEchoed_data()
 {
     QTest::addColumn<int>("size");
     for (const int size : {2, 10, 16, 1500}) {
@@ -30,18 +30,18 @@ void TestSrtlaEngineClientDatagrams::keepalivesComeBackAsTheyAre_data()
     }
 }
 
-void TestSrtlaEngineClientDatagrams::keepalivesComeBackAsTheyAre()
+void TestSrtlaEngineClientDatagrams::keepalivesAreEchoed()
 {
     QFETCH(int, size);
     EngineFixture fixture;
     Peer link;
     QVERIFY(fixture.join(link, fixture.openGroup(link)));
-    QCOMPARE(fixture.ask(link, typed(0x9000, size)), typed(0x9000, size));
+    QCOMPARE(fixture.exchange(link, typed(0x9000, size)), typed(0x9000, size));
     QCOMPARE(link.lastSenderPort, fixture.port());
-    QVERIFY(fixture.nothingForwarded(link));
+    QVERIFY(fixture.forwardsNothing(link));
 }
 
-void TestSrtlaEngineClientDatagrams::aKeepaliveIsBookedButDoesNotMoveTheReplyEndpoint()
+void TestSrtlaEngineClientDatagrams::keepalivesAreCountedAndKeepTheReplyEndpoint()
 {
     EngineFixture fixture;
     fixture.engine.setMs = 100;
@@ -50,7 +50,7 @@ void TestSrtlaEngineClientDatagrams::aKeepaliveIsBookedButDoesNotMoveTheReplyEnd
     const QByteArray id = fixture.connectLinks({&first, &second});
     QVERIFY(!id.isEmpty());
     fixture.engine.setMs = 700;
-    QCOMPARE(fixture.ask(first, typed(0x9000, 10)), typed(0x9000, 10));
+    QCOMPARE(fixture.exchange(first, typed(0x9000, 10)), typed(0x9000, 10));
     const SrtlaPath *const path = fixture.probe.path(id, first.endpoint());
     QCOMPARE(path->packets, 1U);
     QCOMPARE(path->bytes, 10U);
@@ -60,13 +60,13 @@ void TestSrtlaEngineClientDatagrams::aKeepaliveIsBookedButDoesNotMoveTheReplyEnd
     QVERIFY(!fixture.probe.group(id)->hasReplyEndpoint);
 }
 
-void TestSrtlaEngineClientDatagrams::aKeepaliveFromAnEndpointThatOnlySentReg1GetsNoAnswer()
+void TestSrtlaEngineClientDatagrams::keepaliveFromAnEndpointWithoutReg2IsNotEchoed()
 {
     EngineFixture fixture;
     Peer sender;
     QVERIFY(!fixture.openGroup(sender).isEmpty());
     fixture.send(sender, typed(0x9000, 10));
-    QVERIFY(fixture.nothingAnswered(sender));
+    QVERIFY(fixture.receivesNothing(sender));
 }
 
 void TestSrtlaEngineClientDatagrams::fifteenBytesAreNeitherForwardedNorAnswered()
@@ -78,7 +78,7 @@ void TestSrtlaEngineClientDatagrams::fifteenBytesAreNeitherForwardedNorAnswered(
     QVERIFY(fixture.join(link, id));
     fixture.engine.setMs = 300;
     fixture.send(link, srtData(1, 15));
-    QVERIFY(fixture.nothingAnswered(link));
+    QVERIFY(fixture.receivesNothing(link));
     const SrtlaPath *const path = fixture.probe.path(id, link.endpoint());
     QCOMPARE(path->packets, 1U);
     QCOMPARE(path->bytes, 15U);
@@ -86,7 +86,7 @@ void TestSrtlaEngineClientDatagrams::fifteenBytesAreNeitherForwardedNorAnswered(
     QVERIFY(path->pendingAcks.isEmpty());
     QCOMPARE(fixture.probe.group(id)->lastActivityMs, 300);
     QVERIFY(!fixture.probe.group(id)->hasReplyEndpoint);
-    QVERIFY(fixture.nothingForwarded(link));
+    QVERIFY(fixture.forwardsNothing(link));
 }
 
 void TestSrtlaEngineClientDatagrams::sizeLimits_data()
@@ -97,7 +97,7 @@ void TestSrtlaEngineClientDatagrams::sizeLimits_data()
     QTest::newRow("1500 bytes") << 1500 << true;
     QTest::newRow("1501 bytes") << 1501 << false;
     QTest::newRow("2000 bytes") << 2000 << false;
-    QTest::newRow("the largest datagram there is") << 65507 << false;
+    QTest::newRow("largest datagram") << 65507 << false;
 }
 
 void TestSrtlaEngineClientDatagrams::sizeLimits()
@@ -113,8 +113,8 @@ void TestSrtlaEngineClientDatagrams::sizeLimits()
     if (handled) {
         QCOMPARE(fixture.listener.receive(), srtData(1, size));
     } else {
-        QVERIFY(fixture.nothingForwarded(link));
-        QCOMPARE(fixture.probe.path(id, link.endpoint())->packets, 1U); // the known packet behind it
+        QVERIFY(fixture.forwardsNothing(link));
+        QCOMPARE(fixture.probe.path(id, link.endpoint())->packets, 1U); // the known packet
         QCOMPARE(fixture.probe.receivedPackets(), 4U);
         QCOMPARE(fixture.probe.receivedBytes() - before, static_cast<quint64>(size) + 40U); // counted whole
     }
@@ -131,14 +131,14 @@ void TestSrtlaEngineClientDatagrams::unknownTypesOfALinkAreForwarded()
     }
 }
 
-void TestSrtlaEngineClientDatagrams::strangersAreCountedAndOtherwiseIgnored()
+void TestSrtlaEngineClientDatagrams::datagramsOfUnregisteredEndpointsAreCountedAndDropped()
 {
     EngineFixture fixture;
-    Peer stranger;
+    Peer unregistered;
     for (const QByteArray &datagram : {srtData(1), srtHandshake(), typed(0x9000, 2), QByteArray(1, 'x')}) {
-        fixture.send(stranger, datagram);
+        fixture.send(unregistered, datagram);
     }
-    QVERIFY(fixture.nothingAnswered(stranger));
+    QVERIFY(fixture.receivesNothing(unregistered));
     QCOMPARE(fixture.probe.receivedPackets(), 5U);
     QCOMPARE(fixture.probe.receivedBytes(), 64U + 64U + 2U + 1U + 258U);
     QCOMPARE(fixture.record.all, QStringList());

@@ -17,22 +17,22 @@ class TestSrtlaEngineControl : public QObject
 private Q_SLOTS:
     void theLatestCallDecides_data();
     void theLatestCallDecides();
-    void sendersThatRegisterDuringAStopAreRemoved();
+    void groupsRegisteredDuringStopAreRemoved();
     void startAfterShutdownIsRefused();
     void groupSocketsUseNoProxy();
 };
 
 namespace {
 
-/// A call of the engine's owner; the result is that of start, or what isRunning says afterwards.
+/// A call of the engine; the result is that of start(), or isRunning() after the call.
 using Call = bool (*)(SrtlaEngine &engine, quint16 freePort, quint16 takenPort);
 
-bool startAnew(SrtlaEngine &engine, quint16 freePort, quint16 /*takenPort*/)
+bool startOnFreePort(SrtlaEngine &engine, quint16 freePort, quint16 /*takenPort*/)
 {
     return engine.start(freePort, QHostAddress(QHostAddress::LocalHost), 5002);
 }
 
-bool startInVain(SrtlaEngine &engine, quint16 /*freePort*/, quint16 takenPort)
+bool startOnTakenPort(SrtlaEngine &engine, quint16 /*freePort*/, quint16 takenPort)
 {
     return engine.start(takenPort, QHostAddress(QHostAddress::LocalHost), 5002);
 }
@@ -53,16 +53,17 @@ struct NamedCall
 {
     const char *name;
     Call call;
-    QStringList emitted; ///< the beginnings of what it emits while an engine with groups runs
-    QString last;        ///< the beginning of the last one
+    QStringList emitted; ///< prefixes of the lines recorded for a running engine with groups
+    QString last;        ///< prefix of the last one
 };
 
 const QStringList stopSignals{u"log GRUPPE"_s, u"running false"_s, u"status Gestoppt"_s, u"statistics 0 0 0 "_s};
 const NamedCall outerCalls[] = {
     {"stop", stop, stopSignals, stopSignals.last()},
-    {"start", startAnew, stopSignals + QStringList{u"running true"_s, u"status Läuft"_s, u"log START"_s},
+    {"start", startOnFreePort, stopSignals + QStringList{u"running true"_s, u"status Läuft"_s, u"log START"_s},
      u"log START"_s},
-    {"a start that fails", startInVain, stopSignals + QStringList{u"status UDP"_s, u"log FEHLER"_s}, u"log FEHLER"_s},
+    {"a start that fails", startOnTakenPort, stopSignals + QStringList{u"status UDP"_s, u"log FEHLER"_s},
+     u"log FEHLER"_s},
 };
 
 } // namespace
@@ -79,8 +80,8 @@ void TestSrtlaEngineControl::theLatestCallDecides_data()
             const auto row = [&](const char *inner) -> QTestData & {
                 return QTest::addRow("%s at \"%s\" of %s", inner, qPrintable(line), outer.name) << outer.call << line;
             };
-            row("start") << Call(startAnew) << u"log START"_s << true;
-            row("a start that fails") << Call(startInVain) << u"log FEHLER"_s << false;
+            row("start") << Call(startOnFreePort) << u"log START"_s << true;
+            row("a start that fails") << Call(startOnTakenPort) << u"log FEHLER"_s << false;
             row("stop") << Call(stop) << u"statistics 0 0 0 "_s << false;
             row("shutdown") << Call(shutDown) << line << false;
         }
@@ -97,7 +98,7 @@ void TestSrtlaEngineControl::theLatestCallDecides()
     EngineFixture fixture;
     fixture.openGroup(remoteLink(1), 'a');
     fixture.openGroup(remoteLink(2), 'b');
-    fixture.probe.cleanupTimer().start(); // the fixture stops both; a running session has them running
+    fixture.probe.cleanupTimer().start(); // the fixture has stopped both
     fixture.probe.statisticsTimer().start();
     QUdpSocket holder;
     QVERIFY(holder.bind(QHostAddress::AnyIPv4, 0, QUdpSocket::DontShareAddress));
@@ -108,7 +109,7 @@ void TestSrtlaEngineControl::theLatestCallDecides()
 
     bool acted = false;
     const auto act = [&] {
-        // The record's slots come first: the line is there already.
+        // The record is connected first, so the line is recorded already.
         if (!acted && fixture.record.all.last().startsWith(line)) {
             acted = true;
             inner(fixture.engine, innerPort, takenPort);
@@ -137,21 +138,21 @@ void TestSrtlaEngineControl::theLatestCallDecides()
     }
 }
 
-void TestSrtlaEngineControl::sendersThatRegisterDuringAStopAreRemoved()
+void TestSrtlaEngineControl::groupsRegisteredDuringStopAreRemoved()
 {
     EngineFixture fixture;
     fixture.openGroup(remoteLink(1), 'a');
     Peer sender;
-    bool asked = false;
+    bool registered = false;
     connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&](const QString &line) {
-        if (!asked && line.startsWith(u"GRUPPE")) {
-            asked = true;
-            // As a message box would: an event loop of its own, in which the port is still served.
+        if (!registered && line.startsWith(u"GRUPPE")) {
+            registered = true;
+            // receive() runs an event loop, in which the port is still open, as a message box would.
             QVERIFY(!fixture.openGroup(sender, 'b').isEmpty());
         }
     });
     fixture.engine.stop();
-    QVERIFY(asked);
+    QVERIFY(registered);
     QVERIFY(fixture.probe.groups().isEmpty());
     QVERIFY(fixture.probe.senderIndex().isEmpty());
     QCOMPARE(fixture.record.logLines.filter(u"entfernt: Receiver gestoppt"_s).size(), 2);
@@ -176,7 +177,7 @@ void TestSrtlaEngineControl::groupSocketsUseNoProxy()
     Peer link;
     const QByteArray id = fixture.connectLinks({&link});
     QVERIFY(!id.isEmpty());
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
     QCOMPARE(fixture.probe.group(id)->srtSocket->proxy().type(), QNetworkProxy::NoProxy);
 }
 

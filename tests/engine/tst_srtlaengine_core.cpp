@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Start, stop and teardown.
+// Start, stop and shutdown.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -14,18 +14,18 @@ class TestSrtlaEngineCore : public QObject
 
 private Q_SLOTS:
     void aNewEngineIsIdle();
-    void startTellsInOrderAndBinds();
+    void startBindsAndEmitsSignalsInOrder();
     void startOnAPortHeldExclusivelyFails();
     void aFailedStartCanBeRepeated();
-    void aPercentSignInAnErrorTextStaysWhatItIs();
+    void percentSignsInReasonsAreKept();
     void startWhileRunningStopsTheOldSessionFirst();
-    void startWhileRunningOntoATakenPortEndsStopped();
-    void stopTellsTheTotalsOfTheSession();
+    void startWhileRunningOnATakenPortEndsStopped();
+    void stopEmitsTheTotalsOfTheSession();
     void stopWhenIdleEmitsTheSameThreeSignals();
     void stopDropsGroupsAndIndexes();
     void ipv6SendersAreNotServed();
-    void shutdownIsSilentAndFinal();
-    void theDestructorIsSilent();
+    void shutdownEmitsNothingAndIsFinal();
+    void theDestructorEmitsNothing();
     void theClockIsZeroBeforeTheFirstStart();
 };
 
@@ -48,9 +48,9 @@ void TestSrtlaEngineCore::aNewEngineIsIdle()
     QCOMPARE((new SrtlaEngine(&parent))->parent(), &parent);
 }
 
-void TestSrtlaEngineCore::startTellsInOrderAndBinds()
+void TestSrtlaEngineCore::startBindsAndEmitsSignalsInOrder()
 {
-    const quint16 port = Peer().socket.localPort(); // free again at the end of this line
+    const quint16 port = Peer().socket.localPort(); // free again after this line
     SrtlaEngine engine;
     const EngineProbe probe{engine};
     const SignalRecord record(engine);
@@ -105,7 +105,7 @@ void TestSrtlaEngineCore::aFailedStartCanBeRepeated()
     QVERIFY(engine.start(port, QHostAddress(QHostAddress::LocalHost), 5002));
 }
 
-void TestSrtlaEngineCore::aPercentSignInAnErrorTextStaysWhatItIs()
+void TestSrtlaEngineCore::percentSignsInReasonsAreKept()
 {
     EngineFixture fixture;
     Peer link;
@@ -121,7 +121,7 @@ void TestSrtlaEngineCore::startWhileRunningStopsTheOldSessionFirst()
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
     const QElapsedTimer formerClock = fixture.probe.clock();
-    QTRY_VERIFY_WITH_TIMEOUT(formerClock.elapsed() > 0, ampleMs);
+    QTRY_VERIFY_WITH_TIMEOUT(formerClock.elapsed() > 0, waitMs);
     fixture.record.all.clear();
 
     const quint16 port = fixture.port();
@@ -141,7 +141,7 @@ void TestSrtlaEngineCore::startWhileRunningStopsTheOldSessionFirst()
     QCOMPARE(fixture.probe.receivedPackets(), 1U);
 }
 
-void TestSrtlaEngineCore::startWhileRunningOntoATakenPortEndsStopped()
+void TestSrtlaEngineCore::startWhileRunningOnATakenPortEndsStopped()
 {
     QUdpSocket holder;
     QVERIFY2(holder.bind(QHostAddress::AnyIPv4, 0, QUdpSocket::DontShareAddress), qPrintable(holder.errorString()));
@@ -169,14 +169,14 @@ void TestSrtlaEngineCore::startWhileRunningOntoATakenPortEndsStopped()
     QVERIFY2(next.bind(QHostAddress::AnyIPv4, former, QUdpSocket::DontShareAddress), qPrintable(next.errorString()));
 }
 
-void TestSrtlaEngineCore::stopTellsTheTotalsOfTheSession()
+void TestSrtlaEngineCore::stopEmitsTheTotalsOfTheSession()
 {
     EngineFixture fixture(EngineFixture::Timers::Running);
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
     fixture.send(link, QByteArray(100, 'x'));
-    QVERIFY(fixture.nothingAnswered(link));
+    QVERIFY(fixture.receivesNothing(link));
     fixture.record.all.clear();
 
     fixture.engine.stop();
@@ -224,18 +224,18 @@ void TestSrtlaEngineCore::ipv6SendersAreNotServed()
     }
     sender.writeDatagram(reg1(idProposal('a')), QHostAddress(QHostAddress::LocalHostIPv6), fixture.port());
     Peer link;
-    QVERIFY(fixture.nothingAnswered(link));
+    QVERIFY(fixture.receivesNothing(link));
     QCOMPARE(fixture.probe.receivedPackets(), 1U); // the IPv4 one
     QVERIFY(fixture.probe.groups().isEmpty());
 }
 
-void TestSrtlaEngineCore::shutdownIsSilentAndFinal()
+void TestSrtlaEngineCore::shutdownEmitsNothingAndIsFinal()
 {
     EngineFixture fixture(EngineFixture::Timers::Running);
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
     fixture.record.all.clear();
 
     fixture.engine.shutdown();
@@ -253,7 +253,7 @@ void TestSrtlaEngineCore::shutdownIsSilentAndFinal()
     QCOMPARE(fixture.record.all, QStringList());
 }
 
-void TestSrtlaEngineCore::theDestructorIsSilent()
+void TestSrtlaEngineCore::theDestructorEmitsNothing()
 {
     auto engine = std::make_unique<SrtlaEngine>();
     QVERIFY(engine->start(0, QHostAddress(QHostAddress::LocalHost), 5002));
@@ -270,7 +270,7 @@ void TestSrtlaEngineCore::theClockIsZeroBeforeTheFirstStart()
     ClockedEngine engine;
     const EngineProbe probe{engine};
     SignalRecord record(engine);
-    probe.handleDatagram(reg2(QByteArray(256, 'x')), {}); // nobody there: no answer, no harm
+    probe.handleDatagram(reg2(QByteArray(256, 'x')), {}); // no group and a closed socket
     probe.publishStatistics();
     QCOMPARE(probe.lastPublishedMs(), 0);
     QVERIFY(engine.start(0, QHostAddress(QHostAddress::LocalHost), 5002));

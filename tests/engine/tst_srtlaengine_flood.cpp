@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Registrations by the thousand: what they leave behind, and what a stream beside them notices.
+// Thousands of registrations: remaining table entries, and the effect on a stream.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -13,7 +13,7 @@ namespace {
 constexpr quint16 senders = 2000;
 constexpr quint16 firstPort = 20000;
 
-/// A sender's half of its own for each number.
+/// An id proposal with a different sender's half for each number.
 QByteArray proposalOf(quint16 number)
 {
     QByteArray proposal = idProposal('f');
@@ -21,7 +21,7 @@ QByteArray proposalOf(quint16 number)
     return proposal;
 }
 
-/// A link whose answers stay on this machine, as so many should, and where nobody takes them.
+/// A link on loopback without a socket, so that the responses do not leave this machine.
 SrtlaEndpoint localLink(quint16 port)
 {
     return {QHostAddress(u"127.0.0.7"_s), port};
@@ -34,30 +34,32 @@ class TestSrtlaEngineFlood : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void nothingStaysOfGroupsThatTimedOut();
-    void removalsShareTheThread();
-    void tablesGrowOneAtATime();
-    void nothingStaysOfGroupsThatAreReplaced();
-    void everySenderIsKnownAgainAmongMany();
-    void nothingStaysAfterStopAndShutdown();
+    void timedOutGroupsLeaveNoEntries();
+    void removalsAreSplitOverIterations();
+    void registrationGrowsAtMostOneTable();
+    void replacedGroupsLeaveNoEntries();
+    void everySenderIsFoundAmongMany();
+    void stopAndShutdownLeaveNoEntries();
 
 private:
-    static void flood(const EngineFixture &fixture)
-    {
-        for (quint16 number = 0; number < senders; ++number) {
-            const auto port = static_cast<quint16>(firstPort + number);
-            fixture.probe.handleDatagram(reg1(proposalOf(number)), localLink(port));
-        }
-    }
+    static void flood(const EngineFixture &fixture);
 };
 
-void TestSrtlaEngineFlood::nothingStaysOfGroupsThatTimedOut()
+void TestSrtlaEngineFlood::flood(const EngineFixture &fixture)
+{
+    for (quint16 number = 0; number < senders; ++number) {
+        const auto port = static_cast<quint16>(firstPort + number);
+        fixture.probe.handleDatagram(reg1(proposalOf(number)), localLink(port));
+    }
+}
+
+void TestSrtlaEngineFlood::timedOutGroupsLeaveNoEntries()
 {
     EngineFixture fixture;
     fixture.engine.setMs = 0;
     Peer link;
     const QByteArray id = fixture.connectLinks({&link});
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
     flood(fixture);
     QCOMPARE(fixture.probe.groups().size(), senders + 1);
     QCOMPARE(fixture.probe.sessionIndex().size(), senders + 1);
@@ -72,14 +74,14 @@ void TestSrtlaEngineFlood::nothingStaysOfGroupsThatTimedOut()
     QCOMPARE(fixture.probe.senderIndex().values(), QList{id});
     QCOMPARE(fixture.probe.sessionIndex().values(), QList{id});
     QCOMPARE(fixture.probe.pathIndex().values(), QList{id});
-    // Nor the tables' room.
+    // The tables' capacity is released.
     QVERIFY(fixture.probe.groups().capacity() < senders);
     QVERIFY(fixture.probe.senderIndex().capacity() < senders);
     QVERIFY(fixture.probe.sessionIndex().capacity() < senders);
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
 }
 
-void TestSrtlaEngineFlood::removalsShareTheThread()
+void TestSrtlaEngineFlood::removalsAreSplitOverIterations()
 {
     EngineFixture fixture;
     fixture.engine.setMs = 0;
@@ -95,27 +97,27 @@ void TestSrtlaEngineFlood::removalsShareTheThread()
     QCOMPARE_GT(fixture.record.logLines.size(), 1);
     QCOMPARE_LT(fixture.record.logLines.size(), senders);
     QVERIFY(fixture.record.logLines.first().startsWith(u"TIMEOUT | Weg 127.0.0.7:"_s));
-    // The event loop does the rest without another tick.
-    QTRY_VERIFY_WITH_TIMEOUT(fixture.probe.groups().isEmpty(), ampleMs);
+    // The event loop does the rest without another timer tick.
+    QTRY_VERIFY_WITH_TIMEOUT(fixture.probe.groups().isEmpty(), waitMs);
     QCOMPARE(fixture.record.logLines.size(), senders + 1);
     QCOMPARE(fixture.record.logLines.filter(u"entfernt: Timeout"_s).size(), senders);
     QVERIFY(fixture.probe.pathIndex().isEmpty());
 }
 
-void TestSrtlaEngineFlood::tablesGrowOneAtATime()
+void TestSrtlaEngineFlood::registrationGrowsAtMostOneTable()
 {
-    constexpr qsizetype fewEntries = 128; // up to here growing takes no time
+    constexpr qsizetype fewEntries = 128; // up to this size the time to grow is negligible
     const EngineFixture fixture;
-    const auto rooms = [&fixture] {
+    const auto capacities = [&fixture] {
         return std::array{fixture.probe.groups().capacity(), fixture.probe.senderIndex().capacity(),
                           fixture.probe.sessionIndex().capacity()};
     };
     int growths = 0;
     for (quint16 number = 0; number < senders; ++number) {
-        const auto before = rooms();
+        const auto before = capacities();
         const auto port = static_cast<quint16>(firstPort + number);
         fixture.probe.handleDatagram(reg1(proposalOf(number)), localLink(port));
-        const auto after = rooms();
+        const auto after = capacities();
         int grown = 0;
         for (size_t table = 0; table < before.size(); ++table) {
             grown += before[table] > fewEntries && after[table] != before[table] ? 1 : 0;
@@ -126,11 +128,11 @@ void TestSrtlaEngineFlood::tablesGrowOneAtATime()
     QCOMPARE_GT(growths, 1);
 }
 
-void TestSrtlaEngineFlood::nothingStaysOfGroupsThatAreReplaced()
+void TestSrtlaEngineFlood::replacedGroupsLeaveNoEntries()
 {
     EngineFixture fixture;
     for (quint16 number = 0; number < senders; ++number) {
-        fixture.probe.handleDatagram(reg1(proposalOf(number)), localLink(firstPort)); // fresh ids from one port
+        fixture.probe.handleDatagram(reg1(proposalOf(number)), localLink(firstPort)); // new ids from one port
     }
     QCOMPARE(fixture.probe.groups().size(), 1);
     QCOMPARE(fixture.probe.senderIndex().size(), 1);
@@ -138,7 +140,7 @@ void TestSrtlaEngineFlood::nothingStaysOfGroupsThatAreReplaced()
     QCOMPARE(fixture.probe.sessionIndex().begin().key(), proposalOf(senders - 1).first(128));
 }
 
-void TestSrtlaEngineFlood::everySenderIsKnownAgainAmongMany()
+void TestSrtlaEngineFlood::everySenderIsFoundAmongMany()
 {
     EngineFixture fixture;
     flood(fixture);
@@ -155,7 +157,7 @@ void TestSrtlaEngineFlood::everySenderIsKnownAgainAmongMany()
     QCOMPARE(fixture.probe.sessionIndex().size(), senders);
 }
 
-void TestSrtlaEngineFlood::nothingStaysAfterStopAndShutdown()
+void TestSrtlaEngineFlood::stopAndShutdownLeaveNoEntries()
 {
     EngineFixture fixture;
     flood(fixture);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The receiver's half of a group's id: 128 bytes that nobody can foresee.
+// The receiver's half of a group id: 128 unpredictable bytes.
 #include "enginefixture.h"
 
 #include <QCoreApplication>
@@ -15,10 +15,10 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype halfBytes = 128;
-/// Makes this program print the receiver's half of one new group's id and end.
+/// Option: print the receiver's half of one new group id and exit.
 const QString printHalf = u"--print-receiver-half"_s;
 
-/// An engine that draws what the test says.
+/// An engine with scripted receiver halves.
 class ScriptedEngine : public SrtlaEngine
 {
 public:
@@ -35,16 +35,16 @@ class TestSrtlaEngineGroupIds : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyByteIsDrawn();
-    void anotherProcessDrawsOtherBytes();
+    void everyByteIsRandom();
+    void processesDrawDifferentBytes();
     void anIdInUseIsDrawnAgain();
 };
 
-void TestSrtlaEngineGroupIds::everyByteIsDrawn()
+void TestSrtlaEngineGroupIds::everyByteIsRandom()
 {
     constexpr quint16 groups = 64;
-    // Of 64 random bytes 56 differ on average, and fewer than 32 never within the age of the universe.
-    constexpr qsizetype surelyDifferent = 32;
+    // Of 64 random bytes 56 differ on average; fewer than 32 are practically impossible.
+    constexpr qsizetype minimumDifferent = 32;
     EngineFixture fixture;
     std::array<QSet<char>, halfBytes> values;
     for (quint16 number = 1; number <= groups; ++number) {
@@ -55,18 +55,18 @@ void TestSrtlaEngineGroupIds::everyByteIsDrawn()
         }
     }
     for (qsizetype i = 0; i < halfBytes; ++i) {
-        QVERIFY2(values.at(static_cast<size_t>(i)).size() >= surelyDifferent, qPrintable(u"byte %1"_s.arg(i)));
+        QVERIFY2(values.at(static_cast<size_t>(i)).size() >= minimumDifferent, qPrintable(u"byte %1"_s.arg(i)));
     }
 }
 
-void TestSrtlaEngineGroupIds::anotherProcessDrawsOtherBytes()
+void TestSrtlaEngineGroupIds::processesDrawDifferentBytes()
 {
-    // A generator with a fixed seed draws different bytes within one process, and the same ones in the next.
+    // A generator with a fixed seed would draw the same bytes in each process.
     QByteArrayList halves;
     for (int run = 0; run < 2; ++run) {
         QProcess process;
         process.start(QCoreApplication::applicationFilePath(), {printHalf});
-        QVERIFY2(process.waitForFinished(ampleMs), qPrintable(process.errorString()));
+        QVERIFY2(process.waitForFinished(waitMs), qPrintable(process.errorString()));
         halves.append(process.readAllStandardOutput().trimmed());
         QCOMPARE(halves.last().size(), 2 * halfBytes); // as hexadecimal digits
     }
@@ -83,16 +83,16 @@ void TestSrtlaEngineGroupIds::anIdInUseIsDrawnAgain()
     QVERIFY(engine.start(0, QHostAddress(QHostAddress::LocalHost), 5002));
     engine.draws = {first, first, second, third};
     probe.handleDatagram(reg1(idProposal('a')), remoteLink(1));
-    bool comesAgain = false;
+    bool hasRegisteredAgain = false;
     connect(&engine, &SrtlaEngine::logMessage, this, [&](const QString &line) {
-        if (!comesAgain && line.startsWith(u"GRUPPE"_s)) {
-            // While the first group's end is told, it still has its id.
-            comesAgain = true;
+        if (!hasRegisteredAgain && line.startsWith(u"GRUPPE"_s)) {
+            // The removed group's id is still in the table here.
+            hasRegisteredAgain = true;
             probe.handleDatagram(reg1(idProposal('a')), remoteLink(2));
         }
     });
     probe.handleDatagram(reg1(idProposal('a')), remoteLink(3));
-    QVERIFY(comesAgain);
+    QVERIFY(hasRegisteredAgain);
     const QByteArray senderId = idProposal('a').first(halfBytes);
     QCOMPARE(probe.senderIndex().value(remoteLink(2)), senderId + second);
     QVERIFY(probe.group(senderId + second));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The SRT listener isn't there, comes, goes away and comes back.
+// The SRT listener is absent, starts, stops and restarts.
 #include "enginefixture.h"
 #include "udpreading.h"
 
@@ -18,20 +18,20 @@ class TestSrtlaEngineListener : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void theListenerAppearsLate();
-    void theListenerGoesAndComesBack();
-    void aPortUnreachableIsOneLogLine();
-    void repliesBehindAnErrorAreRead();
-    void anErrorDuringANotificationDoesNotEndTheReading();
+    void listenerStartsLate();
+    void listenerRestarts();
+    void portUnreachableIsLoggedOnce();
+    void repliesAfterAnErrorAreRead();
+    void errorDuringReadyReadDoesNotStopReading();
 
 private:
-    void arrive();
-    void leave() { listener.reset(); }
+    void startListener();
+    void stopListener() { listener.reset(); }
     bool reachesListener(const QByteArray &packet);
     bool streamFlows();
     QByteArray nextReply();
-    void sendIntoTheVoid();
-    bool logsEachErrorOnce();
+    void sendToClosedPort();
+    bool eachErrorIsLoggedOnce();
 
     std::unique_ptr<SrtlaEngine> engine;
     std::unique_ptr<Peer> link;
@@ -49,7 +49,7 @@ void TestSrtlaEngineListener::init()
 {
     errors = 0;
     errorLines.clear();
-    listenerPort = Peer().socket.localPort(); // free again, and nobody answers there
+    listenerPort = Peer().socket.localPort(); // free again, without a listener
     engine = std::make_unique<SrtlaEngine>();
     link = std::make_unique<Peer>();
     QVERIFY(engine->start(0, QHostAddress(QHostAddress::LocalHost), listenerPort));
@@ -61,8 +61,8 @@ void TestSrtlaEngineListener::init()
     QCOMPARE(link->receive(), reg3);
     const SrtlaGroup *const group = probe.group(id);
 
-    link->send(srtData(sequence), enginePort); // the first one goes nowhere
-    QTRY_VERIFY_WITH_TIMEOUT(group->srtSocket, ampleMs);
+    link->send(srtData(sequence), enginePort); // there is no listener yet
+    QTRY_VERIFY_WITH_TIMEOUT(group->srtSocket, waitMs);
     socket = group->srtSocket.get();
     descriptor = socket->socketDescriptor();
     connect(socket, &QAbstractSocket::errorOccurred, this, [this] { ++errors; });
@@ -80,13 +80,13 @@ void TestSrtlaEngineListener::cleanup()
     listener.reset();
 }
 
-void TestSrtlaEngineListener::arrive()
+void TestSrtlaEngineListener::startListener()
 {
     listener = std::make_unique<Peer>(listenerPort);
 }
 
 /// Sends packets, each answered by an ICMP port unreachable, with and without the event loop in between.
-void TestSrtlaEngineListener::sendIntoTheVoid()
+void TestSrtlaEngineListener::sendToClosedPort()
 {
     for (int burst = 1; burst <= 20; ++burst) {
         for (int i = 0; i < burst; ++i) {
@@ -96,18 +96,18 @@ void TestSrtlaEngineListener::sendIntoTheVoid()
     }
 }
 
-/// Whether each error that the group's socket has emitted so far, and one more, stands in the log once. Which of the
-/// system's errors Qt emits differs; on Linux it is none of those that reading and sending run into here.
-bool TestSrtlaEngineListener::logsEachErrorOnce()
+/// Whether each error that the group's socket has emitted, plus one emitted here, was logged once. Which errors Qt
+/// emits depends on the system; on Linux the reads and writes of this test cause none.
+bool TestSrtlaEngineListener::eachErrorIsLoggedOnce()
 {
     Q_EMIT socket->errorOccurred(QAbstractSocket::ConnectionRefusedError);
     return errors > 0 && errorLines.size() == errors;
 }
 
-/// The next datagram from the listener, past the acknowledgements of the data.
+/// The next datagram from the listener, without the SRTLA ACKs.
 QByteArray TestSrtlaEngineListener::nextReply()
 {
-    // There a reply behind an error is signalled for certain only by the sender's next packet.
+    // On Windows a reply after an error may be read only at the sender's next packet.
     const bool isWindows = QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows;
     QByteArray received;
     do {
@@ -116,7 +116,7 @@ QByteArray TestSrtlaEngineListener::nextReply()
                                  link->send(srtData(++sequence), enginePort);
                                  return link->socket.hasPendingDatagrams();
                              },
-                             ampleMs)) {
+                             waitMs)) {
             return {};
         }
         received = link->receive();
@@ -134,7 +134,7 @@ bool TestSrtlaEngineListener::reachesListener(const QByteArray &packet)
     return received == packet;
 }
 
-/// Whether packets and replies pass, after the packets that pending errors may cost.
+/// Whether packets and replies pass; pending errors may cost some packets first.
 bool TestSrtlaEngineListener::streamFlows()
 {
     const bool reached = QTest::qWaitFor(
@@ -142,7 +142,7 @@ bool TestSrtlaEngineListener::streamFlows()
             link->send(srtData(++sequence), enginePort);
             return listener->socket.hasPendingDatagrams();
         },
-        ampleMs);
+        waitMs);
     if (!reached) {
         return false;
     }
@@ -155,7 +155,7 @@ bool TestSrtlaEngineListener::streamFlows()
         if (!reachesListener(packet)) {
             return false;
         }
-        const QByteArray reply = typed(0x8003, 20 + round); // told apart by their lengths
+        const QByteArray reply = typed(0x8003, 20 + round); // distinguished by their lengths
         listener->send(reply, socket->localPort());
         if (nextReply() != reply) {
             return false;
@@ -164,33 +164,33 @@ bool TestSrtlaEngineListener::streamFlows()
     return true;
 }
 
-void TestSrtlaEngineListener::theListenerAppearsLate()
+void TestSrtlaEngineListener::listenerStartsLate()
 {
-    sendIntoTheVoid();
-    arrive();
+    sendToClosedPort();
+    startListener();
     QVERIFY(streamFlows());
     QCOMPARE(socket->socketDescriptor(), descriptor);
-    QVERIFY(logsEachErrorOnce());
+    QVERIFY(eachErrorIsLoggedOnce());
 }
 
-void TestSrtlaEngineListener::theListenerGoesAndComesBack()
+void TestSrtlaEngineListener::listenerRestarts()
 {
     for (int round = 0; round < 5; ++round) {
-        arrive();
+        startListener();
         QVERIFY(streamFlows());
-        leave();
-        sendIntoTheVoid();
+        stopListener();
+        sendToClosedPort();
     }
-    arrive();
+    startListener();
     QVERIFY(streamFlows());
     QCOMPARE(socket->socketDescriptor(), descriptor);
-    QVERIFY(logsEachErrorOnce());
+    QVERIFY(eachErrorIsLoggedOnce());
 }
 
-void TestSrtlaEngineListener::aPortUnreachableIsOneLogLine()
+void TestSrtlaEngineListener::portUnreachableIsLoggedOnce()
 {
 #ifdef Q_OS_WIN
-    QSKIP("Wine reports no port unreachable to the socket that caused it");
+    QSKIP("Wine does not report port unreachable to the socket");
 #endif
     QObject scope; // the connection ends with the variables
     int refusals = 0;
@@ -201,8 +201,8 @@ void TestSrtlaEngineListener::aPortUnreachableIsOneLogLine()
             text = socket->errorString();
         }
     });
-    // The engine's own reading asks first whether there is something to read, and on Linux that question takes the
-    // error off the socket. So read at once what the packet has brought back.
+    // The engine calls hasPendingDatagrams() first, which consumes the error on Linux. So read directly after the
+    // write.
     const bool refused = QTest::qWaitFor(
         [&] {
             char byte = 0;
@@ -210,32 +210,32 @@ void TestSrtlaEngineListener::aPortUnreachableIsOneLogLine()
             socket->readDatagram(&byte, 1);
             return refusals > 0;
         },
-        ampleMs);
+        waitMs);
     QVERIFY(refused);
     QCOMPARE(refusals, 1);
     QCOMPARE(errorLines.count(u"SRT | Gruppe 616263646566: "_s + text), 1);
     QCOMPARE(errorLines.size(), errors);
-    arrive();
+    startListener();
     QVERIFY(streamFlows());
     QCOMPARE(socket->socketDescriptor(), descriptor);
 }
 
-void TestSrtlaEngineListener::repliesBehindAnErrorAreRead()
+void TestSrtlaEngineListener::repliesAfterAnErrorAreRead()
 {
     for (int round = 0; round < 20; ++round) {
-        // While the thread doesn't return to its event loop, a reply and an error pile up on the group's socket.
-        arrive();
+        // Without an event loop iteration a reply and an error are queued on the group's socket.
+        startListener();
         listener->send(typed(0x8003, 20), socket->localPort());
-        leave();
+        stopListener();
         socket->write(srtData(++sequence));
         QCOMPARE(nextReply(), typed(0x8003, 20));
     }
-    arrive();
+    startListener();
     QVERIFY(streamFlows());
-    QVERIFY(logsEachErrorOnce());
+    QVERIFY(eachErrorIsLoggedOnce());
 }
 
-void TestSrtlaEngineListener::anErrorDuringANotificationDoesNotEndTheReading()
+void TestSrtlaEngineListener::errorDuringReadyReadDoesNotStopReading()
 {
     QUdpSocket reader;
     auto peer = std::make_unique<Peer>();
@@ -244,7 +244,7 @@ void TestSrtlaEngineListener::anErrorDuringANotificationDoesNotEndTheReading()
     QByteArray buffer = SpareBuffer().take();
     connect(&reader, &QIODevice::readyRead, this, [&] {
         if (peer) {
-            // Qt has seen the datagram, and now an error comes in between.
+            // An error arrives after Qt's notification for the datagram.
             peer.reset();
             reader.write("answered by port unreachable");
         }
@@ -253,7 +253,7 @@ void TestSrtlaEngineListener::anErrorDuringANotificationDoesNotEndTheReading()
             [&](const QByteArray &datagram) { received.append(QByteArray(datagram.data(), datagram.size())); });
     });
     peer->send("behind the error", reader.localPort());
-    QTRY_COMPARE_WITH_TIMEOUT(received, QByteArrayList{"behind the error"}, ampleMs);
+    QTRY_COMPARE_WITH_TIMEOUT(received, QByteArrayList{"behind the error"}, waitMs);
 }
 
 QTEST_GUILESS_MAIN(TestSrtlaEngineListener)

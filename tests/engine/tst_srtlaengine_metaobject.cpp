@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What others can see of the engine through Qt's meta-object, and its translation context.
+// The engine's meta-object and translation context.
 #include "enginefixture.h"
 
 #include <QCoreApplication>
@@ -11,18 +11,18 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Translates nothing and remembers in which context each text was asked for.
+/// Translates nothing and records the context of each text.
 class ContextRecorder : public QTranslator
 {
 public:
     QString translate(const char *context, const char *sourceText, const char *, int) const override
     {
-        asked[QString::fromUtf8(sourceText)] = QString::fromUtf8(context);
+        contexts[QString::fromUtf8(sourceText)] = QString::fromUtf8(context);
         return {};
     }
     bool isEmpty() const override { return false; }
 
-    mutable QMap<QString, QString> asked;
+    mutable QMap<QString, QString> contexts;
 };
 
 } // namespace
@@ -32,14 +32,14 @@ class TestSrtlaEngineMetaObject : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theMembersAndTheirOrder_data();
-    void theMembersAndTheirOrder();
-    void thereIsNothingElse();
+    void membersAreInOrder_data();
+    void membersAreInOrder();
+    void hasNoOtherMembers();
     void theSrtSocketHasNoMetaObjectOfItsOwn();
     void textsAreTranslatedInTheEnginesContext();
 };
 
-void TestSrtlaEngineMetaObject::theMembersAndTheirOrder_data()
+void TestSrtlaEngineMetaObject::membersAreInOrder_data()
 {
     QTest::addColumn<int>("index");
     QTest::addColumn<QByteArray>("signature");
@@ -58,7 +58,7 @@ void TestSrtlaEngineMetaObject::theMembersAndTheirOrder_data()
     row(6, "publishStatistics()", {}, false);
 }
 
-void TestSrtlaEngineMetaObject::theMembersAndTheirOrder()
+void TestSrtlaEngineMetaObject::membersAreInOrder()
 {
     QFETCH(int, index);
     QFETCH(QByteArrayList, names);
@@ -75,7 +75,7 @@ void TestSrtlaEngineMetaObject::theMembersAndTheirOrder()
     QCOMPARE(method.returnMetaType(), QMetaType::fromType<void>());
 }
 
-void TestSrtlaEngineMetaObject::thereIsNothingElse()
+void TestSrtlaEngineMetaObject::hasNoOtherMembers()
 {
     const QMetaObject &meta = SrtlaEngine::staticMetaObject;
     QCOMPARE(meta.className(), "SrtlaEngine");
@@ -102,7 +102,7 @@ void TestSrtlaEngineMetaObject::textsAreTranslatedInTheEnginesContext()
         Peer link;
         Peer next;
         QVERIFY(fixture.join(link, fixture.openGroup(link, 'a')));
-        QVERIFY(fixture.carryHandshake(link) != 0);
+        QVERIFY(fixture.forwardHandshake(link) != 0);
         Q_EMIT fixture.probe.groups().begin()->get()->srtSocket->errorOccurred(QAbstractSocket::NetworkError);
         QVERIFY(!fixture.openGroup(next, 'a').isEmpty());          // a new session of the same sender
         QVERIFY(fixture.join(next, fixture.openGroup(next, 'b'))); // a new registration
@@ -121,8 +121,8 @@ void TestSrtlaEngineMetaObject::textsAreTranslatedInTheEnginesContext()
           u"SRT | Gruppe %1 → %2:%3"_s, u"SRT | Gruppe %1: %2"_s, u"GRUPPE | %1 entfernt: %2"_s,
           u"TIMEOUT | Weg %1:%2 entfernt"_s, u"Timeout"_s, u"Receiver gestoppt"_s, u"Neue Sitzung desselben Senders"_s,
           u"Neu-Registrierung"_s}) {
-        QVERIFY2(recorder.asked.contains(text), qPrintable(text));
-        QCOMPARE(recorder.asked.value(text), u"SrtlaEngine"_s);
+        QVERIFY2(recorder.contexts.contains(text), qPrintable(text));
+        QCOMPARE(recorder.contexts.value(text), u"SrtlaEngine"_s);
     }
 }
 

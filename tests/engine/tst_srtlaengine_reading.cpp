@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// How much one turn of the event loop reads from the senders' socket, and into what.
+// How much is read from the senders' socket in one event loop iteration, and buffer reuse.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -12,18 +12,18 @@ class TestSrtlaEngineReading : public QObject
 
 private Q_SLOTS:
     void everythingPendingIsReadInOneCall();
-    void aFloodThatNeverEndsLeavesTheThreadItsTurns();
-    void aListenerThatNeverEndsLeavesTheThreadItsTurns();
-    void aTurnEndsWhenItsTimeIsOver();
-    void datagramsThatComeAloneAreReadAlone();
-    void aDatagramOutlivesAnEventLoopInItsHandler();
-    void theLargestDatagramsAreCountedWhole();
+    void endlessFloodDoesNotBlockTheThread();
+    void endlessRepliesDoNotBlockTheThread();
+    void readingEndsAtTheTimeLimit();
+    void singleDatagramsAreReadWithoutASecondRead();
+    void datagramStaysValidInANestedEventLoop();
+    void largestDatagramsAreCountedWhole();
 };
 
 void TestSrtlaEngineReading::everythingPendingIsReadInOneCall()
 {
     EngineFixture fixture;
-    fixture.engine.setMs = 0; // however long it takes
+    fixture.engine.setMs = 0; // no time limit
     Peer sender;
     constexpr int count = 100;
     for (int i = 0; i < count; ++i) {
@@ -33,16 +33,16 @@ void TestSrtlaEngineReading::everythingPendingIsReadInOneCall()
     QCOMPARE(fixture.probe.receivedPackets(), static_cast<quint64>(count));
 }
 
-void TestSrtlaEngineReading::aFloodThatNeverEndsLeavesTheThreadItsTurns()
+void TestSrtlaEngineReading::endlessFloodDoesNotBlockTheThread()
 {
-    constexpr int patience = 100'000; // datagrams; far more than a system holds for one socket
+    constexpr int maximumFed = 100'000; // datagrams; far more than a socket's receive buffer holds
     EngineFixture fixture;
     Peer flooder;
     bool isOver = false;
     int fed = 0;
-    // Each new group brings the next registration: when the engine looks, there is always one more.
+    // Each new group triggers the next registration, so that a datagram is always pending.
     connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&](const QString &line) {
-        if (line.startsWith(u"REG1"_s) && !isOver && fed < patience) {
+        if (line.startsWith(u"REG1"_s) && !isOver && fed < maximumFed) {
             ++fed;
             fixture.send(flooder, reg1(idProposal('a')));
         }
@@ -51,25 +51,25 @@ void TestSrtlaEngineReading::aFloodThatNeverEndsLeavesTheThreadItsTurns()
     fixture.probe.readClientDatagrams();
     isOver = true;
     QVERIFY(fed > 0);
-    QVERIFY2(fed < patience, "the thread was away until the flood ended");
-    // What was left waiting is read without another datagram having to come.
-    QTRY_VERIFY_WITH_TIMEOUT(!fixture.probe.clientSocket().hasPendingDatagrams(), ampleMs);
+    QVERIFY2(fed < maximumFed, "the call returned only after the flood");
+    // The pending datagrams are read without a new one arriving.
+    QTRY_VERIFY_WITH_TIMEOUT(!fixture.probe.clientSocket().hasPendingDatagrams(), waitMs);
 }
 
-void TestSrtlaEngineReading::aListenerThatNeverEndsLeavesTheThreadItsTurns()
+void TestSrtlaEngineReading::endlessRepliesDoNotBlockTheThread()
 {
-    constexpr int patience = 100'000; // as above
+    constexpr int maximumFed = 100'000; // as above
     EngineFixture fixture;
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = fixture.carryHandshake(link);
+    const quint16 srtPort = fixture.forwardHandshake(link);
     QVERIFY(srtPort != 0);
     bool isOver = false;
     int fed = 0;
-    // Each reply that goes out to the sender brings the next one.
+    // Each reply sent to the sender triggers the next one.
     connect(&fixture.probe.clientSocket(), &QIODevice::bytesWritten, this, [&] {
-        if (!isOver && fed < patience) {
+        if (!isOver && fed < maximumFed) {
             ++fed;
             fixture.reply(typed(0x8003, 20), srtPort);
         }
@@ -78,12 +78,12 @@ void TestSrtlaEngineReading::aListenerThatNeverEndsLeavesTheThreadItsTurns()
     fixture.probe.readSrtDatagrams(id);
     isOver = true;
     QVERIFY(fed > 0);
-    QVERIFY2(fed < patience, "the thread was away until the flood ended");
+    QVERIFY2(fed < maximumFed, "the call returned only after the flood");
     const SrtlaEngine::SrtSocket *const socket = fixture.probe.group(id)->srtSocket.get();
-    QTRY_VERIFY_WITH_TIMEOUT(!socket->hasPendingDatagrams(), ampleMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!socket->hasPendingDatagrams(), waitMs);
 }
 
-void TestSrtlaEngineReading::aTurnEndsWhenItsTimeIsOver()
+void TestSrtlaEngineReading::readingEndsAtTheTimeLimit()
 {
     constexpr quint64 count = 100;
     EngineFixture fixture;
@@ -97,13 +97,13 @@ void TestSrtlaEngineReading::aTurnEndsWhenItsTimeIsOver()
     fixture.probe.readClientDatagrams();
     QCOMPARE_GT(fixture.probe.receivedPackets(), 0U);
     QCOMPARE_LT(fixture.probe.receivedPackets(), count);
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.receivedPackets(), count, ampleMs);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.receivedPackets(), count, waitMs);
 }
 
-void TestSrtlaEngineReading::datagramsThatComeAloneAreReadAlone()
+void TestSrtlaEngineReading::singleDatagramsAreReadWithoutASecondRead()
 {
     EngineFixture fixture;
-    fixture.engine.setMs = 0; // however long it takes
+    fixture.engine.setMs = 0; // no time limit
     Peer sender;
     sender.send("one", fixture.port());
     fixture.probe.readClientDatagrams();
@@ -112,25 +112,25 @@ void TestSrtlaEngineReading::datagramsThatComeAloneAreReadAlone()
         sender.send(text, fixture.port());
     }
     fixture.probe.readClientDatagrams();
-    QCOMPARE(fixture.probe.receivedPackets(), 2U); // no call spent on looking for more
+    QCOMPARE(fixture.probe.receivedPackets(), 2U); // without a second read
     fixture.probe.readClientDatagrams();
-    QCOMPARE(fixture.probe.receivedPackets(), 4U); // every second turn looks, so nothing piles up
+    QCOMPARE(fixture.probe.receivedPackets(), 4U); // every second pass reads until the socket is empty
 }
 
-void TestSrtlaEngineReading::aDatagramOutlivesAnEventLoopInItsHandler()
+void TestSrtlaEngineReading::datagramStaysValidInANestedEventLoop()
 {
     EngineFixture fixture;
     Peer earlier;
     Peer link;
     const QByteArray id = fixture.openGroup(earlier, 'b');
     QVERIFY(fixture.join(earlier, id));
-    const quint16 srtPort = fixture.carryHandshake(earlier);
+    const quint16 srtPort = fixture.forwardHandshake(earlier);
     QVERIFY(srtPort != 0);
     QVERIFY(!fixture.connectLinks({&link}).isEmpty());
     QByteArray reply;
     connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&](const QString &line) {
         if (line.startsWith(u"SRT | Gruppe"_s)) {
-            // As a message box would: an event loop of its own, in which the other group's socket is read.
+            // receive() runs an event loop, in which the other group's socket is read, as a message box would.
             fixture.reply(typed(0x8003, 1316), srtPort);
             reply = earlier.receive();
         }
@@ -140,13 +140,13 @@ void TestSrtlaEngineReading::aDatagramOutlivesAnEventLoopInItsHandler()
     QCOMPARE(reply, typed(0x8003, 1316));
 }
 
-void TestSrtlaEngineReading::theLargestDatagramsAreCountedWhole()
+void TestSrtlaEngineReading::largestDatagramsAreCountedWhole()
 {
     constexpr qsizetype largest = 65507; // over IPv4
     EngineFixture fixture;
     Peer sender;
     sender.send(QByteArray(largest, 'x'), fixture.port());
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.receivedBytes(), static_cast<quint64>(largest), ampleMs);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.receivedBytes(), static_cast<quint64>(largest), waitMs);
     QCOMPARE(fixture.probe.receivedPackets(), 1U);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Slots that stop, restart or shut down the engine while it is in the middle of something. What they must not cause is
-// a use after free, so this says most under AddressSanitizer.
+// Slots that stop, restart or shut down the engine while it emits a signal. Errors would be uses after free, which
+// AddressSanitizer detects.
 #include "enginefixture.h"
 
 #include <QEventLoop>
@@ -18,17 +18,17 @@ class TestSrtlaEngineReentrancy : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void actingOnALogLine_data();
-    void actingOnALogLine();
+    void callsInsideALogLine_data();
+    void callsInsideALogLine();
     void stoppingWhileAReplyIsSent();
     void aNewSessionInsideAnErrorLine();
-    void stoppingOnASignalOfTheSocketItself();
-    void stoppingOnEveryRemoval();
-    void shuttingDownDuringAStopEndsAllTelling();
-    void startingOnStatisticsBeginsAnew();
+    void stoppingInsideASocketSignal();
+    void stoppingAtEveryRemoval();
+    void shutdownDuringStopEndsAllSignals();
+    void startInsideStatisticsResetsTheRate();
 
 private:
-    static void runThroughALife(EngineFixture &fixture);
+    static void runSession(EngineFixture &fixture);
 };
 
 namespace {
@@ -65,7 +65,7 @@ const NamedAction actions[] = {
 
 } // namespace
 
-void TestSrtlaEngineReentrancy::actingOnALogLine_data()
+void TestSrtlaEngineReentrancy::callsInsideALogLine_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<Action>("action");
@@ -80,14 +80,14 @@ void TestSrtlaEngineReentrancy::actingOnALogLine_data()
     }
 }
 
-/// Goes through everything that makes a log line, whatever a slot does to the engine in between.
-void TestSrtlaEngineReentrancy::runThroughALife(EngineFixture &fixture)
+/// Causes every kind of log line, whatever a slot does to the engine in between.
+void TestSrtlaEngineReentrancy::runSession(EngineFixture &fixture)
 {
     const EngineProbe &probe = fixture.probe;
     const SrtlaEndpoint a{QHostAddress(QHostAddress::LocalHost), 40001};
     const SrtlaEndpoint b{QHostAddress(QHostAddress::LocalHost), 40002};
     const auto handle = [&](const QByteArray &datagram, const SrtlaEndpoint &endpoint) {
-        if (fixture.engine.isRunning()) { // nothing is read from a closed socket
+        if (fixture.engine.isRunning()) { // a closed socket reads nothing
             probe.handleDatagram(datagram, endpoint);
         }
         // Groups exist only while the engine runs.
@@ -104,7 +104,7 @@ void TestSrtlaEngineReentrancy::runThroughALife(EngineFixture &fixture)
     handle(srtData(1), a);
     handle(srtData(2), a);
     if (auto group = probe.groups().value(first); group && group->srtSocket) {
-        // Nobody but the engine's table holds the group while its socket signals.
+        // Only the engine's table holds the group while its socket emits.
         SrtlaEngine::SrtSocket *const socket = group->srtSocket.get();
         group.reset();
         Q_EMIT socket->errorOccurred(QAbstractSocket::NetworkError);
@@ -120,7 +120,7 @@ void TestSrtlaEngineReentrancy::runThroughALife(EngineFixture &fixture)
     probe.publishStatistics();
 }
 
-void TestSrtlaEngineReentrancy::actingOnALogLine()
+void TestSrtlaEngineReentrancy::callsInsideALogLine()
 {
     QFETCH(QString, line);
     QFETCH(Action, action);
@@ -134,10 +134,10 @@ void TestSrtlaEngineReentrancy::actingOnALogLine()
             action(fixture);
         }
     });
-    runThroughALife(fixture);
-    QVERIFY2(acted, "the line never came");
+    runSession(fixture);
+    QVERIFY2(acted, "the line was not logged");
     QCoreApplication::processEvents();
-    QCOMPARE(fixture.engine.isRunning(), keepsRunning); // an answer under way must not open a closed socket again
+    QCOMPARE(fixture.engine.isRunning(), keepsRunning); // a pending response must not reopen a closed socket
     if (!fixture.engine.isRunning()) {
         // Groups exist only while the engine runs, and so do its sockets.
         QVERIFY(fixture.probe.groups().isEmpty());
@@ -153,11 +153,11 @@ void TestSrtlaEngineReentrancy::stoppingWhileAReplyIsSent()
     EngineFixture fixture;
     Peer link;
     QVERIFY(fixture.join(link, fixture.openGroup(link)));
-    const quint16 srtPort = fixture.carryHandshake(link);
+    const quint16 srtPort = fixture.forwardHandshake(link);
     QVERIFY(srtPort != 0);
     // The reply is sent inside the readyRead of the group's own socket.
     connect(&fixture.probe.clientSocket(), &QIODevice::bytesWritten, this, [&] { fixture.engine.stop(); });
-    // Slots run in the order of their connection: this one after the engine's, if the socket is still there then.
+    // Slots run in the order of their connection: this one after the engine's, if the socket still exists.
     bool outlived = false;
     connect(fixture.probe.groups().begin()->get()->srtSocket.get(), &QIODevice::readyRead, this,
             [&] { outlived = !fixture.engine.isRunning(); });
@@ -175,15 +175,15 @@ void TestSrtlaEngineReentrancy::aNewSessionInsideAnErrorLine()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
     QWeakPointer<SrtlaGroup> group = fixture.probe.groups().value(id);
     connect(&fixture.engine, &SrtlaEngine::logMessage, this, [&](const QString &line) {
         if (line.startsWith(u"SRT | Gruppe 616263646566: ")) {
-            // As a message box would: its own event loop, in which the sender opens a new session.
+            // An event loop, as in a message box, in which the sender opens a new session.
             link.send(reg1(idProposal('a')), fixture.port());
-            QVERIFY(QTest::qWaitFor([&] { return link.socket.hasPendingDatagrams(); }, ampleMs));
+            QVERIFY(QTest::qWaitFor([&] { return link.socket.hasPendingDatagrams(); }, waitMs));
             QVERIFY(!fixture.probe.group(id));
-            QVERIFY(group); // its socket is still signalling
+            QVERIFY(group); // its socket is still emitting
         }
     });
     SrtlaEngine::SrtSocket *const socket = group.toStrongRef()->srtSocket.get();
@@ -191,26 +191,26 @@ void TestSrtlaEngineReentrancy::aNewSessionInsideAnErrorLine()
     connect(socket, &QAbstractSocket::errorOccurred, this, [&] { outlived = true; });
     Q_EMIT socket->errorOccurred(QAbstractSocket::NetworkError);
     QVERIFY2(outlived, "the socket was destroyed inside its own signal");
-    QTRY_VERIFY_WITH_TIMEOUT(!group, ampleMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!group, waitMs);
     QCOMPARE(fixture.probe.groups().size(), 1);
 }
 
-void TestSrtlaEngineReentrancy::stoppingOnASignalOfTheSocketItself()
+void TestSrtlaEngineReentrancy::stoppingInsideASocketSignal()
 {
     EngineFixture fixture;
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
     QWeakPointer<SrtlaGroup> group = fixture.probe.groups().value(id);
-    // Emitted in the middle of writing a forwarded packet.
+    // Emitted while a forwarded packet is written.
     connect(fixture.probe.group(id)->srtSocket.get(), &QIODevice::bytesWritten, this, [&] { fixture.engine.stop(); });
     fixture.send(link, srtData(1));
-    QTRY_VERIFY_WITH_TIMEOUT(!fixture.engine.isRunning(), ampleMs);
-    QVERIFY(!group); // destroyed as soon as nothing is under way on it
+    QTRY_VERIFY_WITH_TIMEOUT(!fixture.engine.isRunning(), waitMs);
+    QVERIFY(!group); // destroyed after the signal
 }
 
-void TestSrtlaEngineReentrancy::stoppingOnEveryRemoval()
+void TestSrtlaEngineReentrancy::stoppingAtEveryRemoval()
 {
     EngineFixture fixture;
     fixture.openGroup(remoteLink(1), 'a');
@@ -230,7 +230,7 @@ void TestSrtlaEngineReentrancy::stoppingOnEveryRemoval()
     QVERIFY(fixture.probe.sessionIndex().isEmpty());
 }
 
-void TestSrtlaEngineReentrancy::shuttingDownDuringAStopEndsAllTelling()
+void TestSrtlaEngineReentrancy::shutdownDuringStopEndsAllSignals()
 {
     EngineFixture fixture;
     fixture.openGroup(remoteLink(1), 'a');
@@ -240,7 +240,7 @@ void TestSrtlaEngineReentrancy::shuttingDownDuringAStopEndsAllTelling()
     QCOMPARE(fixture.record.all, QStringList{u"log GRUPPE | 616263646566 entfernt: Receiver gestoppt"_s});
 }
 
-void TestSrtlaEngineReentrancy::startingOnStatisticsBeginsAnew()
+void TestSrtlaEngineReentrancy::startInsideStatisticsResetsTheRate()
 {
     EngineFixture fixture;
     fixture.engine.setMs = 5000;
@@ -253,7 +253,7 @@ void TestSrtlaEngineReentrancy::startingOnStatisticsBeginsAnew()
         }
     });
     fixture.probe.publishStatistics();
-    // What the new session's first rate is reckoned from.
+    // Base of the new session's first rate.
     QCOMPARE(fixture.probe.lastPublishedMs(), 0);
     fixture.engine.setMs = 1000;
     fixture.probe.receivedBytes() = 1250000;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Groups and links: who opens one, who joins one, and what is answered.
+// Registration of groups and links.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -14,17 +14,17 @@ private Q_SLOTS:
     void reg1OpensAGroupWithoutLinks();
     void theReceiversHalfIsRandom();
     void reg1FromARegisteredLinkOpensASession();
-    void registrationsOfAnotherSizeFromStrangersGetNoAnswer_data();
-    void registrationsOfAnotherSizeFromStrangersGetNoAnswer();
-    void registrationsOfAnotherSizeFromALinkAreForwarded_data();
-    void registrationsOfAnotherSizeFromALinkAreForwarded();
+    void registrationsOfWrongSizeAreNotAnswered_data();
+    void registrationsOfWrongSizeAreNotAnswered();
+    void registrationsOfWrongSizeFromALinkAreForwarded_data();
+    void registrationsOfWrongSizeFromALinkAreForwarded();
     void aSecondReg1FromTheSameEndpoint_data();
     void aSecondReg1FromTheSameEndpoint();
     void reg1OfAKnownSenderFromAnotherEndpointReplacesItsGroup();
     void reg2RegistersALink();
-    void reg2OfALinkThatIsRegisteredAnswersAgainAndLogsNothing();
-    void reg2NamingNoGroupAnswersNgp();
-    void reg2FromALinkOfAnotherGroupAnswersAnError();
+    void repeatedReg2IsAnsweredAndNotLogged();
+    void reg2WithUnknownGroupIsAnsweredWithNgp();
+    void reg2FromALinkOfAnotherGroupIsAnsweredWithErr();
 };
 
 void TestSrtlaEngineRegistrations::reg1OpensAGroupWithoutLinks()
@@ -81,7 +81,7 @@ void TestSrtlaEngineRegistrations::reg1FromARegisteredLinkOpensASession()
     QCOMPARE(fixture.probe.pathIndex().value(link.endpoint()), id);
 }
 
-void TestSrtlaEngineRegistrations::registrationsOfAnotherSizeFromStrangersGetNoAnswer_data()
+void TestSrtlaEngineRegistrations::registrationsOfWrongSizeAreNotAnswered_data()
 {
     QTest::addColumn<QByteArray>("datagram");
     for (const quint16 type : {quint16{0x9200}, quint16{0x9201}}) {
@@ -91,18 +91,18 @@ void TestSrtlaEngineRegistrations::registrationsOfAnotherSizeFromStrangersGetNoA
     }
 }
 
-void TestSrtlaEngineRegistrations::registrationsOfAnotherSizeFromStrangersGetNoAnswer()
+void TestSrtlaEngineRegistrations::registrationsOfWrongSizeAreNotAnswered()
 {
     QFETCH(QByteArray, datagram);
     EngineFixture fixture;
-    Peer stranger;
-    fixture.send(stranger, datagram);
-    QVERIFY(fixture.nothingAnswered(stranger));
+    Peer unregistered;
+    fixture.send(unregistered, datagram);
+    QVERIFY(fixture.receivesNothing(unregistered));
     QVERIFY(fixture.probe.groups().isEmpty());
     QCOMPARE(fixture.record.all, QStringList());
 }
 
-void TestSrtlaEngineRegistrations::registrationsOfAnotherSizeFromALinkAreForwarded_data()
+void TestSrtlaEngineRegistrations::registrationsOfWrongSizeFromALinkAreForwarded_data()
 {
     QTest::addColumn<QByteArray>("datagram");
     QTest::newRow("REG1, 257 bytes") << typed(0x9200, 257);
@@ -111,7 +111,7 @@ void TestSrtlaEngineRegistrations::registrationsOfAnotherSizeFromALinkAreForward
     QTest::newRow("REG2, 16 bytes") << typed(0x9201, 16);
 }
 
-void TestSrtlaEngineRegistrations::registrationsOfAnotherSizeFromALinkAreForwarded()
+void TestSrtlaEngineRegistrations::registrationsOfWrongSizeFromALinkAreForwarded()
 {
     QFETCH(QByteArray, datagram);
     EngineFixture fixture;
@@ -119,7 +119,7 @@ void TestSrtlaEngineRegistrations::registrationsOfAnotherSizeFromALinkAreForward
     QVERIFY(fixture.join(link, fixture.openGroup(link)));
     fixture.send(link, datagram);
     QCOMPARE(fixture.listener.receive(), datagram);
-    QVERIFY(fixture.nothingAnswered(link));
+    QVERIFY(fixture.receivesNothing(link));
 }
 
 void TestSrtlaEngineRegistrations::aSecondReg1FromTheSameEndpoint_data()
@@ -142,7 +142,7 @@ void TestSrtlaEngineRegistrations::aSecondReg1FromTheSameEndpoint()
 
     // The ignored half of the proposal may differ freely.
     const QByteArray proposal = idProposal(seed).first(128) + QByteArray(128, '\x55');
-    const QByteArray answer = fixture.ask(sender, reg1(proposal));
+    const QByteArray answer = fixture.exchange(sender, reg1(proposal));
     QCOMPARE(answer.size(), 258);
     const QByteArray second = answer.sliced(2);
     QVERIFY(second != first);
@@ -202,7 +202,7 @@ void TestSrtlaEngineRegistrations::reg2RegistersALink()
              QStringList{u"REG3 | Weg 127.0.0.1:%1 verbunden, Gruppe 616263646566"_s.arg(link.endpoint().port)});
 }
 
-void TestSrtlaEngineRegistrations::reg2OfALinkThatIsRegisteredAnswersAgainAndLogsNothing()
+void TestSrtlaEngineRegistrations::repeatedReg2IsAnsweredAndNotLogged()
 {
     EngineFixture fixture;
     fixture.engine.setMs = 100;
@@ -228,18 +228,18 @@ void TestSrtlaEngineRegistrations::reg2OfALinkThatIsRegisteredAnswersAgainAndLog
     QCOMPARE(fixture.probe.path(id, first.endpoint())->pendingAcks, QList<quint32>{1});
 }
 
-void TestSrtlaEngineRegistrations::reg2NamingNoGroupAnswersNgp()
+void TestSrtlaEngineRegistrations::reg2WithUnknownGroupIsAnsweredWithNgp()
 {
     EngineFixture fixture;
     Peer link;
     QByteArray id = fixture.openGroup(link);
     id[255] = static_cast<char>(id.at(255) ^ 1); // differs in the last byte only
-    QCOMPARE(fixture.ask(link, reg2(id)), regNgp);
+    QCOMPARE(fixture.exchange(link, reg2(id)), regNgp);
     QVERIFY(fixture.probe.pathIndex().isEmpty());
     QCOMPARE(fixture.record.logLines.size(), 1);
 }
 
-void TestSrtlaEngineRegistrations::reg2FromALinkOfAnotherGroupAnswersAnError()
+void TestSrtlaEngineRegistrations::reg2FromALinkOfAnotherGroupIsAnsweredWithErr()
 {
     EngineFixture fixture;
     Peer first;
@@ -249,7 +249,7 @@ void TestSrtlaEngineRegistrations::reg2FromALinkOfAnotherGroupAnswersAnError()
     QVERIFY(fixture.join(first, own));
     fixture.record.all.clear();
     fixture.engine.setMs = 5000;
-    QCOMPARE(fixture.ask(first, reg2(other)), regErr);
+    QCOMPARE(fixture.exchange(first, reg2(other)), regErr);
     QCOMPARE(fixture.probe.pathIndex().value(first.endpoint()), own);
     QVERIFY(fixture.probe.group(other)->paths.isEmpty());
     QVERIFY(fixture.probe.group(other)->lastActivityMs != 5000);

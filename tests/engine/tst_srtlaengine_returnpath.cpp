@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What the SRT listener sends back, and over which links it goes.
+// Replies of the SRT listener and the links that they are sent over.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -13,16 +13,16 @@ class TestSrtlaEngineReturnPath : public QObject
 private Q_SLOTS:
     void acksGoToEveryLinkOnceAndOtherPacketsToOneLink_data();
     void acksGoToEveryLinkOnceAndOtherPacketsToOneLink();
-    void repliesFollowTheTrafficFromLinkToLink();
+    void repliesFollowTheLatestLink();
     void repliesFollowARepeatedReg2();
     void beforeTheFirstSrtPacketOnlyAcksAreSent_data();
     void beforeTheFirstSrtPacketOnlyAcksAreSent();
     void repliesOfAGroupWithoutLinksAreDiscarded();
     void repliesStillGoToALinkThatTimedOut();
-    void repliesAreCountedNowhere();
-    void groupsDoNotGetEachOthersReplies();
-    void everySocketErrorIsOneLogLine();
-    void anErrorLeavesTheGroupWorkingOnTheSameSocket();
+    void repliesAreNotCounted();
+    void repliesStayInTheirGroup();
+    void everySocketErrorIsLogged();
+    void groupWorksAfterASocketError();
 };
 
 void TestSrtlaEngineReturnPath::acksGoToEveryLinkOnceAndOtherPacketsToOneLink_data()
@@ -54,11 +54,11 @@ void TestSrtlaEngineReturnPath::acksGoToEveryLinkOnceAndOtherPacketsToOneLink()
     for (Peer &link : links) {
         QVERIFY(fixture.join(link, id));
     }
-    const quint16 srtPort = fixture.carryHandshake(links[1]);
+    const quint16 srtPort = fixture.forwardHandshake(links[1]);
     QCOMPARE(srtPort, fixture.srtPort(id));
     fixture.reply(datagram, srtPort);
 
-    // The link that carried a packet last gets it in any case, and from the port that it talks to.
+    // The link that delivered the latest packet receives it in any case, from the engine's port.
     QCOMPARE(links[1].receive(), datagram);
     QCOMPARE(links[1].lastSenderPort, fixture.port());
     for (Peer *link : {&links[0], &links[2]}) {
@@ -67,25 +67,25 @@ void TestSrtlaEngineReturnPath::acksGoToEveryLinkOnceAndOtherPacketsToOneLink()
         }
     }
     for (Peer &link : links) {
-        QVERIFY(fixture.nothingAnswered(link)); // nothing more
+        QVERIFY(fixture.receivesNothing(link)); // nothing else
     }
 }
 
-void TestSrtlaEngineReturnPath::repliesFollowTheTrafficFromLinkToLink()
+void TestSrtlaEngineReturnPath::repliesFollowTheLatestLink()
 {
     EngineFixture fixture;
     Peer first;
     Peer second;
     const QByteArray id = fixture.connectLinks({&first, &second});
     QVERIFY(!id.isEmpty());
-    const quint16 srtPort = fixture.carryHandshake(first);
+    const quint16 srtPort = fixture.forwardHandshake(first);
     fixture.reply(typed(0x8003, 20), srtPort);
     QCOMPARE(first.receive(), typed(0x8003, 20));
 
-    QCOMPARE(fixture.carryHandshake(second), srtPort);
+    QCOMPARE(fixture.forwardHandshake(second), srtPort);
     fixture.reply(typed(0x8003, 24), srtPort);
     QCOMPARE(second.receive(), typed(0x8003, 24));
-    QVERIFY(fixture.nothingAnswered(first));
+    QVERIFY(fixture.receivesNothing(first));
 }
 
 void TestSrtlaEngineReturnPath::repliesFollowARepeatedReg2()
@@ -95,7 +95,7 @@ void TestSrtlaEngineReturnPath::repliesFollowARepeatedReg2()
     Peer second;
     const QByteArray id = fixture.connectLinks({&first, &second});
     QVERIFY(!id.isEmpty());
-    const quint16 srtPort = fixture.carryHandshake(first);
+    const quint16 srtPort = fixture.forwardHandshake(first);
     QVERIFY(fixture.join(second, id));
     fixture.reply(typed(0x8003, 20), srtPort);
     QCOMPARE(second.receive(), typed(0x8003, 20));
@@ -116,9 +116,9 @@ void TestSrtlaEngineReturnPath::beforeTheFirstSrtPacketOnlyAcksAreSent()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = fixture.carryHandshake(link);
+    const quint16 srtPort = fixture.forwardHandshake(link);
     QVERIFY(srtPort != 0);
-    // A socket without an SRT packet before it does not come about over the network: take the mark back.
+    // Reset the flag, because over the network the socket exists only after an SRT packet.
     QVERIFY(fixture.probe.group(id));
     fixture.probe.group(id)->hasReplyEndpoint = false;
     fixture.reply(datagram, srtPort);
@@ -134,7 +134,7 @@ void TestSrtlaEngineReturnPath::repliesOfAGroupWithoutLinksAreDiscarded()
     Peer late;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = fixture.carryHandshake(link);
+    const quint16 srtPort = fixture.forwardHandshake(link);
     QVERIFY(srtPort != 0);
     fixture.engine.setMs = 8001;
     SrtlaGroup *const group = fixture.probe.group(id);
@@ -146,9 +146,9 @@ void TestSrtlaEngineReturnPath::repliesOfAGroupWithoutLinksAreDiscarded()
 
     fixture.reply(typed(0x8002, 44), srtPort);
     fixture.reply(typed(0x8003, 20), srtPort);
-    QTRY_VERIFY_WITH_TIMEOUT(!group->srtSocket->hasPendingDatagrams(), ampleMs);
-    QVERIFY(fixture.nothingAnswered(link));
-    // They were read and dropped, not kept for a link that comes later.
+    QTRY_VERIFY_WITH_TIMEOUT(!group->srtSocket->hasPendingDatagrams(), waitMs);
+    QVERIFY(fixture.receivesNothing(link));
+    // They were read and dropped, not kept for a later link.
     QVERIFY(fixture.join(late, id));
     fixture.reply(typed(0x8002, 16), srtPort);
     QCOMPARE(late.receive(), typed(0x8002, 16));
@@ -162,9 +162,9 @@ void TestSrtlaEngineReturnPath::repliesStillGoToALinkThatTimedOut()
     Peer alive;
     const QByteArray id = fixture.connectLinks({&gone, &alive});
     QVERIFY(!id.isEmpty());
-    const quint16 srtPort = fixture.carryHandshake(gone);
+    const quint16 srtPort = fixture.forwardHandshake(gone);
     fixture.engine.setMs = 8001;
-    QCOMPARE(fixture.ask(alive, typed(0x9000, 2)), typed(0x9000, 2));
+    QCOMPARE(fixture.exchange(alive, typed(0x9000, 2)), typed(0x9000, 2));
     fixture.probe.cleanupSessions();
     QVERIFY(fixture.probe.group(id));
     QCOMPARE(fixture.probe.group(id)->paths.size(), 1);
@@ -173,16 +173,16 @@ void TestSrtlaEngineReturnPath::repliesStillGoToALinkThatTimedOut()
     QCOMPARE(gone.receive(), typed(0x8003, 20));
     fixture.reply(typed(0x8002, 20), srtPort);
     QCOMPARE(alive.receive(), typed(0x8002, 20));
-    QVERIFY(fixture.nothingAnswered(gone));
+    QVERIFY(fixture.receivesNothing(gone));
 }
 
-void TestSrtlaEngineReturnPath::repliesAreCountedNowhere()
+void TestSrtlaEngineReturnPath::repliesAreNotCounted()
 {
     EngineFixture fixture;
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = fixture.carryHandshake(link);
+    const quint16 srtPort = fixture.forwardHandshake(link);
     const quint64 packets = fixture.probe.receivedPackets();
     const quint64 bytes = fixture.probe.receivedBytes();
     fixture.reply(typed(0x8002, 44), srtPort);
@@ -193,32 +193,32 @@ void TestSrtlaEngineReturnPath::repliesAreCountedNowhere()
     QCOMPARE(fixture.probe.path(id, link.endpoint())->packets, 1U);
 }
 
-void TestSrtlaEngineReturnPath::groupsDoNotGetEachOthersReplies()
+void TestSrtlaEngineReturnPath::repliesStayInTheirGroup()
 {
     EngineFixture fixture;
     Peer first;
     Peer second;
     QVERIFY(fixture.join(first, fixture.openGroup(first, 'a')));
     QVERIFY(fixture.join(second, fixture.openGroup(second, 'b')));
-    const quint16 firstPort = fixture.carryHandshake(first);
-    const quint16 secondPort = fixture.carryHandshake(second);
+    const quint16 firstPort = fixture.forwardHandshake(first);
+    const quint16 secondPort = fixture.forwardHandshake(second);
     fixture.reply(typed(0x8002, 44), secondPort);
     fixture.reply(typed(0x8002, 20), firstPort);
     QCOMPARE(first.receive(), typed(0x8002, 20));
     QCOMPARE(second.receive(), typed(0x8002, 44));
-    QVERIFY(fixture.nothingAnswered(first));
-    QVERIFY(fixture.nothingAnswered(second));
+    QVERIFY(fixture.receivesNothing(first));
+    QVERIFY(fixture.receivesNothing(second));
 }
 
-void TestSrtlaEngineReturnPath::everySocketErrorIsOneLogLine()
+void TestSrtlaEngineReturnPath::everySocketErrorIsLogged()
 {
     EngineFixture fixture;
     Peer link;
     const QByteArray id = fixture.openGroup(link, '?');
     QVERIFY(fixture.join(link, id));
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
     fixture.record.all.clear();
-    // Which errors a system reports, and when, differs; a signal from the socket does not.
+    // The signal is emitted directly, because errors reported by the system differ.
     SrtlaEngine::SrtSocket *const socket = fixture.probe.group(id)->srtSocket.get();
     for (int count = 1; count <= 3; ++count) {
         Q_EMIT socket->errorOccurred(QAbstractSocket::ConnectionRefusedError);
@@ -227,19 +227,19 @@ void TestSrtlaEngineReturnPath::everySocketErrorIsOneLogLine()
     }
 }
 
-void TestSrtlaEngineReturnPath::anErrorLeavesTheGroupWorkingOnTheSameSocket()
+void TestSrtlaEngineReturnPath::groupWorksAfterASocketError()
 {
     EngineFixture fixture;
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = fixture.carryHandshake(link);
+    const quint16 srtPort = fixture.forwardHandshake(link);
     QVERIFY(srtPort != 0);
     SrtlaEngine::SrtSocket *const socket = fixture.probe.group(id)->srtSocket.get();
     Q_EMIT socket->errorOccurred(QAbstractSocket::ConnectionRefusedError);
     QVERIFY(fixture.probe.group(id));
     QCOMPARE(fixture.probe.group(id)->srtSocket.get(), socket);
-    QCOMPARE(fixture.carryHandshake(link), srtPort);
+    QCOMPARE(fixture.forwardHandshake(link), srtPort);
     fixture.reply(typed(0x8001, 16), srtPort);
     QCOMPARE(link.receive(), typed(0x8001, 16));
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Groups that replace each other, and links that go from one to the next.
+// Groups that replace each other, and links that change their group.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -11,17 +11,17 @@ class TestSrtlaEngineSessions : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void oneReg1RemovesTheSendersGroupThenTheEndpoints();
-    void aLinkWhoseGroupIsGoneJoinsAnother_data();
-    void aLinkWhoseGroupIsGoneJoinsAnother();
-    void theCleanUpLeavesAloneWhatASlotRemoved();
-    void anUnknownGroupIsUnknownToARegisteredLinkToo();
-    void linksOfOnePortAndTwoAddressesAreTwo();
-    void repliesFollowTheAddressToo();
-    void theReplyEndpointOutlivesTheLastLink();
+    void reg1RemovesTheSendersGroupThenTheEndpointsGroup();
+    void linkOfARemovedGroupJoinsAnother_data();
+    void linkOfARemovedGroupJoinsAnother();
+    void cleanupSkipsGroupsRemovedByASlot();
+    void unknownGroupIsAnsweredWithNgpOnARegisteredLink();
+    void linksDifferByAddress();
+    void replyEndpointIncludesTheAddress();
+    void replyEndpointOutlivesTheLastLink();
 };
 
-void TestSrtlaEngineSessions::oneReg1RemovesTheSendersGroupThenTheEndpoints()
+void TestSrtlaEngineSessions::reg1RemovesTheSendersGroupThenTheEndpointsGroup()
 {
     EngineFixture fixture;
     const QByteArray ofEndpoint = fixture.openGroup(remoteLink(1), 'a');
@@ -38,15 +38,15 @@ void TestSrtlaEngineSessions::oneReg1RemovesTheSendersGroupThenTheEndpoints()
     QCOMPARE(fixture.probe.sessionIndex().size(), 1);
 }
 
-void TestSrtlaEngineSessions::aLinkWhoseGroupIsGoneJoinsAnother_data()
+void TestSrtlaEngineSessions::linkOfARemovedGroupJoinsAnother_data()
 {
     QTest::addColumn<int>("end");
-    QTest::newRow("its sender begins anew") << 0;
-    QTest::newRow("its endpoint registers anew") << 1;
-    QTest::newRow("it times out") << 2;
+    QTest::newRow("new session of the sender") << 0;
+    QTest::newRow("new registration of the endpoint") << 1;
+    QTest::newRow("time-out") << 2;
 }
 
-void TestSrtlaEngineSessions::aLinkWhoseGroupIsGoneJoinsAnother()
+void TestSrtlaEngineSessions::linkOfARemovedGroupJoinsAnother()
 {
     QFETCH(int, end);
     EngineFixture fixture;
@@ -71,17 +71,17 @@ void TestSrtlaEngineSessions::aLinkWhoseGroupIsGoneJoinsAnother()
     QVERIFY(!fixture.probe.group(first));
     QVERIFY(fixture.join(link, second));
     QCOMPARE(fixture.probe.pathIndex().value(link.endpoint()), second);
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
     QCOMPARE(fixture.probe.path(second, link.endpoint())->packets, 1U);
 }
 
-void TestSrtlaEngineSessions::theCleanUpLeavesAloneWhatASlotRemoved()
+void TestSrtlaEngineSessions::cleanupSkipsGroupsRemovedByASlot()
 {
     EngineFixture fixture;
     fixture.engine.setMs = 0;
     const QByteArray first = fixture.openGroup(remoteLink(1), 'a');
     const QByteArray second = fixture.openGroup(remoteLink(2), 'b');
-    // Two links each: one of them is told, and there is one left in its group as well as the other group's.
+    // Two links each: when the first is logged, one remains in its group and two in the other.
     for (const quint16 port : {quint16{1}, quint16{11}}) {
         fixture.probe.handleDatagram(reg2(first), remoteLink(port));
     }
@@ -94,7 +94,7 @@ void TestSrtlaEngineSessions::theCleanUpLeavesAloneWhatASlotRemoved()
         if (line.startsWith(u"TIMEOUT"_s)) {
             fixture.probe.removeGroup(first, u"slot"_s);
             fixture.probe.removeGroup(second, u"slot"_s);
-            // A new group, and a link of one that is gone in it: nothing of either is to be taken away.
+            // A new group with links of the removed ones: it must not be changed.
             const QByteArray third = fixture.openGroup(remoteLink(3), 'c');
             for (const quint16 port : {quint16{1}, quint16{11}, quint16{2}, quint16{12}}) {
                 fixture.probe.handleDatagram(reg2(third), remoteLink(port));
@@ -108,17 +108,17 @@ void TestSrtlaEngineSessions::theCleanUpLeavesAloneWhatASlotRemoved()
     QCOMPARE(fixture.probe.pathIndex().size(), 4);
 }
 
-void TestSrtlaEngineSessions::anUnknownGroupIsUnknownToARegisteredLinkToo()
+void TestSrtlaEngineSessions::unknownGroupIsAnsweredWithNgpOnARegisteredLink()
 {
     EngineFixture fixture;
     Peer link;
     const QByteArray id = fixture.connectLinks({&link});
     QVERIFY(!id.isEmpty());
-    QCOMPARE(fixture.ask(link, reg2(QByteArray(256, 'x'))), regNgp);
+    QCOMPARE(fixture.exchange(link, reg2(QByteArray(256, 'x'))), regNgp);
     QCOMPARE(fixture.probe.pathIndex().value(link.endpoint()), id);
 }
 
-void TestSrtlaEngineSessions::linksOfOnePortAndTwoAddressesAreTwo()
+void TestSrtlaEngineSessions::linksDifferByAddress()
 {
     EngineFixture fixture;
     const SrtlaEndpoint here = remoteLink(40000);
@@ -131,7 +131,7 @@ void TestSrtlaEngineSessions::linksOfOnePortAndTwoAddressesAreTwo()
     QVERIFY(!(here == there));
 }
 
-void TestSrtlaEngineSessions::repliesFollowTheAddressToo()
+void TestSrtlaEngineSessions::replyEndpointIncludesTheAddress()
 {
     EngineFixture fixture;
     const SrtlaEndpoint here = remoteLink(40000);
@@ -146,20 +146,20 @@ void TestSrtlaEngineSessions::repliesFollowTheAddressToo()
     QCOMPARE(group->replyAddress, there.address);
 }
 
-void TestSrtlaEngineSessions::theReplyEndpointOutlivesTheLastLink()
+void TestSrtlaEngineSessions::replyEndpointOutlivesTheLastLink()
 {
     EngineFixture fixture;
     fixture.engine.setMs = 0;
     Peer gone;
     Peer late;
     const QByteArray id = fixture.connectLinks({&gone});
-    const quint16 srtPort = fixture.carryHandshake(gone);
+    const quint16 srtPort = fixture.forwardHandshake(gone);
     QVERIFY(srtPort != 0);
     fixture.engine.setMs = 8001;
     fixture.probe.group(id)->lastActivityMs = 8001; // keeps the group
     fixture.probe.cleanupSessions();
     QVERIFY(fixture.probe.group(id)->paths.isEmpty());
-    // The next link is the new way back as soon as it has joined: packets of the group have been here before.
+    // The next link becomes the reply endpoint when it joins.
     QVERIFY(fixture.join(late, id));
     fixture.reply(typed(0x8003, 20), srtPort);
     QCOMPARE(late.receive(), typed(0x8003, 20));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Empty datagrams, stalls of the thread, and a port that is nobody else's.
+// Empty datagrams, stalls of the thread, exclusive binding, proxies.
 #include "enginefixture.h"
 
 #include <QNetworkProxy>
@@ -10,13 +10,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// One second of 20 Mbit/s in packets of the size that SRT uses for a transport stream.
+/// One second of 20 Mbit/s in SRT packets with seven transport stream packets each.
 constexpr qsizetype packetBytes = 1316;
 constexpr qsizetype oneSecondPackets = 20'000'000 / 8 / packetBytes;
-/// What a system may charge a socket's buffer for one such datagram, bookkeeping included.
+/// Receive buffer space per such datagram, including the system's overhead.
 constexpr qsizetype chargedPerPacket = 4096;
 
-/// How many packets must survive a stall, given what the system granted.
+/// Number of packets that must survive a stall with the granted buffer size.
 qsizetype mustSurvive(const QUdpSocket &socket)
 {
     const int granted =
@@ -35,14 +35,14 @@ class TestSrtlaEngineSockets : public QObject
 private Q_SLOTS:
     void emptyDatagramsFromSendersDoNotStopTheReading();
     void emptyDatagramsFromTheListenerDoNotStopTheReading();
-    void largeBuffersAreAskedFor();
+    void largeBuffersAreRequested();
     void aStallLosesNothingFromSenders();
     void aStallLosesNothingFromTheListener();
     void thePortIsNotShared_data();
     void thePortIsNotShared();
     void aSecondEngineOnThePortFails();
     void stopAndStartOnTheSamePortSucceeds();
-    void noProxyIsAsked();
+    void noProxyIsUsed();
 };
 
 void TestSrtlaEngineSockets::emptyDatagramsFromSendersDoNotStopTheReading()
@@ -52,7 +52,7 @@ void TestSrtlaEngineSockets::emptyDatagramsFromSendersDoNotStopTheReading()
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
     for (int round = 0; round < 10; ++round) {
-        // All of it waits on the socket before the engine gets to read.
+        // All datagrams are queued before the engine reads.
         fixture.send(link, QByteArray());
         fixture.send(link, srtData(1));
         fixture.send(link, QByteArray());
@@ -62,9 +62,9 @@ void TestSrtlaEngineSockets::emptyDatagramsFromSendersDoNotStopTheReading()
         QCOMPARE(fixture.listener.receive(), srtData(2));
     }
     QCOMPARE(fixture.probe.receivedPackets(), 2U + 50U);
-    // An empty one alone doesn't either.
+    // The same for a single empty one.
     fixture.send(link, QByteArray());
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.receivedPackets(), 53U, ampleMs);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.receivedPackets(), 53U, waitMs);
     fixture.send(link, srtData(3));
     QCOMPARE(fixture.listener.receive(), srtData(3));
 }
@@ -74,7 +74,7 @@ void TestSrtlaEngineSockets::emptyDatagramsFromTheListenerDoNotStopTheReading()
     EngineFixture fixture;
     Peer link;
     QVERIFY(fixture.join(link, fixture.openGroup(link)));
-    const quint16 srtPort = fixture.carryHandshake(link);
+    const quint16 srtPort = fixture.forwardHandshake(link);
     QVERIFY(srtPort != 0);
     for (int round = 0; round < 10; ++round) {
         fixture.reply(QByteArray(), srtPort);
@@ -95,22 +95,22 @@ void TestSrtlaEngineSockets::emptyDatagramsFromTheListenerDoNotStopTheReading()
     QCOMPARE(link.receive(), typed(0x8001, 20));
 }
 
-void TestSrtlaEngineSockets::largeBuffersAreAskedFor()
+void TestSrtlaEngineSockets::largeBuffersAreRequested()
 {
     EngineFixture fixture;
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
     const auto size = [](QUdpSocket &socket) {
         return socket.socketOption(QAbstractSocket::ReceiveBufferSizeSocketOption).toInt();
     };
-    // What this system grants at most, or as much as a stall of a second needs.
+    // The system's maximum, or the size for a stall of one second.
     Peer reference;
     reference.socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 4 * 1024 * 1024);
     const int grantable = size(reference.socket);
     if (Peer untouched; size(untouched.socket) >= grantable) {
-        QSKIP("this system gives every socket as much as it grants at most");
+        QSKIP("the default buffer size of this system is its maximum");
     }
     for (QUdpSocket *socket :
          {&fixture.probe.clientSocket(), static_cast<QUdpSocket *>(fixture.probe.group(id)->srtSocket.get())}) {
@@ -127,11 +127,11 @@ void TestSrtlaEngineSockets::aStallLosesNothingFromSenders()
     QVERIFY(fixture.join(link, id));
     const qsizetype count = mustSurvive(fixture.probe.clientSocket());
     QVERIFY(count > 0);
-    // The engine lives in this thread: until the loop ends it cannot read.
+    // The engine is in this thread: it cannot read before the loop has ended.
     for (qsizetype i = 0; i < count; ++i) {
         fixture.send(link, srtData(static_cast<quint32>(i), packetBytes));
     }
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.path(id, link.endpoint())->packets, static_cast<quint64>(count), ampleMs);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.probe.path(id, link.endpoint())->packets, static_cast<quint64>(count), waitMs);
     QCOMPARE(fixture.probe.path(id, link.endpoint())->bytes, static_cast<quint64>(count * packetBytes));
     const qsizetype forwarded = std::min(count, mustSurvive(fixture.listener.socket));
     for (qsizetype i = 0; i < forwarded; ++i) {
@@ -146,7 +146,7 @@ void TestSrtlaEngineSockets::aStallLosesNothingFromTheListener()
     link.socket.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 8 * 1024 * 1024);
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    const quint16 srtPort = fixture.carryHandshake(link);
+    const quint16 srtPort = fixture.forwardHandshake(link);
     QVERIFY(srtPort != 0);
     const qsizetype count = std::min(mustSurvive(*fixture.probe.group(id)->srtSocket), mustSurvive(link.socket));
     QVERIFY(count > 0);
@@ -166,9 +166,9 @@ void TestSrtlaEngineSockets::thePortIsNotShared_data()
     const QHostAddress loopback(QHostAddress::LocalHost);
     QTest::newRow("default") << any << QUdpSocket::BindMode(QUdpSocket::DefaultForPlatform);
     QTest::newRow("exclusive") << any << QUdpSocket::BindMode(QUdpSocket::DontShareAddress);
-    QTest::newRow("the reuse hint") << any << (QUdpSocket::DontShareAddress | QUdpSocket::ReuseAddressHint);
+    QTest::newRow("reuse hint") << any << (QUdpSocket::DontShareAddress | QUdpSocket::ReuseAddressHint);
     QTest::newRow("shared") << any << (QUdpSocket::ShareAddress | QUdpSocket::ReuseAddressHint);
-    QTest::newRow("shared, on loopback alone") << loopback << (QUdpSocket::ShareAddress | QUdpSocket::ReuseAddressHint);
+    QTest::newRow("shared, loopback only") << loopback << (QUdpSocket::ShareAddress | QUdpSocket::ReuseAddressHint);
 }
 
 void TestSrtlaEngineSockets::thePortIsNotShared()
@@ -187,8 +187,8 @@ void TestSrtlaEngineSockets::thePortIsNotShared()
         QVERIFY(record.all.first().startsWith(u"status UDP %1 konnte nicht geöffnet werden: "_s.arg(port)));
     }
     QVERIFY2(engine.start(port, QHostAddress(QHostAddress::LocalHost), 5002), qPrintable(record.all.join(u'\n')));
-    QUdpSocket thief;
-    QVERIFY2(!thief.bind(address, port, mode), "another program took the port over");
+    QUdpSocket second;
+    QVERIFY2(!second.bind(address, port, mode), "another program took the port over");
     Peer sender;
     sender.send(reg1(idProposal('a')), port);
     QCOMPARE(sender.receive().size(), 258);
@@ -202,7 +202,7 @@ void TestSrtlaEngineSockets::aSecondEngineOnThePortFails()
     QVERIFY(!second.start(fixture.port(), QHostAddress(QHostAddress::LocalHost), 5002));
     QCOMPARE(record.all.size(), 2);
     QVERIFY(record.all.last().startsWith(u"log FEHLER | SRTLA-Port %1: "_s.arg(fixture.port())));
-    // The first one goes on.
+    // The first one still works.
     Peer sender;
     QVERIFY(!fixture.openGroup(sender).isEmpty());
 }
@@ -215,20 +215,20 @@ void TestSrtlaEngineSockets::stopAndStartOnTheSamePortSucceeds()
         Peer link;
         const QByteArray id = fixture.openGroup(link);
         QVERIFY(fixture.join(link, id));
-        QVERIFY(fixture.carryHandshake(link) != 0);
+        QVERIFY(fixture.forwardHandshake(link) != 0);
         fixture.engine.stop();
         QVERIFY2(fixture.engine.start(port, QHostAddress(QHostAddress::LocalHost), fixture.listener.socket.localPort()),
                  qPrintable(fixture.record.all.join(u'\n')));
     }
 }
 
-void TestSrtlaEngineSockets::noProxyIsAsked()
+void TestSrtlaEngineSockets::noProxyIsUsed()
 {
     Peer link;
     Peer listener;
     const QNetworkProxy former = QNetworkProxy::applicationProxy();
     const auto restore = qScopeGuard([&former] { QNetworkProxy::setApplicationProxy(former); });
-    QNetworkProxy::setApplicationProxy({QNetworkProxy::Socks5Proxy, u"127.0.0.1"_s, 9}); // where nobody listens
+    QNetworkProxy::setApplicationProxy({QNetworkProxy::Socks5Proxy, u"127.0.0.1"_s, 9}); // no proxy there
 
     SrtlaEngine engine;
     const SignalRecord record(engine);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// When a group gets the socket on which it is the SRT listener's peer.
+// Creation of a group's socket to the SRT listener.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -13,8 +13,8 @@ class TestSrtlaEngineSrtSocket : public QObject
 private Q_SLOTS:
     void aGroupThatForwardedNothingHasNoSocket();
     void theFirstForwardedPacketCreatesTheSocket();
-    void eachGroupIsAPeerOfItsOwn();
-    void theSystemsErrorIsReportedWhenTheListenerCannotBeReached();
+    void eachGroupHasItsOwnSocket();
+    void connectErrorIsLogged();
 };
 
 void TestSrtlaEngineSrtSocket::aGroupThatForwardedNothingHasNoSocket()
@@ -23,9 +23,9 @@ void TestSrtlaEngineSrtSocket::aGroupThatForwardedNothingHasNoSocket()
     Peer link;
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
-    QCOMPARE(fixture.ask(link, typed(0x9000, 10)), typed(0x9000, 10));
+    QCOMPARE(fixture.exchange(link, typed(0x9000, 10)), typed(0x9000, 10));
     fixture.send(link, srtData(1, 15));
-    QVERIFY(fixture.nothingAnswered(link));
+    QVERIFY(fixture.receivesNothing(link));
     QVERIFY(!fixture.probe.group(id)->srtSocket);
     QVERIFY(!fixture.record.logLines.join(u'\n').contains(u"SRT | Gruppe"));
 }
@@ -37,7 +37,7 @@ void TestSrtlaEngineSrtSocket::theFirstForwardedPacketCreatesTheSocket()
     const QByteArray id = fixture.openGroup(link);
     QVERIFY(fixture.join(link, id));
     fixture.record.logLines.clear();
-    QVERIFY(fixture.carryHandshake(link) != 0);
+    QVERIFY(fixture.forwardHandshake(link) != 0);
     QCOMPARE(fixture.listener.lastSenderPort, fixture.srtPort(id));
     const QString line = u"SRT | Gruppe 616263646566 → 127.0.0.1:%1"_s.arg(fixture.listener.socket.localPort());
     QCOMPARE(fixture.record.logLines, QStringList{line});
@@ -54,7 +54,7 @@ void TestSrtlaEngineSrtSocket::theFirstForwardedPacketCreatesTheSocket()
     QCOMPARE(fixture.record.logLines, QStringList{line});
 }
 
-void TestSrtlaEngineSrtSocket::eachGroupIsAPeerOfItsOwn()
+void TestSrtlaEngineSrtSocket::eachGroupHasItsOwnSocket()
 {
     EngineFixture fixture;
     Peer first;
@@ -69,9 +69,9 @@ void TestSrtlaEngineSrtSocket::eachGroupIsAPeerOfItsOwn()
     QVERIFY(fixture.listener.lastSenderPort != firstPort);
 }
 
-void TestSrtlaEngineSrtSocket::theSystemsErrorIsReportedWhenTheListenerCannotBeReached()
+void TestSrtlaEngineSrtSocket::connectErrorIsLogged()
 {
-    // An address set apart for documentation. In a network namespace of loopback alone nothing leads there.
+    // TEST-NET-1 (RFC 5737). A network namespace with loopback only has no route to it.
     const QHostAddress unreachable(u"192.0.2.1"_s);
     QUdpSocket same;
     same.connectToHost(unreachable, 5002);

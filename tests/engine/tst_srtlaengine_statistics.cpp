@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The statistics, on a clock that the test moves.
+// Statistics, with a simulated clock.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -13,21 +13,23 @@ class TestSrtlaEngineStatistics : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init();
+    void cleanup() { fixture.reset(); }
     void statistics_data();
     void statistics();
     void twoTicksWithoutTrafficPublishNoRate();
     void groupsAndLinksAreCounted();
-    void whateverArrivesIsCounted();
-    void init()
-    {
-        fixture = std::make_unique<EngineFixture>();
-        fixture->engine.setMs = 0;
-    }
-    void cleanup() { fixture.reset(); }
+    void everyDatagramIsCounted();
 
 private:
     std::unique_ptr<EngineFixture> fixture;
 };
+
+void TestSrtlaEngineStatistics::init()
+{
+    fixture = std::make_unique<EngineFixture>();
+    fixture->engine.setMs = 0;
+}
 
 void TestSrtlaEngineStatistics::statistics_data()
 {
@@ -62,7 +64,7 @@ void TestSrtlaEngineStatistics::twoTicksWithoutTrafficPublishNoRate()
     fixture->probe.receivedBytes() = 1250000;
     fixture->engine.setMs = 1000;
     fixture->probe.publishStatistics();
-    QCOMPARE(fixture->record.all.last(), u"statistics 0 0 10 0 1250000"_s); // the first divides by the time since start
+    QCOMPARE(fixture->record.all.last(), u"statistics 0 0 10 0 1250000"_s); // the first rate is measured from the start
     fixture->record.all.clear();
     fixture->engine.setMs = 2000;
     fixture->probe.publishStatistics();
@@ -83,7 +85,7 @@ void TestSrtlaEngineStatistics::groupsAndLinksAreCounted()
     QCOMPARE(fixture->record.all, QStringList{u"statistics 2 2 0 0 0"_s});
 }
 
-void TestSrtlaEngineStatistics::whateverArrivesIsCounted()
+void TestSrtlaEngineStatistics::everyDatagramIsCounted()
 {
     Peer peer;
     fixture->send(peer, QByteArray());

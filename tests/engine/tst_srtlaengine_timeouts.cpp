@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Silent links and groups, on a clock that the test moves.
+// Time-outs of links and groups, with a simulated clock.
 #include "enginefixture.h"
 
 #include <QTest>
@@ -13,38 +13,38 @@ class TestSrtlaEngineTimeouts : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void init();
+    void cleanup() { fixture.reset(); }
     void aLinkIsDroppedAfterMoreThan8000Ms_data();
     void aLinkIsDroppedAfterMoreThan8000Ms();
-    void theGroupGoesWithItsLastLinkAfterAllLinkLines();
-    void aGroupWithRecentActivityOutlivesItsLastLink();
+    void groupIsRemovedAfterItsLastLink();
+    void activeGroupOutlivesItsLastLink();
     void aGroupWithoutLinksIsDropped_data();
     void aGroupWithoutLinksIsDropped();
-    void onlyTheDeadLinkOfAGroupGoes();
-    void aGroupWithALinkStaysWhateverItsOwnTime();
+    void onlyTheSilentLinkIsRemoved();
+    void groupWithALinkDoesNotTimeOut();
     void keepalivesKeepALinkAndItsGroup();
     void shortPacketsKeepALink();
     void aRepeatedReg2DoesNotKeepALink();
-    void formerLinksAreNotFound();
-    void pendingSequenceNumbersAreForgotten();
-    void theTimersCallTheirSlots();
+    void removedLinksAreNotFound();
+    void pendingSequenceNumbersAreDropped();
+    void timersCallTheirSlots();
 
 private:
     std::unique_ptr<EngineFixture> fixture;
-
-private Q_SLOTS:
-    void init()
-    {
-        fixture = std::make_unique<EngineFixture>();
-        fixture->engine.setMs = 0;
-    }
-    void cleanup() { fixture.reset(); }
 };
+
+void TestSrtlaEngineTimeouts::init()
+{
+    fixture = std::make_unique<EngineFixture>();
+    fixture->engine.setMs = 0;
+}
 
 void TestSrtlaEngineTimeouts::aLinkIsDroppedAfterMoreThan8000Ms_data()
 {
     QTest::addColumn<qint64>("silentMs");
     QTest::addColumn<bool>("kept");
-    QTest::newRow("just heard") << qint64{0} << true;
+    QTest::newRow("0 ms") << qint64{0} << true;
     QTest::newRow("7999 ms") << qint64{7999} << true;
     QTest::newRow("8000 ms") << qint64{8000} << true;
     QTest::newRow("8001 ms") << qint64{8001} << false;
@@ -59,7 +59,7 @@ void TestSrtlaEngineTimeouts::aLinkIsDroppedAfterMoreThan8000Ms()
     fixture->probe.handleDatagram(reg2(id), remoteLink(40000));
     fixture->engine.setMs = 500;
     fixture->probe.handleDatagram(srtData(1), remoteLink(40000));
-    fixture->probe.group(id)->lastActivityMs = 500 + silentMs; // the link alone
+    fixture->probe.group(id)->lastActivityMs = 500 + silentMs; // only the link is silent
     fixture->record.all.clear();
 
     fixture->engine.setMs = 500 + silentMs;
@@ -68,7 +68,7 @@ void TestSrtlaEngineTimeouts::aLinkIsDroppedAfterMoreThan8000Ms()
     QCOMPARE(fixture->record.all, kept ? QStringList() : QStringList{u"log TIMEOUT | Weg 192.0.2.7:40000 entfernt"_s});
 }
 
-void TestSrtlaEngineTimeouts::theGroupGoesWithItsLastLinkAfterAllLinkLines()
+void TestSrtlaEngineTimeouts::groupIsRemovedAfterItsLastLink()
 {
     const QByteArray first = fixture->openGroup(remoteLink(1), 'a');
     const QByteArray second = fixture->openGroup(remoteLink(2), 'b');
@@ -85,7 +85,7 @@ void TestSrtlaEngineTimeouts::theGroupGoesWithItsLastLinkAfterAllLinkLines()
     QVERIFY(fixture->probe.senderIndex().isEmpty());
     QStringList linkLines = fixture->record.logLines.first(3);
     QStringList groupLines = fixture->record.logLines.sliced(3);
-    linkLines.sort(); // within their kind, lines come in the tables' order
+    linkLines.sort(); // the order within each kind is the hash table's
     groupLines.sort();
     QCOMPARE(linkLines, (QStringList{u"TIMEOUT | Weg 192.0.2.7:1 entfernt"_s, u"TIMEOUT | Weg 192.0.2.7:11 entfernt"_s,
                                      u"TIMEOUT | Weg 192.0.2.7:2 entfernt"_s}));
@@ -93,7 +93,7 @@ void TestSrtlaEngineTimeouts::theGroupGoesWithItsLastLinkAfterAllLinkLines()
              (QStringList{u"GRUPPE | 616263646566 entfernt: Timeout"_s, u"GRUPPE | 626364656667 entfernt: Timeout"_s}));
 }
 
-void TestSrtlaEngineTimeouts::aGroupWithRecentActivityOutlivesItsLastLink()
+void TestSrtlaEngineTimeouts::activeGroupOutlivesItsLastLink()
 {
     const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
     fixture->probe.handleDatagram(reg2(id), remoteLink(1));
@@ -131,7 +131,7 @@ void TestSrtlaEngineTimeouts::aGroupWithoutLinksIsDropped()
     QCOMPARE(fixture->record.logLines.contains(u"GRUPPE | 616263646566 entfernt: Timeout"_s), !kept);
 }
 
-void TestSrtlaEngineTimeouts::onlyTheDeadLinkOfAGroupGoes()
+void TestSrtlaEngineTimeouts::onlyTheSilentLinkIsRemoved()
 {
     const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
     fixture->probe.handleDatagram(reg2(id), remoteLink(1));
@@ -149,7 +149,7 @@ void TestSrtlaEngineTimeouts::onlyTheDeadLinkOfAGroupGoes()
     QCOMPARE(socket->state(), QAbstractSocket::ConnectedState);
 }
 
-void TestSrtlaEngineTimeouts::aGroupWithALinkStaysWhateverItsOwnTime()
+void TestSrtlaEngineTimeouts::groupWithALinkDoesNotTimeOut()
 {
     const QByteArray id = fixture->openGroup(remoteLink(1), 'a');
     fixture->engine.setMs = 8001;
@@ -195,7 +195,7 @@ void TestSrtlaEngineTimeouts::aRepeatedReg2DoesNotKeepALink()
     QVERIFY(fixture->probe.group(id));
 }
 
-void TestSrtlaEngineTimeouts::formerLinksAreNotFound()
+void TestSrtlaEngineTimeouts::removedLinksAreNotFound()
 {
     Peer peer;
     const QByteArray id = fixture->openGroup(peer);
@@ -205,11 +205,11 @@ void TestSrtlaEngineTimeouts::formerLinksAreNotFound()
     QVERIFY(!fixture->probe.group(id));
     QVERIFY(!fixture->probe.pathIndex().contains(peer.endpoint()));
     fixture->send(peer, typed(0x9000, 10));
-    QVERIFY(fixture->nothingAnswered(peer));
-    QCOMPARE(fixture->ask(peer, reg2(id)), regNgp);
+    QVERIFY(fixture->receivesNothing(peer));
+    QCOMPARE(fixture->exchange(peer, reg2(id)), regNgp);
 }
 
-void TestSrtlaEngineTimeouts::pendingSequenceNumbersAreForgotten()
+void TestSrtlaEngineTimeouts::pendingSequenceNumbersAreDropped()
 {
     Peer gone;
     Peer other;
@@ -221,25 +221,25 @@ void TestSrtlaEngineTimeouts::pendingSequenceNumbersAreForgotten()
         QCOMPARE(fixture->listener.receive(), srtData(sequence));
     }
     fixture->engine.setMs = 8001;
-    QCOMPARE(fixture->ask(other, typed(0x9000, 2)), typed(0x9000, 2));
+    QCOMPARE(fixture->exchange(other, typed(0x9000, 2)), typed(0x9000, 2));
     fixture->probe.cleanupSessions();
     QVERIFY(fixture->join(gone, id));
     fixture->send(gone, srtData(9));
     QCOMPARE(fixture->listener.receive(), srtData(9));
-    QVERIFY(fixture->nothingAnswered(gone));
+    QVERIFY(fixture->receivesNothing(gone));
     QCOMPARE(fixture->probe.path(id, gone.endpoint())->pendingAcks, QList<quint32>{9});
 }
 
-void TestSrtlaEngineTimeouts::theTimersCallTheirSlots()
+void TestSrtlaEngineTimeouts::timersCallTheirSlots()
 {
     fixture = std::make_unique<EngineFixture>(EngineFixture::Timers::Running);
     fixture->engine.setMs = 0;
     fixture->openGroup(remoteLink(1), 'a');
     fixture->record.all.clear();
-    QTRY_VERIFY_WITH_TIMEOUT(!fixture->record.all.isEmpty(), ampleMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!fixture->record.all.isEmpty(), waitMs);
     QVERIFY(fixture->record.all.first().startsWith(u"statistics 1 0 "));
     fixture->engine.setMs = 9000;
-    QTRY_VERIFY_WITH_TIMEOUT(fixture->probe.groups().isEmpty(), ampleMs);
+    QTRY_VERIFY_WITH_TIMEOUT(fixture->probe.groups().isEmpty(), waitMs);
     QVERIFY(fixture->record.logLines.contains(u"GRUPPE | 616263646566 entfernt: Timeout"_s));
 }
 

@@ -22,8 +22,8 @@ private Q_SLOTS:
     void sequenceNumbersLoseTheControlBit_data();
     void sequenceNumbersLoseTheControlBit();
     void builtPackets();
-    void registrationsAreTakenApart();
-    void groupsAreShownByTheirFirstSixBytes();
+    void registrationsAreParsed();
+    void shortGroupIdHasSixBytes();
 };
 
 void TestSrtlaPackets::typeWord_data()
@@ -148,14 +148,14 @@ void TestSrtlaPackets::builtPackets()
                                                                     "0000000a"));
 }
 
-void TestSrtlaPackets::registrationsAreTakenApart()
+void TestSrtlaPackets::registrationsAreParsed()
 {
     const QByteArray id = idProposal('r');
     QCOMPARE(senderIdOfReg1(reg1(id)), id.first(128));
     QCOMPARE(groupIdOfReg2(reg2(id)), id);
 }
 
-void TestSrtlaPackets::groupsAreShownByTheirFirstSixBytes()
+void TestSrtlaPackets::shortGroupIdHasSixBytes()
 {
     QCOMPARE(shortGroupId(QByteArray::fromHex("3FA07C1D22E9") + QByteArray(250, 'x')), u"3fa07c1d22e9"_s);
     QCOMPARE(shortGroupId(QByteArray(256, '\0')), u"000000000000"_s);
