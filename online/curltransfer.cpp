@@ -11,7 +11,7 @@ constexpr qint64 resolveLimitMs = 5000;
 constexpr qint64 connectLimitMs = 5000;
 constexpr qint64 stallLimitMs = 8000; // of each send or receive operation, not of the whole exchange
 
-constexpr int firstFinalStatus = 200; // below it are the interim responses, such as 100 Continue
+constexpr int firstFinalStatus = 200; // below are interim responses such as 100 Continue (RFC 9110, 15.2)
 
 bool hasPeer(curl_socket_t socket)
 {
@@ -90,7 +90,7 @@ size_t CurlTransfer::headerReceived(char *data, size_t unit, size_t units, void 
     return unit * units;
 }
 
-// noexcept: a body that memory cannot hold ends the program here rather than throw through a C library.
+// noexcept: an allocation failure must not throw through a C library.
 size_t CurlTransfer::bodyReceived(char *data, size_t unit, size_t units, void *context) noexcept
 {
     static_cast<CurlTransfer *>(context)->received.append(data, static_cast<qsizetype>(unit * units));
@@ -113,7 +113,7 @@ curl_off_t CurlTransfer::bigCountOf(CURLINFO counter) const
 
 CurlTransfer::Progress CurlTransfer::progress() const
 {
-    // A redirect within one server opens no new socket: its first sign of life is the request on its way.
+    // A redirect within one server reuses the socket: the first progress is the request being sent.
     const long requestBytes = countOf(CURLINFO_REQUEST_SIZE);
     Progress progress;
     progress.resolved = requestBytes > 0 || socket != CURL_SOCKET_BAD;

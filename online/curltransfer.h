@@ -5,29 +5,29 @@
 
 #include <curl/curl.h>
 
-/// One request and its response with libcurl, given up when it makes no progress: 5 s for the name, 5 s for the
-/// connection, 8 s for each send or receive operation after that, as WinHTTP counts them.
+/// One HTTP request and its response with libcurl. Time limits as with WinHTTP: 5 s to resolve the name, 5 s to
+/// connect, 8 s for each send or receive operation after that.
 class CurlTransfer
 {
 public:
-    /// Takes over the callbacks of \a handle, which must be prepared otherwise and outlive this.
+    /// Sets the callbacks of \a handle. All other options must be set; the handle must outlive this object.
     explicit CurlTransfer(CURL *handle);
     CurlTransfer(const CurlTransfer &) = delete;
     CurlTransfer &operator=(const CurlTransfer &) = delete;
     ~CurlTransfer() = default;
 
-    /// Runs to the end, or until the limit of the present step is over (CURLE_OPERATION_TIMEDOUT).
+    /// Runs the transfer; CURLE_OPERATION_TIMEDOUT when the limit of the current step was exceeded.
     CURLcode run(CURLM *multi);
 
-    /// Whether a final response's headers have come whole; its body may still have broken off.
+    /// Whether all headers of a final response arrived; the body may still be incomplete.
     [[nodiscard]] bool hasResponse() const { return headersComplete; }
     /// From the response's status line; 0 without a response.
     [[nodiscard]] long httpStatus() const;
-    /// As much of the response's body as arrived.
+    /// The received part of the response's body.
     [[nodiscard]] const QByteArray &body() const { return received; }
 
 private:
-    /// How far the transfer is. Whatever grows is progress; the first two values have limits of their own.
+    /// State of the transfer. Any change is progress; name resolution and connection have limits of their own.
     struct Progress
     {
         bool resolved = false;

@@ -4,15 +4,16 @@
 #include <QString>
 #include <QtGlobal>
 
-/// Keeps a file as it is while this object lives: what is checked then is what is started then.
+/// Prevents changes of a file while this object exists, so that the checked file is the one that is started.
 ///
-/// On Windows nobody can write, rename, remove or replace the file: an open handle refuses it. Elsewhere a handle
-/// refuses nothing, and no other user can: the file is this user's own and writable for them alone, in a folder where
-/// others can rename and remove nothing of theirs. A link is never held, as its target can be exchanged.
+/// On Windows an open handle prevents that the file is written, renamed, removed or replaced. On Unix an open
+/// descriptor prevents nothing; there the file must belong to this user, is made writable for this user only, and must
+/// be in a folder in which other users cannot rename or remove it. Symbolic links are refused, as their target can
+/// change.
 class HeldFile
 {
 public:
-    /// Tries to hold the file at \a path; ask isHeld() for the result.
+    /// Tries to hold the file at \a path; isHeld() returns the result.
     explicit HeldFile(const QString &path);
     ~HeldFile();
     Q_DISABLE_COPY_MOVE(HeldFile)

@@ -12,8 +12,8 @@ namespace {
 
 constexpr mode_t writableForOthers = S_IWGRP | S_IWOTH;
 
-/// In a sticky folder, as /tmp is, everybody may rename and remove only what is theirs.
-bool keepsOthersOut(const QByteArray &folder)
+/// In a folder with the sticky bit, such as /tmp, users can rename and remove only their own files.
+bool isProtectedFolder(const QByteArray &folder)
 {
     struct stat status{};
     if (stat(folder.constData(), &status) != 0) {
@@ -23,7 +23,7 @@ bool keepsOthersOut(const QByteArray &folder)
     return isTrusted && ((status.st_mode & writableForOthers) == 0 || (status.st_mode & S_ISVTX) != 0);
 }
 
-bool isMadeOwn(int file)
+bool restrictToOwner(int file)
 {
     struct stat status{};
     return fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
@@ -38,7 +38,7 @@ HeldFile::HeldFile(const QString &path)
     if (file < 0) {
         return;
     }
-    if (isMadeOwn(file) && keepsOthersOut(QFile::encodeName(QFileInfo(path).absolutePath()))) {
+    if (restrictToOwner(file) && isProtectedFolder(QFile::encodeName(QFileInfo(path).absolutePath()))) {
         handle = file;
     } else {
         close(file);

@@ -21,8 +21,8 @@ bool isPlainFile(HANDLE file)
 HeldFile::HeldFile(const QString &path)
 {
     const std::wstring name = QDir::toNativeSeparators(path).toStdWString();
-    // Shared for reading alone: writing, renaming and removing are refused as long as the handle is open. It fails when
-    // somebody has the file open for any of these already.
+    // FILE_SHARE_READ alone: writing, renaming and removing fail while the handle is open. The call fails when the file
+    // is already open for any of these.
     const HANDLE file = CreateFileW(name.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
     if (file == INVALID_HANDLE_VALUE) {

@@ -33,7 +33,7 @@ QString failureText(HttpsStep step)
 
 } // namespace
 
-std::optional<HttpsAddress> readHttpsAddress(const QString &url)
+std::optional<HttpsAddress> parseHttpsAddress(const QString &url)
 {
     const QUrl parsed(url);
     if (!parsed.isValid() || parsed.scheme() != "https"_L1) {
@@ -49,14 +49,14 @@ std::optional<HttpsAddress> readHttpsAddress(const QString &url)
     return address;
 }
 
-HttpsJsonReply readAnswer(const HttpsAnswer &answer)
+HttpsJsonReply parseResponse(const HttpsResponse &response)
 {
-    const QJsonObject object = QJsonDocument::fromJson(answer.body).object();
+    const QJsonObject object = QJsonDocument::fromJson(response.body).object();
     if (!object.isEmpty()) {
-        return {object, answer.httpStatus};
+        return {object, response.httpStatus};
     }
     const QString message = QObject::tr("Der Server lieferte keine gültige JSON-Antwort. HTTP %1");
-    return {failureObject(message.arg(answer.httpStatus)), answer.httpStatus};
+    return {failureObject(message.arg(response.httpStatus)), response.httpStatus};
 }
 
 HttpsJsonReply describeFailure(const HttpsFailure &failure)
@@ -66,13 +66,13 @@ HttpsJsonReply describeFailure(const HttpsFailure &failure)
 
 HttpsJsonReply exchangeJson(const QString &url, const QByteArray &body)
 {
-    const std::optional<HttpsAddress> address = readHttpsAddress(url);
+    const std::optional<HttpsAddress> address = parseHttpsAddress(url);
     if (!address) {
         return {failureObject(QObject::tr("Ungültige Server-Adresse.")), 0};
     }
-    const std::variant<HttpsAnswer, HttpsFailure> outcome = sendPost(*address, body);
+    const std::variant<HttpsResponse, HttpsFailure> outcome = sendPost(*address, body);
     if (const HttpsFailure *failure = std::get_if<HttpsFailure>(&outcome)) {
         return describeFailure(*failure);
     }
-    return readAnswer(std::get<HttpsAnswer>(outcome));
+    return parseResponse(std::get<HttpsResponse>(outcome));
 }

@@ -8,25 +8,24 @@
 #include <optional>
 #include <variant>
 
-/// What a JSON request brings back.
+/// Result of a JSON request.
 struct HttpsJsonReply
 {
-    /// The object that the server sent, unchanged; after any failure exactly "ok" = false and a German "message".
+    /// The server's object, unchanged; after a failure exactly "ok" = false and a German "message".
     QJsonObject object;
     /// From the response's status line; 0 without a response.
     int httpStatus = 0;
 };
 
-/// Posts the JSON text \a body to the https address \a url and waits for the JSON object that comes back.
+/// Posts the JSON text \a body to the https address \a url and returns the JSON object of the response.
 ///
-/// Blocks for as long as the exchange lasts, so it belongs on a worker thread; any number of threads may call it at
-/// once. Failures come back as a reply. A status such as 404 or 500 is none: what counts is that an object with members
-/// came.
+/// Blocks until the exchange has ended, so call it on a worker thread; it is thread-safe. Failures are returned as a
+/// reply. A status such as 404 or 500 is no failure if the body is an object with members.
 HttpsJsonReply exchangeJson(const QString &url, const QByteArray &body);
 
-// The steps of the exchange, the decisions apart from the network.
+// The steps of the exchange. All but sendPost() are pure functions.
 
-/// Where a request goes.
+/// Destination of a request.
 struct HttpsAddress
 {
     QString host;       ///< encoded as in a URL; an IPv6 address without brackets
@@ -36,11 +35,11 @@ struct HttpsAddress
     bool operator==(const HttpsAddress &) const = default;
 };
 
-/// Reads \a url tolerantly. Nothing when it cannot be parsed or has another scheme than https.
-std::optional<HttpsAddress> readHttpsAddress(const QString &url);
+/// Parses \a url in QUrl's tolerant mode. Empty when it is invalid or its scheme is not https.
+std::optional<HttpsAddress> parseHttpsAddress(const QString &url);
 
-/// A response: its status and as much of its body as arrived.
-struct HttpsAnswer
+/// Status and received part of the body of a response.
+struct HttpsResponse
 {
     int httpStatus = 0;
     QByteArray body;
@@ -49,29 +48,29 @@ struct HttpsAnswer
 /// The step at which an exchange ended without a response.
 enum class HttpsStep {
     Open,     ///< the HTTP service itself did not start
-    Connect,  ///< the server's name and port were refused; no packet was sent
-    Request,  ///< the request could not be put together
+    Connect,  ///< the server's name and port were rejected; no packet was sent
+    Request,  ///< the request could not be created
     Transfer, ///< sending, or receiving up to the end of the response's headers
 };
 
-/// Why there is no response.
+/// Reason for a missing response.
 struct HttpsFailure
 {
     HttpsStep step = HttpsStep::Transfer;
-    quint32 code = 0; ///< the transport's own number: GetLastError() of WinHTTP, CURLcode of libcurl
+    quint32 code = 0; ///< GetLastError() with WinHTTP, CURLcode with libcurl
 };
 
-/// Sends one POST and reads the response; the one function that each transport implements.
-std::variant<HttpsAnswer, HttpsFailure> sendPost(const HttpsAddress &address, const QByteArray &body);
+/// Sends one POST and reads the response; implemented once per transport.
+std::variant<HttpsResponse, HttpsFailure> sendPost(const HttpsAddress &address, const QByteArray &body);
 
-/// Takes the JSON object out of a response; a failure reply when there is none or it has no members.
-HttpsJsonReply readAnswer(const HttpsAnswer &answer);
+/// Parses the JSON object of a response; a failure reply when there is none or it has no members.
+HttpsJsonReply parseResponse(const HttpsResponse &response);
 
 /// The failure reply for an exchange without a response.
 HttpsJsonReply describeFailure(const HttpsFailure &failure);
 
-/// Sent with every request; the service knows its clients by this name, whatever version they have.
+/// Sent with every request. The service identifies its clients by this fixed name, which is not the version.
 inline constexpr char jsonUserAgent[] = "Tarvoline-OBS-Plugin/0.8.7";
 
-/// The media type of both directions, for the headers Content-Type and Accept.
+/// Media type for the headers Content-Type and Accept.
 inline constexpr char jsonMediaType[] = "application/json";

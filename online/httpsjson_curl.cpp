@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The exchange with libcurl, for systems without WinHTTP. It does by hand what WinHTTP does unasked, so that both
-// behave alike: time-outs for each step, redirects, escaping of the object name, cookies within one exchange.
+// The exchange with libcurl, for systems without WinHTTP. It implements what WinHTTP does by default: time-outs for
+// each step, redirects, escaping of the object name, cookies within one exchange.
 //
-// Where they cannot be alike: the numbers in the failure texts are libcurl's own; of all the steps of a TLS handshake
-// together the time-out is that of one receive operation, because libcurl shows nothing of what happens in between; a
-// proxy is taken from the environment (https_proxy, no_proxy), which is libcurl's idea of the system's settings; nobody
-// is logged on by the system's account when a server asks for it.
+// Differences: the numbers in the failure texts are libcurl's; the whole TLS handshake has the time-out of one receive
+// operation, because libcurl reports no progress within it; the proxy is taken from the environment (https_proxy,
+// no_proxy); there is no authentication with the system's account.
 #include "curltransfer.h"
 #include "httpsjson.h"
 
@@ -35,13 +34,13 @@ using Easy = std::unique_ptr<CURL, CurlDeleter>;
 using Multi = std::unique_ptr<CURLM, CurlMultiDeleter>;
 using Headers = std::unique_ptr<curl_slist, CurlDeleter>;
 
-/// The system's resolver cannot be interrupted. A name that takes too long is given up, and the thread that asks for it
-/// ends by itself some time later: waiting for it would be waiting for the name.
+/// The system's resolver cannot be interrupted. With QUICK_EXIT the thread of a name that takes too long is not joined;
+/// it ends later by itself.
 Multi makeMulti()
 {
     Multi multi(curl_multi_init());
 #if LIBCURL_VERSION_NUM >= 0x081600
-    // In older versions the thread belongs to the single transfer (CURLOPT_QUICK_EXIT).
+    // In older versions the option exists for a single transfer only (CURLOPT_QUICK_EXIT).
     if (multi) {
         curl_multi_setopt(multi.get(), CURLMOPT_QUICK_EXIT, 1L);
     }
@@ -49,7 +48,7 @@ Multi makeMulti()
     return multi;
 }
 
-/// The request line's target. WinHTTP escapes what must not stand there and leaves percent signs alone.
+/// The request target. As with WinHTTP, characters that are not allowed are escaped and percent signs are not.
 QByteArray escapedObjectName(const QString &objectName)
 {
     constexpr QByteArrayView unsafe = "\"#<>[\\]^`{|}";
@@ -77,7 +76,7 @@ QByteArray urlOf(const HttpsAddress &address)
 
 Headers requestHeaders()
 {
-    // The empty one keeps libcurl from asking for leave ("Expect: 100-continue") before it sends a long body.
+    // The empty header disables libcurl's "Expect: 100-continue" for long bodies.
     const QByteArray type(jsonMediaType);
     Headers headers;
     for (const QByteArray &line : {"Content-Type: " + type, "Accept: " + type, QByteArray("Expect:")}) {
@@ -91,7 +90,7 @@ Headers requestHeaders()
     return headers;
 }
 
-/// True for the redirects that are repeated as GET, without a body; the others repeat the request as it was.
+/// Whether a redirect is followed with GET and no body; the others repeat the request unchanged.
 bool changesToGet(long status)
 {
     constexpr long movedPermanently = 301;
@@ -107,7 +106,7 @@ bool isRedirect(long status)
     return changesToGet(status) || status == temporaryRedirect || status == permanentRedirect;
 }
 
-/// Everything that stays the same over the redirects of one exchange. \a body must outlive \a easy.
+/// Sets the options that redirects do not change. \a body must outlive \a easy.
 CURLcode prepare(CURL *easy, const curl_slist *headers, const QByteArray &url, const QByteArray &body)
 {
     CURLcode worst = CURLE_OK;
@@ -115,13 +114,13 @@ CURLcode prepare(CURL *easy, const curl_slist *headers, const QByteArray &url, c
         const CURLcode result = curl_easy_setopt(easy, option, value);
         worst = worst == CURLE_OK ? result : worst;
     };
-    set(CURLOPT_NOSIGNAL, 1L);   // signals and threads do not mix
+    set(CURLOPT_NOSIGNAL, 1L);   // signals are not usable in a multi-threaded program
     set(CURLOPT_QUICK_EXIT, 1L); // see makeMulti()
     set(CURLOPT_PROTOCOLS_STR, "https");
     set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's own headers are not the response
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // headers of a proxy are not part of the response
     set(CURLOPT_PATH_AS_IS, 1L);
-    set(CURLOPT_COOKIEFILE, ""); // kept for the redirects of this exchange, never on disk
+    set(CURLOPT_COOKIEFILE, ""); // cookies in memory, for the redirects of this exchange
     set(CURLOPT_USERAGENT, jsonUserAgent);
     set(CURLOPT_HTTPHEADER, headers);
     set(CURLOPT_URL, url.constData());
@@ -130,10 +129,10 @@ CURLcode prepare(CURL *easy, const curl_slist *headers, const QByteArray &url, c
     return worst;
 }
 
-/// Sends the prepared request and goes wherever redirects lead, as WinHTTP does by default
-/// (WINHTTP_OPTION_REDIRECT_POLICY_DISALLOW_HTTPS_TO_HTTP): the same statuses, POST becoming GET for the older three of
-/// them, and a failure of the whole exchange when a redirect leaves https or one too many comes.
-std::variant<HttpsAnswer, HttpsFailure> follow(CURLM *multi, CURL *easy)
+/// Sends the prepared request and follows redirects as WinHTTP does by default
+/// (WINHTTP_OPTION_REDIRECT_POLICY_DISALLOW_HTTPS_TO_HTTP): 301, 302 and 303 change POST to GET, 307 and 308 do not; a
+/// redirect to another scheme than https and too many redirects are failures.
+std::variant<HttpsResponse, HttpsFailure> follow(CURLM *multi, CURL *easy)
 {
     for (int redirects = 0;; ++redirects) {
         CurlTransfer transfer(easy);
@@ -145,12 +144,12 @@ std::variant<HttpsAnswer, HttpsFailure> follow(CURLM *multi, CURL *easy)
         const char *target = nullptr;
         curl_easy_getinfo(easy, CURLINFO_REDIRECT_URL, &target);
         if (!target || !isRedirect(status)) {
-            return HttpsAnswer{static_cast<int>(status), transfer.body()};
+            return HttpsResponse{static_cast<int>(status), transfer.body()};
         }
         if (redirects == maximumRedirects) {
             return HttpsFailure{HttpsStep::Transfer, CURLE_TOO_MANY_REDIRECTS};
         }
-        const QByteArray next(target); // the option frees what the information points to
+        const QByteArray next(target); // a copy: setting the option frees the string
         curl_easy_setopt(easy, CURLOPT_URL, next.constData());
         if (changesToGet(status)) {
             curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L);
@@ -160,7 +159,7 @@ std::variant<HttpsAnswer, HttpsFailure> follow(CURLM *multi, CURL *easy)
 
 } // namespace
 
-std::variant<HttpsAnswer, HttpsFailure> sendPost(const HttpsAddress &address, const QByteArray &body)
+std::variant<HttpsResponse, HttpsFailure> sendPost(const HttpsAddress &address, const QByteArray &body)
 {
     static const CURLcode started = curl_global_init(CURL_GLOBAL_DEFAULT);
     if (started != CURLE_OK) {

@@ -38,7 +38,7 @@ bool sendAndReceive(HINTERNET request, const std::wstring &headers, const QByteA
 {
     constexpr DWORD untilTerminator = static_cast<DWORD>(-1);
     const DWORD bodyBytes = static_cast<DWORD>(body.size());
-    // The service takes the body through a pointer to non-const and only reads it.
+    // The parameter is a pointer to non-const, but the body is only read.
     void *const bodyData = const_cast<char *>(body.constData());
     return WinHttpSendRequest(request, headers.c_str(), untilTerminator, bodyData, bodyBytes, bodyBytes, 0) &&
            WinHttpReceiveResponse(request, nullptr);
@@ -53,7 +53,7 @@ int statusOf(HINTERNET request)
     return static_cast<int>(status);
 }
 
-/// The body as far as it arrives: one that breaks off is as good as one that ends there.
+/// The received part of the body; an incomplete body is no error.
 QByteArray bodyOf(HINTERNET request)
 {
     QByteArray body;
@@ -73,9 +73,9 @@ QByteArray bodyOf(HINTERNET request)
 
 } // namespace
 
-std::variant<HttpsAnswer, HttpsFailure> sendPost(const HttpsAddress &address, const QByteArray &body)
+std::variant<HttpsResponse, HttpsFailure> sendPost(const HttpsAddress &address, const QByteArray &body)
 {
-    // All texts are made first: nothing may run between a call that fails and the look at its error number.
+    // All strings are created first, because GetLastError() must directly follow a failed call.
     const std::wstring userAgent = QString::fromLatin1(jsonUserAgent).toStdWString();
     const std::wstring host = address.host.toStdWString();
     const std::wstring objectName = address.objectName.toStdWString();
@@ -101,5 +101,5 @@ std::variant<HttpsAnswer, HttpsFailure> sendPost(const HttpsAddress &address, co
         return lastError(HttpsStep::Transfer);
     }
     const int status = statusOf(request.get());
-    return HttpsAnswer{status, bodyOf(request.get())};
+    return HttpsResponse{status, bodyOf(request.get())};
 }

@@ -3,7 +3,7 @@
 
 #include <QCoreApplication>
 
-/// Translates texts of the panel in the context of its class, for what needs nothing else of it.
+/// Translates texts of the panel in the context of TarvolineDock without depending on that class.
 struct PanelTexts
 {
     Q_DECLARE_TR_FUNCTIONS(TarvolineDock)

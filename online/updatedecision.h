@@ -4,7 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
-/// An installer that the user may be asked about.
+/// An installer that is offered to the user.
 struct UpdateOffer
 {
     QString url;
@@ -14,33 +14,33 @@ struct UpdateOffer
     bool operator==(const UpdateOffer &) const = default;
 };
 
-/// Effect of a check on the offer that an earlier one left.
+/// Effect of a check on the present offer.
 enum class OfferChange {
-    Keep,     ///< none: the answer is no manifest
-    Hide,     ///< it stays but cannot be chosen: the answer's version says nothing about it
-    Withdraw, ///< it is gone
-    Replace,  ///< UpdateDecision::offer takes its place and can be chosen
+    Keep,     ///< no effect: the response is no manifest
+    Hide,     ///< the offer stays, its button is hidden: the manifest's version cannot be compared
+    Withdraw, ///< the offer is removed
+    Replace,  ///< UpdateDecision::offer replaces the offer, the button is shown
 };
 
 /// Outcome of an update check.
 struct UpdateDecision
 {
-    /// The answer was one JSON object of allowed length, whatever it said: an update server has answered.
+    /// The response was a JSON object of allowed length, with any content.
     bool isAnswered = false;
-    /// For the user, in German.
+    /// Text for the user, in German.
     QString text;
     OfferChange change = OfferChange::Keep;
-    /// Meaningful with OfferChange::Replace.
+    /// Valid with OfferChange::Replace.
     UpdateOffer offer = {};
 
     bool operator==(const UpdateDecision &) const = default;
 };
 
-/// Decides what the answer to an update check means for a user with version \a installed.
+/// Evaluates the response to an update check for the installed version \a installed.
 ///
-/// \param body the manifest's bytes; of one over maximumManifestBytes it is enough to pass one byte more than that
-/// \param manual the user asked for the check: only then they are told that there is nothing new
+/// \param body the manifest's bytes; a longer one may be truncated after maximumManifestBytes + 1 bytes
+/// \param manual the user started the check: only then the text says that the installed version is the newest
 UpdateDecision decideUpdate(const QByteArray &body, const QString &installed, bool manual);
 
-/// The text that names the installed version, for a panel without news.
+/// The text with the installed version, shown without an update.
 QString installedVersionText(const QString &installed);

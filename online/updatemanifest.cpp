@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// How a manifest names this product.
+/// This product's name in a manifest.
 constexpr auto productName = "tarvoline-srtla"_L1;
 
 QString trimmedText(const QJsonObject &object, QLatin1StringView key)

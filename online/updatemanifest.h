@@ -6,10 +6,10 @@
 
 #include <optional>
 
-/// The most bytes that an update manifest may have.
+/// Maximum size of an update manifest in bytes.
 inline constexpr qint64 maximumManifestBytes = 65536;
 
-/// What the manifest announces: texts without surrounding white space, empty where a member is missing or no string.
+/// The manifest's members as trimmed texts, empty where a member is missing or is no string.
 struct UpdateManifest
 {
     QString latestVersion; ///< never empty
@@ -21,17 +21,17 @@ struct UpdateManifest
     bool operator==(const UpdateManifest &) const = default;
 };
 
-/// What came of reading a manifest's bytes.
+/// Result of parsing a manifest.
 struct ManifestReading
 {
-    /// The bytes were one JSON object of allowed length, whatever it said: an update server has answered.
+    /// The bytes were a JSON object of allowed length, with any content.
     bool isJsonObject = false;
     /// Present when the object is a manifest of this product with a version.
     std::optional<UpdateManifest> manifest;
 };
 
-/// Reads the body of "/update.json".
+/// Parses the body of "/update.json".
 ///
-/// A body of more than maximumManifestBytes is refused unparsed; it is enough to pass one byte more than that. The
-/// member "product" may be missing or empty, otherwise it names this product exactly.
+/// A body of more than maximumManifestBytes is rejected without parsing; one byte more is enough to pass. The member
+/// "product" may be missing or empty; otherwise it must be this product's name.
 ManifestReading readUpdateManifest(const QByteArray &body);

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// How long nothing may arrive before a transfer counts as failed.
+// Inactivity timeouts (QNetworkRequest::setTransferTimeout).
 constexpr std::chrono::milliseconds manifestTimeout = 20s;
 constexpr std::chrono::milliseconds installerTimeout = 120s;
 

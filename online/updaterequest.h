@@ -4,8 +4,8 @@
 #include <QNetworkRequest>
 #include <QUrl>
 
-/// The request for the vendor's update manifest: never from a cache, with 20 seconds for each silence.
+/// The request for the vendor's update manifest, without a cache, with 20 s inactivity timeout.
 QNetworkRequest manifestRequest();
 
-/// The request for the installer at \a address, with 2 minutes for each silence.
+/// The request for the installer at \a address, with 2 min inactivity timeout.
 QNetworkRequest installerRequest(const QUrl &address);

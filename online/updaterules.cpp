@@ -26,7 +26,7 @@ bool isVendorAddress(const QUrl &address)
     }
     const QString host = address.host();
     const QString vendor = QString::fromUtf8(vendorHost);
-    // With the dot: any stranger can register a name that merely ends in the vendor's letters.
+    // With the dot, because anyone can register a name that ends in the vendor's letters.
     return host == vendor || host.endsWith(u'.' + vendor);
 }
 
@@ -82,7 +82,7 @@ bool hasDigest(QIODevice &file, const QString &sha256)
 
 std::optional<QString> installerFileName(const QString &version)
 {
-    // On every system, not only where they mean something: one manifest announces a release to all of them.
+    // On every system: one manifest serves all of them.
     if (version.contains(u'/') || version.contains(u'\\') || version.contains(u':')) {
         return std::nullopt;
     }

@@ -10,10 +10,10 @@
 
 #include <initializer_list>
 
-// Exchanges with the servers of withjsonservice.py, and what those received.
+// Exchanges with the servers of withjsonservice.py.
 namespace HttpsJson {
 
-/// An address at the test's server; \a what is the port's name.
+/// An address at the test server; \a what is the port's name.
 inline QString urlAt(const QString &what, const QString &objectName)
 {
     return QStringLiteral("https://localhost:%1").arg(JsonService::port(what)) + objectName;
@@ -24,7 +24,7 @@ inline QJsonObject echoOf(const QString &objectName, const QByteArray &body = "{
     return exchangeJson(urlAt(QStringLiteral("https"), objectName), body).object;
 }
 
-/// Says in which rows Wine is known not to do as Windows does.
+/// Marks rows in which Wine's behaviour differs from that of Windows.
 inline void expectFailureUnderWine(const std::initializer_list<const char *> &rows, const char *reason)
 {
     if (runsUnderWine()) {

@@ -36,17 +36,17 @@ class TestHeldFile : public QObject
 private Q_SLOTS:
     void init();
     void cleanup() { folder.reset(); }
-    void holdsAFileThatIsThere();
-    void holdsNothingElse();
+    void holdsAnExistingFile();
+    void holdsOnlyRegularFiles();
 #ifdef Q_OS_WIN
-    void refusesEveryChange();
-    void refusesToHoldAFileThatSomebodyWrites();
+    void preventsEveryChange();
+    void rejectsAFileOpenForWriting();
 #else
-    void refusesALink();
-    void takesWritingFromOthers();
-    void refusesAFolderOfOthers_data();
-    void refusesAFolderOfOthers();
-    void refusesAFileOfAnotherUser();
+    void rejectsASymbolicLink();
+    void removesWritePermissionOfOthers();
+    void rejectsAFolderThatOthersCanChange_data();
+    void rejectsAFolderThatOthersCanChange();
+    void rejectsAFileOfAnotherUser();
 #endif
 
 private:
@@ -61,7 +61,7 @@ void TestHeldFile::init()
     write(path, checked);
 }
 
-void TestHeldFile::holdsAFileThatIsThere()
+void TestHeldFile::holdsAnExistingFile()
 {
     {
         const HeldFile held(path);
@@ -74,7 +74,7 @@ void TestHeldFile::holdsAFileThatIsThere()
     QVERIFY(QFile::remove(path));
 }
 
-void TestHeldFile::holdsNothingElse()
+void TestHeldFile::holdsOnlyRegularFiles()
 {
     QVERIFY(!HeldFile(folder->filePath(u"none"_s)).isHeld());
     QVERIFY(!HeldFile(folder->path()).isHeld());
@@ -82,7 +82,7 @@ void TestHeldFile::holdsNothingElse()
 
 #ifdef Q_OS_WIN
 
-void TestHeldFile::refusesEveryChange()
+void TestHeldFile::preventsEveryChange()
 {
     const HeldFile held(path);
     QVERIFY(held.isHeld());
@@ -92,7 +92,7 @@ void TestHeldFile::refusesEveryChange()
     QVERIFY(!file.open(QIODevice::WriteOnly));
     QVERIFY(!file.open(QIODevice::ReadWrite));
     QVERIFY(!QFile::remove(path));
-    QVERIFY(!QFile::rename(path, folder->filePath(u"away"_s)));
+    QVERIFY(!QFile::rename(path, folder->filePath(u"renamed"_s)));
     QVERIFY(!MoveFileExW(reinterpret_cast<const wchar_t *>(QDir::toNativeSeparators(other).utf16()),
                          reinterpret_cast<const wchar_t *>(QDir::toNativeSeparators(path).utf16()),
                          MOVEFILE_REPLACE_EXISTING));
@@ -100,7 +100,7 @@ void TestHeldFile::refusesEveryChange()
     QCOMPARE(file.readAll(), checked);
 }
 
-void TestHeldFile::refusesToHoldAFileThatSomebodyWrites()
+void TestHeldFile::rejectsAFileOpenForWriting()
 {
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadWrite));
@@ -111,14 +111,14 @@ void TestHeldFile::refusesToHoldAFileThatSomebodyWrites()
 
 #else
 
-void TestHeldFile::refusesALink()
+void TestHeldFile::rejectsASymbolicLink()
 {
     const QString link = folder->filePath(u"link.exe"_s);
     QVERIFY(QFile::link(path, link));
     QVERIFY(!HeldFile(link).isHeld());
 }
 
-void TestHeldFile::takesWritingFromOthers()
+void TestHeldFile::removesWritePermissionOfOthers()
 {
     QCOMPARE(chmod(QFile::encodeName(path).constData(), 0777), 0);
     const HeldFile held(path);
@@ -128,18 +128,18 @@ void TestHeldFile::takesWritingFromOthers()
     QCOMPARE(status.st_mode & 07777U, 0755U);
 }
 
-void TestHeldFile::refusesAFolderOfOthers_data()
+void TestHeldFile::rejectsAFolderThatOthersCanChange_data()
 {
     QTest::addColumn<uint>("mode");
     QTest::addColumn<bool>("held");
-    QTest::newRow("own alone") << 0700U << true;
+    QTest::newRow("owner only") << 0700U << true;
     QTest::newRow("readable") << 0755U << true;
     QTest::newRow("writable for the group") << 0770U << false;
     QTest::newRow("writable for all") << 0777U << false;
     QTest::newRow("writable for all, sticky as /tmp") << 01777U << true;
 }
 
-void TestHeldFile::refusesAFolderOfOthers()
+void TestHeldFile::rejectsAFolderThatOthersCanChange()
 {
     QFETCH(uint, mode);
     QFETCH(bool, held);
@@ -147,11 +147,11 @@ void TestHeldFile::refusesAFolderOfOthers()
     QCOMPARE(HeldFile(path).isHeld(), held);
 }
 
-void TestHeldFile::refusesAFileOfAnotherUser()
+void TestHeldFile::rejectsAFileOfAnotherUser()
 {
     constexpr uid_t nobody = 65534;
     if (chown(QFile::encodeName(path).constData(), nobody, static_cast<gid_t>(-1)) != 0) {
-        QSKIP("this user may not give files away");
+        QSKIP("this user may not change the owner of a file");
     }
     QVERIFY(!HeldFile(path).isHeld());
     QCOMPARE(chown(QFile::encodeName(path).constData(), geteuid(), static_cast<gid_t>(-1)), 0);

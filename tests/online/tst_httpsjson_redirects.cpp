@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Which redirects the JSON exchange follows, how, and how many.
+// Redirects of the JSON exchange.
 #include "jsonexchange.h"
 
 #include <QTest>
@@ -12,7 +12,10 @@ class TestHttpsJsonRedirects : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(JsonService::port(u"https"_s) != 0, "to be run by withjsonservice.py"); }
+    void initTestCase()
+    {
+        QVERIFY2(JsonService::port(u"https"_s) != 0, "run this test through testkit/withjsonservice.py");
+    }
     void followsRedirects_data();
     void followsRedirects();
     void keepsCookiesOverRedirects();

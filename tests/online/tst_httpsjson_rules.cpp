@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The decisions of the JSON exchange: where a request goes, and what an answer or a failure becomes.
+// The pure functions of the JSON exchange: addresses, responses, failures.
 #include "httpsjson.h"
 
 #include <QTest>
@@ -11,17 +11,17 @@ class TestHttpsJsonRules : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsAddresses_data();
-    void readsAddresses();
-    void refusesAddresses_data();
-    void refusesAddresses();
-    void readsAnswers_data();
-    void readsAnswers();
+    void parsesAddresses_data();
+    void parsesAddresses();
+    void rejectsAddresses_data();
+    void rejectsAddresses();
+    void parsesResponses_data();
+    void parsesResponses();
     void describesFailures_data();
     void describesFailures();
 };
 
-void TestHttpsJsonRules::readsAddresses_data()
+void TestHttpsJsonRules::parsesAddresses_data()
 {
     QTest::addColumn<QString>("url");
     QTest::addColumn<QString>("host");
@@ -48,20 +48,20 @@ void TestHttpsJsonRules::readsAddresses_data()
     QTest::newRow("no host") << u"https:///a"_s << QString() << 443 << u"/a"_s;
 }
 
-void TestHttpsJsonRules::readsAddresses()
+void TestHttpsJsonRules::parsesAddresses()
 {
     QFETCH(QString, url);
     QFETCH(QString, host);
     QFETCH(int, port);
     QFETCH(QString, objectName);
-    const std::optional<HttpsAddress> address = readHttpsAddress(url);
+    const std::optional<HttpsAddress> address = parseHttpsAddress(url);
     QVERIFY(address);
     QCOMPARE(address->host, host);
     QCOMPARE(address->port, port);
     QCOMPARE(address->objectName, objectName);
 }
 
-void TestHttpsJsonRules::refusesAddresses_data()
+void TestHttpsJsonRules::rejectsAddresses_data()
 {
     QTest::addColumn<QString>("url");
 
@@ -76,14 +76,14 @@ void TestHttpsJsonRules::refusesAddresses_data()
     QTest::newRow("port is no number") << u"https://example.com:https/a"_s;
     QTest::newRow("blank in the host") << u"https://exa mple.com/a"_s;
     QTest::newRow("unclosed bracket") << u"https://[::1/a"_s;
-    QTest::newRow("IPv6 that is none") << u"https://[1:2]/a"_s;
+    QTest::newRow("invalid IPv6") << u"https://[1:2]/a"_s;
     QTest::newRow("percent sign in the host") << u"https://100%/a"_s;
 }
 
-void TestHttpsJsonRules::refusesAddresses()
+void TestHttpsJsonRules::rejectsAddresses()
 {
     QFETCH(QString, url);
-    QVERIFY(!readHttpsAddress(url));
+    QVERIFY(!parseHttpsAddress(url));
 
     const HttpsJsonReply reply = exchangeJson(url, "{}");
     const QJsonObject expected{{u"ok"_s, false}, {u"message"_s, u"Ungültige Server-Adresse."_s}};
@@ -91,7 +91,7 @@ void TestHttpsJsonRules::refusesAddresses()
     QCOMPARE(reply.httpStatus, 0);
 }
 
-void TestHttpsJsonRules::readsAnswers_data()
+void TestHttpsJsonRules::parsesResponses_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("body");
@@ -124,12 +124,12 @@ void TestHttpsJsonRules::readsAnswers_data()
     QTest::newRow("HTML") << 502 << QByteArray("<html>Bad Gateway</html>") << noJson(502);
 }
 
-void TestHttpsJsonRules::readsAnswers()
+void TestHttpsJsonRules::parsesResponses()
 {
     QFETCH(int, status);
     QFETCH(QByteArray, body);
     QFETCH(QJsonObject, object);
-    const HttpsJsonReply reply = readAnswer({status, body});
+    const HttpsJsonReply reply = parseResponse({status, body});
     QCOMPARE(reply.object, object);
     QCOMPARE(reply.httpStatus, status);
 }

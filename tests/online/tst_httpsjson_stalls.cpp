@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The time-outs of the JSON exchange. Each of them really passes, so all exchanges run at once.
+// Time-outs of the JSON exchange in real time. All exchanges run concurrently.
 #include "jsonexchange.h"
 
 #include <QElapsedTimer>
@@ -16,17 +16,17 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Later than what ends after 5 s and earlier than what ends after 8 s, with as much distance from both as there is.
+/// Separates exchanges that end after 5 s from those that end after 8 s.
 constexpr std::chrono::milliseconds betweenTheLimits = 6500ms;
 
-/// One exchange: what it must bring, and after how long.
+/// One exchange: expected reply and duration.
 struct Exchange
 {
     QByteArray name;
     QString url;
     QJsonObject object;
     int status = 0;
-    qint64 limitMs = 0; ///< it must last this long, and not much longer
+    qint64 limitMs = 0; ///< expected duration
 
     HttpsJsonReply reply;
     qint64 elapsedMs = 0;
@@ -54,7 +54,7 @@ std::vector<Exchange> exchanges()
         row("silent behind the object", urlAt(u"https"_s, u"/stall/object"_s), servedObject(), 200, eightSeconds),
         row("silent after a redirect", urlAt(u"https"_s, u"/redirect/307?/stall"_s), timeOutInResponse, 0,
             eightSeconds),
-        // The limit is that of one piece: what keeps coming may last longer.
+        // The limit applies to one receive operation, not to the whole response.
         row("slow but steady", urlAt(u"https"_s, u"/slow"_s), servedObject(), 200, eightSeconds),
     };
 }
@@ -69,7 +69,7 @@ private Q_SLOTS:
     void initTestCase();
     void endsInTime_data();
     void endsInTime();
-    void limitsAreToldApart();
+    void limitsDiffer();
 
 private:
     std::vector<Exchange> runs;
@@ -78,7 +78,7 @@ private:
 
 void TestHttpsJsonStalls::initTestCase()
 {
-    QVERIFY2(JsonService::port(u"https"_s) != 0, "to be run by withjsonservice.py");
+    QVERIFY2(JsonService::port(u"https"_s) != 0, "run this test through testkit/withjsonservice.py");
     runs = exchanges();
     QThreadPool pool;
     pool.setMaxThreadCount(static_cast<int>(runs.size()) + 1);
@@ -109,21 +109,21 @@ void TestHttpsJsonStalls::endsInTime_data()
 
 void TestHttpsJsonStalls::endsInTime()
 {
-    // Far above what a busy machine or Wine adds, far below what systems wait by themselves.
-    constexpr qint64 patienceMs = 30000;
+    // More than a busy machine or Wine adds, less than operating systems wait by default.
+    constexpr qint64 overrunMs = 30000;
     constexpr qint64 clockToleranceMs = 100; // the time-out is not measured with the same clock
     QFETCH(qsizetype, index);
     const Exchange &run = runs[static_cast<size_t>(index)];
     QCOMPARE_GE(run.elapsedMs, run.limitMs - clockToleranceMs);
-    QCOMPARE_LT(run.elapsedMs, run.limitMs + patienceMs);
+    QCOMPARE_LT(run.elapsedMs, run.limitMs + overrunMs);
     expectFailureUnderWine({"silent in the headers"}, "Wine takes half a header for the end of all headers");
     QCOMPARE(run.reply.object, run.object);
     QCOMPARE(run.reply.httpStatus, run.status);
 }
 
-void TestHttpsJsonStalls::limitsAreToldApart()
+void TestHttpsJsonStalls::limitsDiffer()
 {
-    // By how much a busy machine lets an exchange overrun its limit nobody can say, but it does so with all of them.
+    // A loaded machine delays all exchanges alike, so their order of completion is checked.
     for (const Exchange &run : runs) {
         QVERIFY2((run.limitMs < betweenTheLimits.count()) == (run.place < placeBetweenTheLimits), run.name);
     }

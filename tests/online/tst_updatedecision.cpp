@@ -39,16 +39,16 @@ class TestUpdateDecision : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void decidesOnNewerVersions_data();
-    void decidesOnNewerVersions();
-    void decidesOnOtherVersions_data();
-    void decidesOnOtherVersions();
-    void decidesOnOtherBodies_data();
-    void decidesOnOtherBodies();
-    void namesTheInstalledVersion();
+    void newerVersions_data();
+    void newerVersions();
+    void otherVersions_data();
+    void otherVersions();
+    void invalidBodies_data();
+    void invalidBodies();
+    void installedVersion();
 };
 
-void TestUpdateDecision::decidesOnNewerVersions_data()
+void TestUpdateDecision::newerVersions_data()
 {
     QTest::addColumn<QString>("version");
     QTest::addColumn<QJsonObject>("manifestMembers");
@@ -86,7 +86,7 @@ void TestUpdateDecision::decidesOnNewerVersions_data()
     QTest::newRow("other mode") << u"1.0"_s << members(url, digest, none, u"zip"_s) << refused;
 }
 
-void TestUpdateDecision::decidesOnNewerVersions()
+void TestUpdateDecision::newerVersions()
 {
     QFETCH(QString, version);
     QFETCH(QJsonObject, manifestMembers);
@@ -96,7 +96,7 @@ void TestUpdateDecision::decidesOnNewerVersions()
     QCOMPARE(decideUpdate(body, installed, false), decision);
 }
 
-void TestUpdateDecision::decidesOnOtherVersions_data()
+void TestUpdateDecision::otherVersions_data()
 {
     QTest::addColumn<QString>("offered");
     QTest::addColumn<QString>("installedVersion");
@@ -115,7 +115,7 @@ void TestUpdateDecision::decidesOnOtherVersions_data()
     QTest::newRow("installed one unreadable") << u"1.0"_s << u"x"_s << unreadableHere << unreadableHere;
 }
 
-void TestUpdateDecision::decidesOnOtherVersions()
+void TestUpdateDecision::otherVersions()
 {
     QFETCH(QString, offered);
     QFETCH(QString, installedVersion);
@@ -126,7 +126,7 @@ void TestUpdateDecision::decidesOnOtherVersions()
     QCOMPARE(decideUpdate(body, installedVersion, false), automatically);
 }
 
-void TestUpdateDecision::decidesOnOtherBodies_data()
+void TestUpdateDecision::invalidBodies_data()
 {
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<bool>("answered");
@@ -140,7 +140,7 @@ void TestUpdateDecision::decidesOnOtherBodies_data()
     QTest::newRow("other product") << manifest(u"1.0"_s, {{u"product"_s, u"TARVOLINE-SRTLA"_s}}) << true;
 }
 
-void TestUpdateDecision::decidesOnOtherBodies()
+void TestUpdateDecision::invalidBodies()
 {
     QFETCH(QByteArray, body);
     QFETCH(bool, answered);
@@ -150,7 +150,7 @@ void TestUpdateDecision::decidesOnOtherBodies()
     QCOMPARE(decideUpdate(body, installed, false), expected);
 }
 
-void TestUpdateDecision::namesTheInstalledVersion()
+void TestUpdateDecision::installedVersion()
 {
     QCOMPARE(installedVersionText(installed), installedText);
 }

@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A body of exactly \a size bytes that is a good manifest: the release notes fill it up.
+/// A valid manifest of exactly \a size bytes, filled up with release notes.
 QByteArray manifestOfSize(qsizetype size)
 {
     const QByteArray head = R"({"latest_version":"1.0","release_notes":")";
@@ -22,19 +22,19 @@ class TestUpdateManifest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellsObjectsFromOtherBodies_data();
-    void tellsObjectsFromOtherBodies();
-    void refusesBodiesOverTheLimit_data();
-    void refusesBodiesOverTheLimit();
-    void judgesProductAndVersion_data();
-    void judgesProductAndVersion();
+    void distinguishesObjectsFromOtherBodies_data();
+    void distinguishesObjectsFromOtherBodies();
+    void rejectsBodiesOverTheLimit_data();
+    void rejectsBodiesOverTheLimit();
+    void checksProductAndVersion_data();
+    void checksProductAndVersion();
     void readsEveryMember();
     void trimsEveryMember();
-    void readsOtherTypesAsEmpty_data();
-    void readsOtherTypesAsEmpty();
+    void treatsOtherTypesAsEmpty_data();
+    void treatsOtherTypesAsEmpty();
 };
 
-void TestUpdateManifest::tellsObjectsFromOtherBodies_data()
+void TestUpdateManifest::distinguishesObjectsFromOtherBodies_data()
 {
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<bool>("isObject");
@@ -56,7 +56,7 @@ void TestUpdateManifest::tellsObjectsFromOtherBodies_data()
     QTest::newRow("object in white space") << QByteArray("\r\n {\"latest_version\":\"1.0\"}\t\n") << true;
 }
 
-void TestUpdateManifest::tellsObjectsFromOtherBodies()
+void TestUpdateManifest::distinguishesObjectsFromOtherBodies()
 {
     QFETCH(QByteArray, body);
     QFETCH(bool, isObject);
@@ -67,7 +67,7 @@ void TestUpdateManifest::tellsObjectsFromOtherBodies()
     }
 }
 
-void TestUpdateManifest::refusesBodiesOverTheLimit_data()
+void TestUpdateManifest::rejectsBodiesOverTheLimit_data()
 {
     QTest::addColumn<int>("bytes");
     QTest::addColumn<bool>("accepted");
@@ -77,7 +77,7 @@ void TestUpdateManifest::refusesBodiesOverTheLimit_data()
     QTest::newRow("much more") << 200000 << false;
 }
 
-void TestUpdateManifest::refusesBodiesOverTheLimit()
+void TestUpdateManifest::rejectsBodiesOverTheLimit()
 {
     QFETCH(int, bytes);
     QFETCH(bool, accepted);
@@ -88,7 +88,7 @@ void TestUpdateManifest::refusesBodiesOverTheLimit()
     QCOMPARE(reading.manifest.has_value(), accepted);
 }
 
-void TestUpdateManifest::judgesProductAndVersion_data()
+void TestUpdateManifest::checksProductAndVersion_data()
 {
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<bool>("accepted");
@@ -111,7 +111,7 @@ void TestUpdateManifest::judgesProductAndVersion_data()
     QTest::newRow("no members") << QByteArray("{}") << false;
 }
 
-void TestUpdateManifest::judgesProductAndVersion()
+void TestUpdateManifest::checksProductAndVersion()
 {
     QFETCH(QByteArray, body);
     QFETCH(bool, accepted);
@@ -149,7 +149,7 @@ void TestUpdateManifest::trimsEveryMember()
     QCOMPARE(*reading.manifest, expected);
 }
 
-void TestUpdateManifest::readsOtherTypesAsEmpty_data()
+void TestUpdateManifest::treatsOtherTypesAsEmpty_data()
 {
     QTest::addColumn<QByteArray>("value");
     QTest::newRow("number") << QByteArray("12");
@@ -159,7 +159,7 @@ void TestUpdateManifest::readsOtherTypesAsEmpty_data()
     QTest::newRow("object") << QByteArray(R"({"text":"text"})");
 }
 
-void TestUpdateManifest::readsOtherTypesAsEmpty()
+void TestUpdateManifest::treatsOtherTypesAsEmpty()
 {
     QFETCH(QByteArray, value);
     const ManifestReading reading =

@@ -16,16 +16,16 @@ private Q_SLOTS:
     void vendorAddresses();
     void installerAddresses_data();
     void installerAddresses();
-    void refusesInvalidAddresses_data();
-    void refusesInvalidAddresses();
-    void takesTheHostOfTheBuild();
+    void rejectsInvalidAddresses_data();
+    void rejectsInvalidAddresses();
+    void usesTheVendorHostOfTheBuild();
 
 private:
-    /// \a pattern with the vendor's host for "VENDOR" and its upper-case spelling for "SHOUTED".
+    /// \a pattern with the vendor's host for "VENDOR" and in upper case for "UPPERCASE".
     static QString filled(QString pattern)
     {
         const QString vendor = QString::fromUtf8(vendorHost);
-        return pattern.replace("VENDOR"_L1, vendor).replace("SHOUTED"_L1, vendor.toUpper());
+        return pattern.replace("VENDOR"_L1, vendor).replace("UPPERCASE"_L1, vendor.toUpper());
     }
 };
 
@@ -46,8 +46,8 @@ void TestUpdateRulesAddresses::vendorAddresses_data()
     QTest::newRow("the vendor in the fragment") << u"https://evil.example/#.VENDOR"_s << false;
     QTest::newRow("the parent domain") << u"https://example/update.json"_s << false;
     QTest::newRow("another host") << u"https://other.example/update.json"_s << false;
-    QTest::newRow("upper-case host") << u"https://SHOUTED/update.json"_s << true;
-    QTest::newRow("upper-case subdomain") << u"https://FILES.SHOUTED/update.json"_s << true;
+    QTest::newRow("upper-case host") << u"https://UPPERCASE/update.json"_s << true;
+    QTest::newRow("upper-case subdomain") << u"https://FILES.UPPERCASE/update.json"_s << true;
     QTest::newRow("upper-case scheme") << u"HTTPS://VENDOR/update.json"_s << true;
     QTest::newRow("plain http") << u"http://VENDOR/update.json"_s << false;
     QTest::newRow("upper-case http") << u"HTTP://VENDOR/update.json"_s << false;
@@ -108,7 +108,7 @@ void TestUpdateRulesAddresses::installerAddresses_data()
     QTest::newRow("no dot") << u"https://VENDOR/setupexe"_s << false;
     QTest::newRow("no path") << u"https://VENDOR"_s << false;
     QTest::newRow("plain http") << u"http://VENDOR/setup.exe"_s << false;
-    QTest::newRow("upper-case scheme and host") << u"HTTPS://SHOUTED/setup.exe"_s << true;
+    QTest::newRow("upper-case scheme and host") << u"HTTPS://UPPERCASE/setup.exe"_s << true;
     QTest::newRow("another host") << u"https://other.example/setup.exe"_s << false;
     QTest::newRow("joined without a dot") << u"https://evilVENDOR/setup.exe"_s << false;
     QTest::newRow("user and port") << u"https://user@VENDOR:8443/setup.exe"_s << true;
@@ -126,22 +126,22 @@ void TestUpdateRulesAddresses::installerAddresses()
     QCOMPARE(isInstallerAddress(QUrl(filled(address))), offered);
 }
 
-void TestUpdateRulesAddresses::refusesInvalidAddresses_data()
+void TestUpdateRulesAddresses::rejectsInvalidAddresses_data()
 {
     QTest::addColumn<QString>("address");
     QTest::newRow("port out of range") << u"https://VENDOR:99999/setup.exe"_s;
     QTest::newRow("port no number") << u"https://VENDOR:abc/setup.exe"_s;
 }
 
-void TestUpdateRulesAddresses::refusesInvalidAddresses()
+void TestUpdateRulesAddresses::rejectsInvalidAddresses()
 {
     QFETCH(QString, address);
-    // QUrl keeps the parts that it understood, so that only its validity tells these addresses from good ones.
+    // QUrl keeps the parsed parts of an invalid address, so that isValid() has to be checked.
     QVERIFY(isInstallerAddress(QUrl(filled(address))));
     QVERIFY(!isOfferedInstallerAddress(filled(address)));
 }
 
-void TestUpdateRulesAddresses::takesTheHostOfTheBuild()
+void TestUpdateRulesAddresses::usesTheVendorHostOfTheBuild()
 {
     QVERIFY(!isVendorAddress(QUrl(u"https://"_s)));
     QVERIFY(isVendorAddress(QUrl(QString::fromUtf8(serviceBaseUrl))));

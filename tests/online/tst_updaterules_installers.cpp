@@ -22,11 +22,11 @@ class TestUpdateRulesInstallers : public QObject
 private Q_SLOTS:
     void limitsTheSize_data();
     void limitsTheSize();
-    void comparesTheDigest_data();
-    void comparesTheDigest();
-    void acceptsTheLargestAndNoLarger();
-    void namesTheFile_data();
-    void namesTheFile();
+    void checksTheDigest_data();
+    void checksTheDigest();
+    void checksTheSizeOfRealData();
+    void fileNames_data();
+    void fileNames();
 };
 
 void TestUpdateRulesInstallers::limitsTheSize_data()
@@ -49,7 +49,7 @@ void TestUpdateRulesInstallers::limitsTheSize()
     QCOMPARE(isInstallerSize(bytes), allowed);
 }
 
-void TestUpdateRulesInstallers::comparesTheDigest_data()
+void TestUpdateRulesInstallers::checksTheDigest_data()
 {
     QTest::addColumn<QByteArray>("data");
     QTest::addColumn<QString>("sha256");
@@ -68,7 +68,7 @@ void TestUpdateRulesInstallers::comparesTheDigest_data()
         << InstallerVerdict::WrongSize;
 }
 
-void TestUpdateRulesInstallers::comparesTheDigest()
+void TestUpdateRulesInstallers::checksTheDigest()
 {
     QFETCH(QByteArray, data);
     QFETCH(QString, sha256);
@@ -82,16 +82,16 @@ void TestUpdateRulesInstallers::comparesTheDigest()
     }
 }
 
-void TestUpdateRulesInstallers::acceptsTheLargestAndNoLarger()
+void TestUpdateRulesInstallers::checksTheSizeOfRealData()
 {
-    // With a digest that cannot fit: a size that is allowed is told by what is checked after it.
+    // With a wrong digest: an allowed size results in the digest error.
     QByteArray data(262144000, 'x');
     QCOMPARE(checkInstaller(data, digestOfAbc), InstallerVerdict::WrongDigest);
     data.append('x');
     QCOMPARE(checkInstaller(data, digestOfAbc), InstallerVerdict::WrongSize);
 }
 
-void TestUpdateRulesInstallers::namesTheFile_data()
+void TestUpdateRulesInstallers::fileNames_data()
 {
     QTest::addColumn<QString>("version");
     QTest::addColumn<QString>("name"); // empty: none
@@ -106,7 +106,7 @@ void TestUpdateRulesInstallers::namesTheFile_data()
     }
 }
 
-void TestUpdateRulesInstallers::namesTheFile()
+void TestUpdateRulesInstallers::fileNames()
 {
     QFETCH(QString, version);
     QFETCH(QString, name);
