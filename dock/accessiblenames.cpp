@@ -21,7 +21,7 @@ void AccessibleNames::addRow(QFormLayout *form, const QString &label, QWidget *f
 {
     form->addRow(label, field);
     qobject_cast<QLabel *>(form->labelForField(field))->setBuddy(control);
-    // Qt takes a name from the buddy only where both have the same parent.
+    // Qt derives the name from the buddy only if both have the same parent.
     control->setAccessibleName(withoutColon(label));
 }
 

@@ -9,17 +9,17 @@ class QLineEdit;
 class QPushButton;
 class QWidget;
 
-// The names under which screen readers and scripts know the panel's controls. They are made of the words that stand in
-// the control's own row.
+// Accessible names of the panel's controls, for screen readers and scripts. They consist of the words in the control's
+// row.
 namespace AccessibleNames {
 
-/// Appends a row to \a form whose label names \a control, which is \a field or stands in it.
+/// Appends a row to \a form whose label names \a control, which is \a field or a part of it.
 void addRow(QFormLayout *form, const QString &label, QWidget *field, QWidget *control);
 
-/// Names \a edit after \a label, which stands beside it, and the row that both stand in: "Ports: SRTLA".
+/// Names \a edit after the row and the \a label beside it: "Ports: SRTLA".
 void nameInRow(QLineEdit *edit, QLabel *label, const QString &rowLabel);
 
-/// Names \a button after the edit of its row and its own words, which other rows have, too: "Passwort: Kopieren".
+/// Names \a button after the edit of its row and its own text, which other rows also have: "Passwort: Kopieren".
 void nameInRow(QPushButton *button, const QLineEdit *edit);
 
 } // namespace AccessibleNames

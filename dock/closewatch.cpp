@@ -12,12 +12,12 @@ CloseWatch::CloseWatch(const QWidget *widget) : inside(widget)
 
 bool CloseWatch::eventFilter(QObject *object, QEvent *event)
 {
-    // The dock's own floating window, which the user may close at any time, is no QMainWindow.
+    // The window of a floating dock, which the user may close at any time, is no QMainWindow.
     auto *window = event->type() == QEvent::Close ? qobject_cast<QMainWindow *>(object) : nullptr;
     if (window) {
         for (const QWidget *widget = inside; widget; widget = widget->parentWidget()) {
             if (widget == window) {
-                asked = window;
+                closing = window;
             }
         }
     }

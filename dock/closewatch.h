@@ -5,22 +5,22 @@
 #include <QPointer>
 #include <QWidget>
 
-/// Tells whether the main window that holds a widget has been closed, which is how OBS begins to quit: its event loop
-/// runs on for a moment after that, and timers still fire.
+/// Detects that the main window of a widget was closed. OBS closes it when it quits; its event loop still runs for a
+/// moment and fires timers.
 ///
-/// A close that the window refuses (the user stays) does not count, nor does a window that hides in the tray.
+/// A rejected close event does not count, nor does a window that is hidden to the tray.
 class CloseWatch : public QObject
 {
 public:
-    /// Watches from now on, also for a window that \a widget comes into later.
+    /// Watches the window that \a widget is in at the time of the event.
     explicit CloseWatch(const QWidget *widget);
 
-    [[nodiscard]] bool isClosed() const { return asked && asked->isHidden(); }
+    [[nodiscard]] bool isClosed() const { return closing && closing->isHidden(); }
 
 protected:
     bool eventFilter(QObject *object, QEvent *event) override;
 
 private:
     const QWidget *inside;
-    QPointer<QWidget> asked; ///< the window that was asked to close
+    QPointer<QWidget> closing; ///< the window that got a close event
 };

@@ -3,13 +3,13 @@
 
 #include <QString>
 
-/// The two addresses of the receiver, with every text as the user typed it: nothing is parsed, escaped or corrected.
+/// The two addresses of the receiver. Typed texts are used unchanged: not parsed, not escaped.
 namespace ConnectionAddresses {
 
-/// What is to be typed into the sender app. \a publicHost is trimmed; an empty one is replaced by a German reminder.
+/// Address for the sender app. \a publicHost is trimmed; an empty one is replaced by a German placeholder.
 QString ofSenderApp(const QString &publicHost, const QString &listenPort, const QString &streamId);
 
-/// What the media source listens on. \a passphrase is left out when empty.
+/// Address on which the media source listens. An empty \a passphrase is omitted.
 QString ofMediaSource(const QString &targetPort, const QString &passphrase);
 
 } // namespace ConnectionAddresses

@@ -3,7 +3,7 @@
 
 #include <QLatin1StringView>
 
-/// Where the panel's values are stored, under which keys, and what they are when a key is absent.
+/// Settings store, keys and default values of the panel.
 namespace DockSettings {
 
 inline constexpr QLatin1StringView organisation{"Tarvoline"};

@@ -7,11 +7,11 @@
 
 namespace {
 
-// The source is known by its name alone; a renamed one belongs to the user.
+// The source is found by its name; a renamed source is no longer managed.
 constexpr char sourceName[] = "Tarvoline SRTLA";
 constexpr char sourceType[] = "ffmpeg_source";
 
-// False when there is no source of that name. Its type and its scenes are the user's business.
+// False when there is no source of that name. Its type and scenes are not changed.
 bool updateExistingSource(const QByteArray &url)
 {
     const OBSSourceAutoRelease source = obs_get_source_by_name(sourceName);
@@ -27,7 +27,7 @@ bool updateExistingSource(const QByteArray &url)
     return true;
 }
 
-// Null when OBS has no such source type.
+// Null when OBS does not have the source type.
 obs_source_t *createSource(const QByteArray &url)
 {
     const OBSDataAutoRelease data = obs_data_create();
@@ -38,8 +38,8 @@ obs_source_t *createSource(const QByteArray &url)
     return obs_source_create(sourceType, sourceName, data, nullptr);
 }
 
-// False when the source could not be created or there is no current scene to receive it; it is gone again then, as the
-// reference held here was its only one.
+// False when the source could not be created or there is no current scene; releasing the only reference then destroys
+// the source.
 bool createInCurrentScene(const QByteArray &url)
 {
     const OBSSourceAutoRelease source = createSource(url);

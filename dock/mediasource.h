@@ -5,10 +5,10 @@
 
 /// Outcome of repairMediaSource().
 enum class MediaSourceResult {
-    Updated, ///< the source of that name, whatever its type and scenes, has the address now
-    Created, ///< a new source is in the current scene
-    Failed,  ///< it could not be created, or no scene could receive it; no source is left behind
+    Updated, ///< an existing source of that name, of any type and in any scene, got the address
+    Created, ///< a new source was added to the current scene
+    Failed,  ///< it could not be created, or there is no current scene; no source is left behind
 };
 
-/// Makes the OBS media source "Tarvoline SRTLA" exist and listen on \a url (UTF-8). For OBS's main thread.
+/// Creates or updates the OBS media source "Tarvoline SRTLA" to listen on \a url (UTF-8). OBS main thread only.
 MediaSourceResult repairMediaSource(const QByteArray &url);

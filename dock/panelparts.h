@@ -6,7 +6,7 @@
 class QGroupBox;
 class QPushButton;
 
-/// Widgets that are needed only while the panel is built and connected.
+/// Widgets that are used only while the panel is built and connected.
 struct TarvolineDock::PanelParts
 {
     QGroupBox *connectionGroup = nullptr;

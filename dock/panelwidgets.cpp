@@ -11,13 +11,13 @@
 
 namespace {
 
-// In characters of average width: a label is content with little, and prefers lines that are read with ease.
+// Minimum and preferred line length of a label, in average character widths.
 constexpr int narrowestLabel = 12;
 constexpr int preferredLabel = 40;
-// What QLineEdit keeps free on each side of its text, and the cursor.
+// QLineEdit's margin on each side of its text, and the cursor.
 constexpr int editMargin = 2;
 constexpr int cursorWidth = 1;
-// A QFormLayout that decides whether a row has to be wrapped leaves out the spacing between its columns.
+// QFormLayout ignores the spacing between its columns when it decides whether to wrap a row.
 constexpr int formSpacing = 8;
 
 } // namespace
@@ -105,7 +105,7 @@ SampledEdit::SampledEdit(QString sampleText, const QString &text, QWidget *paren
 QSize SampledEdit::minimumSizeHint() const
 {
     ensurePolished();
-    // The base leaves room for one character, the widest.
+    // The base class reserves the width of one character (maxWidth).
     const int wanted =
         fontMetrics().size(Qt::TextSingleLine, sample).width() + 2 * editMargin + cursorWidth + formSpacing;
     return QLineEdit::minimumSizeHint() + QSize(wanted - fontMetrics().maxWidth(), 0);

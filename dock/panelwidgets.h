@@ -6,12 +6,11 @@
 
 class QTextLayout;
 
-/// A label for plain text that goes on in the next line where a line is full, in the middle of a word where that is
-/// longer than a line. (QLabel is never narrower than its longest word, and addresses and a service's messages can be
-/// one.)
+/// A label for plain text that also wraps inside words that are longer than a line. (QLabel is never narrower than its
+/// longest word, and an address or a service's message can be a single word.)
 ///
-/// It asks its layout for the height that its present width needs, anew whenever that changes: a QFormLayout that wraps
-/// rows does not always give the height for the width that a field has in the end.
+/// Its size hint is the height for the current width and is updated when the width changes: a QFormLayout with wrapped
+/// rows does not always use the height for the final width of a field.
 class WrappingLabel : public QLabel
 {
 public:
@@ -28,13 +27,13 @@ protected:
 
 private:
     [[nodiscard]] QSize frameSize() const;
-    /// The text with the line breaks that QTextLayout knows.
+    /// The text with QChar::LineSeparator as line breaks, as QTextLayout expects.
     [[nodiscard]] QString lines() const;
-    /// Breaks the text into lines of \a width pixels and returns their height.
+    /// Breaks the text into lines of \a width pixels and returns their total height in pixels.
     int layOut(QTextLayout &layout, int width) const;
 };
 
-/// A line edit that always has room for a text as wide as \a sample, whatever the font.
+/// A line edit whose minimum width fits a sample text in the current font.
 class SampledEdit : public QLineEdit
 {
 public:

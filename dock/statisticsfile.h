@@ -4,7 +4,7 @@
 #include <QByteArray>
 #include <QtGlobal>
 
-/// The receiver's figures, as SrtlaEngine::statisticsChanged reports them.
+/// The parameters of SrtlaEngine::statisticsChanged.
 struct ReceiverStatistics
 {
     int groups = 0;
@@ -14,9 +14,9 @@ struct ReceiverStatistics
     quint64 bytes = 0;
 };
 
-/// The signal file's content: one compact JSON object. \a timestampMs counts milliseconds since 1970-01-01 UTC.
+/// Content of the statistics file: one compact JSON object. \a timestampMs counts milliseconds since 1970-01-01 UTC.
 QByteArray statisticsJson(const ReceiverStatistics &statistics, qint64 timestampMs);
 
-/// Writes \a json to the signal file, whole or not at all, in "Tarvoline" below the temporary directory and in the
-/// host's local data directory. A directory that cannot be written is left out without a word.
+/// Writes \a json atomically to the statistics file in "Tarvoline" below the temporary directory and in the host's
+/// local data directory. A directory that is not writable is skipped without an error.
 void writeStatisticsFile(const QByteArray &json);

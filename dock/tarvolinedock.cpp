@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Construction and shutdown, and the automatic start in between.
+// Construction, automatic start and shutdown.
 #include "tarvolinedock.h"
 
 #include "closewatch.h"
@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The source comes first, so that a listener waits when the first sender's packets are forwarded.
+// The source comes first, so that its listener exists when the first packets are forwarded.
 constexpr std::chrono::milliseconds sourceRepairDelay = 400ms;
 constexpr std::chrono::milliseconds receiverStartDelay = 800ms;
 
@@ -48,7 +48,7 @@ void TarvolineDock::shutdown()
 
 void TarvolineDock::connectEngine()
 {
-    // statisticsChanged stays unconnected: the signal file is written only for those who invoke the slot by name.
+    // statisticsChanged stays unconnected: the statistics file is written only when the slot is invoked by name.
     connect(&engine, &SrtlaEngine::runningChanged, this, &TarvolineDock::showRunning);
     connect(&engine, &SrtlaEngine::statusChanged, this, &TarvolineDock::showStartError);
     connect(&engine, &SrtlaEngine::logMessage, this, &TarvolineDock::appendLog);
@@ -56,7 +56,7 @@ void TarvolineDock::connectEngine()
 
 void TarvolineDock::scheduleAutomaticStart()
 {
-    // Who closes OBS within the first second gets no new source and no warning about a scene that is gone.
+    // If OBS is closed within the first second, no source is created and no warning is shown.
     const auto watch = std::make_shared<CloseWatch>(this);
     const auto unlessObsQuits = [this, watch](void (TarvolineDock::*start)()) {
         return [this, watch, start] {
@@ -75,8 +75,8 @@ void TarvolineDock::scheduleAutomaticStart()
 
 void TarvolineDock::releaseOpenMessageBoxes()
 {
-    // QMessageBox's static functions keep the box on the stack: as a child it would be deleted with the dock, beneath
-    // its own event loop. Without a parent it only closes, and its event loop ends.
+    // QMessageBox's static functions create the box on the stack. As a child it would be deleted with the dock inside
+    // its own event loop; without a parent it is closed, which ends the event loop.
     const QList<QMessageBox *> boxes = findChildren<QMessageBox *>(Qt::FindDirectChildrenOnly);
     for (QMessageBox *box : boxes) {
         box->setParent(nullptr);
@@ -86,7 +86,7 @@ void TarvolineDock::releaseOpenMessageBoxes()
 
 void TarvolineDock::releasePanel()
 {
-    // The widgets outlive the dock's members by a moment, and an edit that loses the focus in it would still save.
+    // The widgets are destroyed after the dock's members; an edit that loses the focus then would still save.
     const QList<QWidget *> widgets = findChildren<QWidget *>();
     for (QWidget *widget : widgets) {
         QObject::disconnect(widget, nullptr, this, nullptr);

@@ -33,23 +33,23 @@ class TarvolineDock : public QWidget
     Q_OBJECT
 
 public:
-    /// Builds the panel, loads the settings and, where they say so, schedules source repair and receiver start.
+    /// Builds the panel, loads the settings and schedules source repair and receiver start if these are enabled.
     explicit TarvolineDock(QWidget *parent = nullptr);
     ~TarvolineDock() override;
 
-    /// Ends all network work for good and cuts the engine off from the panel; for the module's unload.
+    /// Disconnects the engine, shuts it down and prevents new network work. Called when the module is unloaded.
     void shutdown();
 
     /// Posts \a request as JSON to \a path (begins with "/") of the vendor's service and returns at once. \a callback
-    /// runs later on the main thread, at most once, and not at all when the dock is gone by then.
+    /// runs later on the main thread, at most once; not if the dock was destroyed before.
     void postJson(const QString &path, const QJsonObject &request, JsonReplyCallback callback);
 
-    // The order of the slots is their numbering in the meta-object.
+    // The order of the slots is their index in the meta-object.
 public Q_SLOTS:
-    /// Starts the receiver on the panel's ports; tells the user in a message box when that fails.
+    /// Starts the receiver on the panel's ports; shows a message box on failure.
     void startReceiver();
     void stopReceiver();
-    /// Creates or updates the OBS media source; tells the user in a message box when that fails.
+    /// Creates or updates the OBS media source; shows a message box on failure.
     void createOrRepairSource();
     /// Writes every value of the panel to the settings store.
     void saveSettings();
@@ -62,13 +62,13 @@ public Q_SLOTS:
     void updateUrls();
     /// Appends \a line to the log view, which keeps the last five lines.
     void appendLog(const QString &line);
-    /// Writes the signal file for other programs; the parameters are those of SrtlaEngine::statisticsChanged.
+    /// Writes the statistics file; the parameters are those of SrtlaEngine::statisticsChanged.
     void updateStatistics(int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes);
-    /// Asks the vendor's service for this connection's public address.
+    /// Queries the vendor's service for the public address of this internet connection.
     void queryPublicIp();
-    /// Asks the vendor's service for a newer version; the outcome is shown beside the installed one.
+    /// Checks the vendor's service for a newer version and shows the result in the version group.
     void checkForUpdatesManually();
-    /// Asks the user, then downloads, checks and starts the installer of the offered version and closes OBS.
+    /// After confirmation by the user, downloads, checks and starts the offered installer and quits OBS.
     void downloadAndInstallUpdate();
 
 private:
@@ -96,19 +96,19 @@ private:
 
     void connectEngine();
     void scheduleAutomaticStart();
-    /// Counts a log line; after many in one turn of the event loop the view is laid out once, at the turn's end.
+    /// Counts a log line. In a burst of lines the view's layout is suspended and updated every 100 ms.
     void noteLogLine();
     void endLogBurst();
     void showRunning(bool running);
-    /// Moves the keyboard focus from one widget to another, if the first one has it. Qt would pass the focus of a
-    /// widget that is disabled to the next one in line, where keys that the user goes on pressing do something else.
+    /// Moves the keyboard focus from one widget to another, if the first one has it. Call before disabling \a from: Qt
+    /// would move the focus to the next widget in the tab order, where further key presses have another effect.
     static void passFocus(const QWidget *from, QWidget *to);
     void showStartError(const QString &text);
     void releaseOpenMessageBoxes();
     void releasePanel();
 
-    /// Makes the OBS media source exist and carry the current address. Returns false when it could not be created or no
-    /// scene could receive it; no source is left behind then.
+    /// Creates or updates the OBS media source with the current address. False when it could not be created or there is
+    /// no current scene; no source is left behind then.
     bool ensureMediaSource();
 
     void handlePublicIpReply(const QJsonObject &reply, int httpStatus);
@@ -116,13 +116,13 @@ private:
     static QString installedVersionText();
     void handleUpdateReply(QNetworkReply *reply, bool manual);
     void applyUpdateDecision(const UpdateDecision &decision);
-    /// Remembers an installable offer, or none when its texts are empty; the install button is visible with an offer.
+    /// Stores an installable offer, or none when its texts are empty; the install button is visible with an offer.
     void setPendingUpdate(const UpdateOffer &offer);
     void handleInstallerProgress(qint64 bytesReceived, qint64 bytesTotal);
-    /// Ends a download at once that has brought more bytes than an installer may have.
+    /// Aborts a download that exceeds maximumInstallerBytes.
     void endOversizedDownload(QNetworkReply *reply, const UpdateOffer &offer);
     void handleInstallerDownloaded(QNetworkReply *reply, const UpdateOffer &offer);
-    /// Checks the installer at \a path against \a sha256 (hexadecimal), starts it and has OBS quit.
+    /// Checks the installer at \a path against \a sha256 (hexadecimal), starts it and quits OBS.
     void startSavedInstaller(const QString &path, const QString &sha256);
     void showWrongDigest();
     void showInstallerNotSaved();
@@ -150,7 +150,7 @@ private:
     QTextEdit *logView = nullptr;
     int logLinesOfBurst = 0;
 
-    // The update machinery is switched off as long as nobody gives the dock a network manager and the two buttons.
+    // Updates are disabled as long as the network manager and the two buttons are null.
     QPushButton *updateCheckButton = nullptr;
     QPushButton *installUpdateButton = nullptr;
     QNetworkAccessManager *networkManager = nullptr;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What the panel's widgets are connected to.
+// Signal connections of the panel's widgets.
 #include "panelparts.h"
 #include "tarvolinedock.h"
 
@@ -37,7 +37,7 @@ void TarvolineDock::connectUi(const PanelParts &parts)
     connect(autoStartCheck, &QCheckBox::toggled, this, &TarvolineDock::saveSettings);
     connect(autoSourceCheck, &QCheckBox::toggled, this, &TarvolineDock::saveSettings);
 
-    // What the signals would have told, had they been connected while the widgets were made.
+    // Initial state: the groups were created before these signals were connected.
     targetPortEdit->setReadOnly(linkPortsCheck->isChecked());
     showChildren(parts.connectionGroup, false);
     logView->hide();
@@ -45,7 +45,7 @@ void TarvolineDock::connectUi(const PanelParts &parts)
 
 void TarvolineDock::connectEdits()
 {
-    // The link comes before the addresses, so that they are computed from the linked port.
+    // Link first, so that the addresses are computed with the linked port.
     connect(listenPortEdit, &QLineEdit::textChanged, this, &TarvolineDock::syncTargetPortFromListenPort);
     connect(linkPortsCheck, &QCheckBox::toggled, this, &TarvolineDock::applyPortLink);
     for (QLineEdit *edit : {listenPortEdit, targetPortEdit, publicHostEdit, streamIdEdit, passwordEdit}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Download, check and start of the installer of a newer version. The rules behind it are in online/.
+// Download, check and start of the installer of a newer version. The rules are in online/updaterules.h.
 #include "heldfile.h"
 #include "tarvolinedock.h"
 #include "updatedecision.h"
@@ -28,7 +28,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Long enough to read the last text, and for the installer to come up before it asks OBS to close.
+// Leaves time to read the last text and for the installer to start before it closes OBS.
 constexpr std::chrono::milliseconds quitDelay = 800ms;
 
 std::optional<QString> installerPath(const QString &version)
@@ -40,7 +40,7 @@ std::optional<QString> installerPath(const QString &version)
     return QDir(QStandardPaths::writableLocation(QStandardPaths::TempLocation)).filePath(*name);
 }
 
-// All of the file or none of it. A link of that name is replaced like a file: QSaveFile would write where it leads.
+// Atomic. A symbolic link is replaced, because QSaveFile would write to its target.
 bool saveInstaller(const QString &path, const QByteArray &data)
 {
     if (QFileInfo(path).isSymLink() && !QFile::remove(path)) {
@@ -56,7 +56,7 @@ bool isFileGenuine(const QString &path, const QString &sha256)
     return file.open(QIODevice::ReadOnly) && hasDigest(file, sha256);
 }
 
-// Also true while the body of an error page arrives: Qt sets the error at its end only.
+// The status is checked as well, because Qt sets the error only at the end of an error page.
 bool hasFailed(const QNetworkReply &reply)
 {
     constexpr int firstErrorStatus = 400;
@@ -64,7 +64,7 @@ bool hasFailed(const QNetworkReply &reply)
            reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() >= firstErrorStatus;
 }
 
-// Inno Setup's switches: no question at the start, and the programs that hold our files are closed and started again.
+// Inno Setup's switches: no prompt at the start; programs that use the installed files are closed and restarted.
 bool startInstaller(const QString &path)
 {
     return QProcess::startDetached(path, {u"/SP-"_s, u"/CLOSEAPPLICATIONS"_s, u"/RESTARTAPPLICATIONS"_s}, QString(),
@@ -80,7 +80,7 @@ void TarvolineDock::downloadAndInstallUpdate()
     if (offer.url.isEmpty() || offer.sha256.isEmpty() || offer.version.isEmpty() || !networkManager) {
         return;
     }
-    // The question's event loop runs everything, also the dock's destruction.
+    // The dock may be destroyed in the message box's event loop.
     const QPointer<TarvolineDock> self(this);
     const auto answer = QMessageBox::question(
         this, tr("Update installieren"),
@@ -113,7 +113,7 @@ void TarvolineDock::endOversizedDownload(QNetworkReply *reply, const UpdateOffer
 {
     if (reply->bytesAvailable() > maximumInstallerBytes) {
         QObject::disconnect(reply, nullptr, this, nullptr);
-        // Before the abort, which would turn the reply into a failed one.
+        // Before the abort, which sets an error on the reply.
         handleInstallerDownloaded(reply, offer);
         reply->abort();
     }
@@ -150,8 +150,8 @@ void TarvolineDock::handleInstallerDownloaded(QNetworkReply *reply, const Update
 
 void TarvolineDock::startSavedInstaller(const QString &path, const QString &sha256)
 {
-    // Checked once more on the disk, held from before that until after the start: nobody can put another file in
-    // between.
+    // The file on disk is checked again and held from before the check until after the start, so that it cannot be
+    // replaced in between.
     const HeldFile held(path);
     if (!held.isHeld()) {
         showInstallerNotSaved();

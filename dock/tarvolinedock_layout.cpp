@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The panel: its widgets.
+// Widgets and layout of the panel.
 #include "accessiblenames.h"
 #include "docksettings.h"
 #include "panelparts.h"
@@ -45,11 +45,11 @@ QHBoxLayout *rowLayout(QWidget *row)
     return layout;
 }
 
-// OBS's themes pad buttons so widely that not all words would have room in a narrow panel.
+// The padding of OBS's themes would truncate button texts in a narrow panel.
 QPushButton *narrowButton(const QString &text)
 {
     auto *button = new QPushButton(text);
-    // Only the button's: a style sheet without a selector goes for its tooltip, too.
+    // With a selector, because a style sheet without one also applies to the tooltip.
     button->setStyleSheet(QStringLiteral("QPushButton { padding-left: 0; padding-right: 0; }"));
     return button;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What the panel shows of the receiver's state, and the signal file for other programs.
+// Log view, status line and statistics file.
 #include "statisticsfile.h"
 #include "tarvolinedock.h"
 
@@ -17,8 +17,8 @@ namespace {
 
 constexpr qsizetype keptLogLines = 5;
 
-// Ordinary events make a few lines at a time. A flood, or a system that reports every datagram to a closed port, makes
-// thousands a second, and laying out the text takes most of a line's time.
+// Usual events log a few lines. A flood, or a system that reports an error for each datagram to a closed port, logs
+// thousands per second, and the text layout takes most of the time per line.
 constexpr int logLinesLaidOutAtOnce = 10;
 constexpr std::chrono::milliseconds logBurstInterval(100);
 
@@ -42,7 +42,7 @@ void TarvolineDock::noteLogLine()
     if (logLinesOfBurst == 1) {
         QTimer::singleShot(logBurstInterval, this, &TarvolineDock::endLogBurst);
     } else if (logLinesOfBurst > logLinesLaidOutAtOnce) {
-        // The view goes on showing what it shows; without a layout it must not be painted.
+        // The view must not be painted without a layout.
         logView->setUpdatesEnabled(false);
         logView->document()->setLayoutEnabled(false);
     }
@@ -70,7 +70,7 @@ void TarvolineDock::showRunning(bool running)
 
 void TarvolineDock::passFocus(const QWidget *from, QWidget *to)
 {
-    // The window's own note of it, which also stands while another window has the keyboard.
+    // focusWidget() of the window is also set while another window is active.
     if (from->window()->focusWidget() == from) {
         to->setFocus(Qt::OtherFocusReason);
     }

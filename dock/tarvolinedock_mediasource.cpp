@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The panel's side of the OBS media source: log lines and the warning.
+// Log lines and warning for the OBS media source.
 #include "mediasource.h"
 #include "tarvolinedock.h"
 

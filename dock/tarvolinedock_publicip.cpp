@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The query for this connection's public address.
+// Query for the public address.
 #include "tarvolinedock.h"
 
 #include <QLabel>
@@ -15,7 +15,7 @@ void TarvolineDock::queryPublicIp()
     if (unloading) {
         return;
     }
-    // The hint is no stop of the Tab key and takes no keys: the focus waits there for the answer.
+    // The hint label is not in the tab order and ignores keys; it holds the focus until the response arrives.
     passFocus(queryIpButton, ipHintLabel);
     queryIpButton->setEnabled(false);
     ipHintLabel->setText(tr("Öffentliche IP wird ermittelt …"));

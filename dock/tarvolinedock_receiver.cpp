@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What the user's buttons do to the receiver, and the addresses under which it is reached.
+// Start and stop of the receiver, connection addresses, passphrase button.
 #include "accessiblenames.h"
 #include "connectionaddresses.h"
 #include "docksettings.h"
@@ -15,7 +15,7 @@
 #include <QPushButton>
 #include <QTextDocument>
 
-// Nothing may follow a message box in these functions: its event loop runs everything, also the dock's destruction.
+// No member may be used after a message box: the dock may be destroyed in its event loop.
 void TarvolineDock::startReceiver()
 {
     const quint16 listenPort = parsePort(listenPortEdit, DockSettings::defaultListenPort);
@@ -48,10 +48,10 @@ void TarvolineDock::updateUrls()
     moblinAddressEdit->setText(
         ConnectionAddresses::ofSenderApp(publicHostEdit->text(), listenPortEdit->text(), streamIdEdit->text()));
     obsAddressEdit->setText(ConnectionAddresses::ofMediaSource(targetPortEdit->text(), passwordEdit->text()));
-    // A tooltip takes what looks like markup for markup. The other address has none: it holds the passphrase.
+    // Escaped, because a tooltip interprets markup. The other address has no tooltip: it contains the passphrase.
     const QString address = moblinAddressEdit->text();
     moblinAddressEdit->setToolTip(Qt::mightBeRichText(address) ? Qt::convertFromPlainText(address) : address);
-    // From their beginning: an edit shows the end of what it is given, here the passphrase, for every viewer to read.
+    // Scroll to the beginning: by default an edit shows the end of a new text, here the passphrase.
     moblinAddressEdit->setCursorPosition(0);
     obsAddressEdit->setCursorPosition(0);
 }

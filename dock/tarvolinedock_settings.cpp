@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The panel's values and their store.
+// Loading and saving of the panel's values.
 #include "docksettings.h"
 #include "tarvolinedock.h"
 
@@ -10,11 +10,11 @@
 
 namespace {
 
-// The OBS port of linked ports: the next even port after the SRTLA port's own pair.
+// Offset of the OBS port from the SRTLA port when the ports are linked.
 constexpr int linkedPortOffset = 2;
 constexpr int highestPort = std::numeric_limits<quint16>::max();
 
-// The number in a port edit, or 0 (never a valid port) when it holds none between 1 and `highest`.
+// The number in a port edit, or 0 when the text is no number from 1 to `highest`.
 int portNumber(const QString &text, int highest)
 {
     bool isNumber = false;
@@ -26,8 +26,8 @@ int portNumber(const QString &text, int highest)
 
 void TarvolineDock::loadSettings()
 {
-    // The widgets' signals stay live: a value that changes a widget runs that widget's handlers here and now, and a
-    // save among them is read back by the lines below it.
+    // The widgets' signals are not blocked: a changed value runs the widget's handlers, and what these save is read by
+    // the following lines.
     listenPortEdit->setText(settings.value(DockSettings::listenPort, int{DockSettings::defaultListenPort}).toString());
     targetPortEdit->setText(settings.value(DockSettings::targetPort, int{DockSettings::defaultTargetPort}).toString());
     publicHostEdit->setText(settings.value(DockSettings::publicHost, QString()).toString());

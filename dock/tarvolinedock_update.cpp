@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The check for a newer version. What an answer means is decided in online/.
+// Check for a newer version. The response is evaluated in online/updatedecision.h.
 #include "buildspec.h"
 #include "docksettings.h"
 #include "tarvolinedock.h"
@@ -21,7 +21,7 @@ QString installedVersion()
     return QString::fromUtf8(pluginVersion);
 }
 
-// Why the manifest could not be had, for a user who asked.
+// The reason of a failed manual check, for the user.
 QString checkFailureDetail(const QNetworkReply &reply)
 {
     if (!isVendorAddress(reply.url())) {

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// One request; belongs to the task that runs it.
+/// One request; owned by the task that runs it.
 struct JsonPostJob
 {
     QPointer<QObject> receiver;
@@ -21,7 +21,7 @@ struct JsonPostJob
     JsonReplyCallback callback;
 };
 
-/// What the task hands back to the main thread.
+/// Result of the task for the main thread.
 struct JsonPostResult
 {
     QPointer<QObject> receiver;
@@ -30,11 +30,11 @@ struct JsonPostResult
     JsonReplyCallback callback;
 };
 
-/// Last step on the worker: has the callback run on the main thread, if there still is a receiver.
+/// Last step on the worker: queues the callback to the main thread if the receiver still exists.
 void deliver(const JsonPostJob &job, const HttpsJsonReply &reply)
 {
-    // Queued to the application, which lives in the receiver's thread and waits for this pool before it goes: the
-    // receiver itself could be destroyed between a look at the guarded pointer and the posting.
+    // Queued to the application object, which is in the receiver's thread and waits for this pool in its destructor.
+    // The receiver could be destroyed between the test of the guarded pointer and the posting.
     QCoreApplication *const application = QCoreApplication::instance();
     if (!job.receiver || !application) {
         return;

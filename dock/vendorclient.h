@@ -8,13 +8,12 @@
 
 #include <functional>
 
-/// Receives the answer to a JSON request: the reply object and the HTTP status (0 when there was no response). After a
-/// failure the object holds "ok" = false and a German "message".
+/// Called with the reply object and the HTTP status of a JSON request (0 without a response). After a failure the
+/// object is "ok" = false and a German "message".
 using JsonReplyCallback = std::function<void(const QJsonObject &reply, int httpStatus)>;
 
 /// Posts \a request as JSON to \a path (begins with "/") of the vendor's service and returns at once; the exchange runs
-/// on a worker of Qt's global pool. For the main thread, where \a callback runs later, at most once, and not at all
-/// when
-/// \a receiver, an object of that thread, is gone by then.
+/// on a worker of Qt's global pool. Call on the main thread, where \a callback runs later, at most once; not if
+/// \a receiver, an object of that thread, was destroyed before.
 void postToVendor(const QPointer<QObject> &receiver, const QString &path, const QJsonObject &request,
                   JsonReplyCallback callback);

@@ -8,7 +8,8 @@
 
 #include <memory>
 
-/// One test's world: an OBS with a scene, an empty settings store, a user who presses Ok, and no dock yet.
+/// Environment of a dock: the libobs double with one scene, an empty settings store, and message boxes that are
+/// answered with Ok. The dock itself is created by build().
 class DockFixture
 {
 public:
@@ -20,7 +21,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(DockFixture)
 
-    /// Keeps the dock from repairing and starting by itself. Both loads end with what is stored here.
+    /// Disables the automatic source repair and receiver start.
     void switchAutomaticsOff()
     {
         store.set(QStringLiteral("autoStart"), false);
@@ -33,7 +34,7 @@ public:
         return DockProbe(*dock);
     }
 
-    /// Builds a dock that does nothing by itself.
+    /// Builds a dock without automatic actions.
     DockProbe buildQuiet()
     {
         switchAutomaticsOff();

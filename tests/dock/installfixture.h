@@ -8,11 +8,11 @@
 #include <QCryptographicHash>
 #include <QTemporaryDir>
 
-/// A dock with updates switched on, a user who says yes, and a temporary folder that is the installer's alone.
+/// A dock with updates enabled, message boxes that are answered with Yes, and its own temporary folder.
 class InstallFixture : public UpdateFixture
 {
 public:
-    explicit InstallFixture(const QString &door = QStringLiteral("proxy")) : UpdateFixture(door)
+    explicit InstallFixture(const QString &endpoint = QStringLiteral("proxy")) : UpdateFixture(endpoint)
     {
         boxes.answerWith([](QMessageBox &box) { MessageBoxes::press(box, QMessageBox::Yes); });
         useTemporaryFolder(folder.path());
@@ -25,7 +25,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(InstallFixture)
 
-    /// Makes \a path the folder that programs are to put temporary files into.
+    /// Makes \a path the folder for temporary files.
     void useTemporaryFolder(const QString &path) const
     {
         for (const auto &[name, value] : before) {
@@ -42,11 +42,11 @@ public:
         return QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Sha256).toHex());
     }
 
-    /// Offers \a data as version 1.0 under "/setup.exe", answered as \a answer says.
-    void offer(const QByteArray &data, const ServerAnswer &answer)
+    /// Offers \a data as version 1.0 at "/setup.exe", served with \a answer.
+    void offer(const QByteArray &data, const ServerResponse &answer)
     {
         setPending({address(QStringLiteral("/setup.exe")), sha256(data), QStringLiteral("1.0")});
-        servers.answer(QStringLiteral("/setup.exe"), answer);
+        servers.respond(QStringLiteral("/setup.exe"), answer);
     }
 
     /// Invokes the slot and waits for the end of the download.
@@ -82,7 +82,7 @@ public:
     QTemporaryDir folder;
 
 private:
-    // Unix and Windows each have their own names for it.
+    // TMPDIR on Unix, the others on Windows.
     QList<std::pair<const char *, QByteArray>> before{
         {"TMPDIR", qgetenv("TMPDIR")}, {"TMP", qgetenv("TMP")}, {"TEMP", qgetenv("TEMP")}};
 };

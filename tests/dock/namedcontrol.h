@@ -5,14 +5,14 @@
 #include <QString>
 #include <QWidget>
 
-/// The name under which assistive technology knows \a widget.
+/// The accessible name of \a widget.
 inline QString accessibleNameOf(QWidget *widget)
 {
     const QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(widget);
     return interface ? interface->text(QAccessible::Name) : QString();
 }
 
-/// The control of type \a Control and accessible name \a name in \a panel; null when there is none, or more than one.
+/// The control of type \a Control with the accessible name \a name in \a panel; null unless there is exactly one.
 template<typename Control> Control *control(const QWidget &panel, const QString &name)
 {
     Control *found = nullptr;

@@ -11,10 +11,10 @@
 #include <QLineEdit>
 #include <QScrollArea>
 
-// The panel as its layouts hold it.
+// Access to the panel through its layouts.
 namespace PanelView {
 
-/// Places of the column, top to bottom.
+/// Indexes in the column's layout, top to bottom.
 enum Place { Title, Status, Settings, Addresses, Buttons, Version, Log, End, PlaceCount };
 
 inline constexpr QMargins groupMargins(8, 7, 8, 8);
@@ -29,7 +29,7 @@ inline QVBoxLayout *columnOf(const TarvolineDock &dock)
     return qobject_cast<QVBoxLayout *>(scrollAreaOf(dock)->widget()->layout());
 }
 
-/// The group box at a place of the column, null where something else stands.
+/// The group box at an index of the column; null for another item.
 inline QGroupBox *groupAt(const TarvolineDock &dock, int index)
 {
     return qobject_cast<QGroupBox *>(columnOf(dock)->itemAt(index)->widget());
@@ -51,7 +51,7 @@ inline QWidget *field(const QFormLayout *form, int row)
     return form->itemAt(row, QFormLayout::FieldRole)->widget();
 }
 
-/// What stands side by side in a box layout, as texts; an edit as "[…]", a stretch as "~".
+/// The items of a box layout as texts; an edit as "[…]", a stretch as "~".
 inline QStringList describe(const QLayout *layout)
 {
     QStringList parts;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Where the keyboard focus is while controls become unavailable under it. The keys travel as those of a keyboard do: to
-// the window, and from there to the widget with the focus.
-#include "dockfixture.h"
+// Keyboard focus when controls are disabled. Key events are sent to the window, which passes them to the focus widget,
+// as for a real keyboard.
+#include "docktest.h"
 #include "namedcontrol.h"
 #include "testkit/jsonservice.h"
 
@@ -13,49 +13,39 @@
 #include <QThreadPool>
 #include <QWindow>
 
-#include <optional>
-
 using namespace Qt::StringLiterals;
 
-namespace {
-
-// Far beyond what a loaded machine needs, and beyond the longest time-out of a request.
-constexpr int patienceMs = 60000;
-
-} // namespace
-
-class TestDockFocus : public QObject
+class TestDockFocus : public QuietDockTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(JsonService::port(u"vendor"_s) != 0, "to be run by withjsonservice.py"); }
-    void init();
-    void cleanup();
+    void initTestCase()
+    {
+        QVERIFY2(JsonService::port(u"vendor"_s) != 0, "run this test through testkit/withjsonservice.py");
+    }
+    void init() override;
+    void cleanup() override;
 
-    void spacePressedAgainStopsWhatItStarted();
+    void secondSpaceStopsTheStartedReceiver();
     void focusStaysOnAnotherControlWhenTheReceiverStartsAndStops();
-    void windowInTheBackgroundPassesItsFocusToo();
-    void keysPressedDuringTheQueryChangeNothing();
-    void focusReturnsWithTheAnswer_data();
-    void focusReturnsWithTheAnswer();
-    void focusThatTheUserMovedDuringTheQueryStays();
-    void queryWithoutTheFocusTakesNone();
+    void focusMovesInAnInactiveWindow();
+    void keysPressedDuringTheQueryHaveNoEffect();
+    void focusReturnsWithTheResponse_data();
+    void focusReturnsWithTheResponse();
+    void focusMovedByTheUserDuringTheQueryStays();
+    void queryWithoutFocusDoesNotTakeIt();
 
 private:
     QPushButton *button(const QString &name) { return control<QPushButton>(*fixture->dock, name); }
     void press(Qt::Key key) { QTest::keyClick(fixture->dock->windowHandle(), key); }
     void startQueryWithSpace();
-    void answerQuery();
-
-    std::optional<DockFixture> fixture;
-    std::optional<DockProbe> probe;
+    void releaseResponse();
 };
 
 void TestDockFocus::init()
 {
-    fixture.emplace();
-    probe.emplace(fixture->buildQuiet());
+    QuietDockTest::init();
     fixture->dock->show();
     fixture->dock->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(fixture->dock.get()));
@@ -66,12 +56,11 @@ void TestDockFocus::init()
 void TestDockFocus::cleanup()
 {
     JsonService::release();
-    QVERIFY(QThreadPool::globalInstance()->waitForDone(patienceMs));
-    probe.reset();
-    fixture.reset();
+    QVERIFY(QThreadPool::globalInstance()->waitForDone(waitMs));
+    QuietDockTest::cleanup();
 }
 
-void TestDockFocus::spacePressedAgainStopsWhatItStarted()
+void TestDockFocus::secondSpaceStopsTheStartedReceiver()
 {
     button(u"Start"_s)->setFocus();
     press(Qt::Key_Space);
@@ -93,7 +82,7 @@ void TestDockFocus::focusStaysOnAnotherControlWhenTheReceiverStartsAndStops()
     QCOMPARE(QApplication::focusWidget(), edit);
 }
 
-void TestDockFocus::windowInTheBackgroundPassesItsFocusToo()
+void TestDockFocus::focusMovesInAnInactiveWindow()
 {
     button(u"Start"_s)->setFocus();
     QWidget other;
@@ -111,13 +100,13 @@ void TestDockFocus::startQueryWithSpace()
     QVERIFY(!button(u"IP ermitteln"_s)->isEnabled());
 }
 
-void TestDockFocus::answerQuery()
+void TestDockFocus::releaseResponse()
 {
     JsonService::release();
-    QTRY_VERIFY_WITH_TIMEOUT(button(u"IP ermitteln"_s)->isEnabled(), patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(button(u"IP ermitteln"_s)->isEnabled(), waitMs);
 }
 
-void TestDockFocus::keysPressedDuringTheQueryChangeNothing()
+void TestDockFocus::keysPressedDuringTheQueryHaveNoEffect()
 {
     startQueryWithSpace();
     for (const Qt::Key key : {Qt::Key_X, Qt::Key_Space, Qt::Key_Return, Qt::Key_Delete}) {
@@ -126,43 +115,43 @@ void TestDockFocus::keysPressedDuringTheQueryChangeNothing()
     QCOMPARE(probe->streamIdEdit()->text(), u"live"_s);
     QCOMPARE(probe->publicHostEdit()->text(), QString());
     QVERIFY(!probe->engine().isRunning());
-    press(Qt::Key_Tab); // from where the button stands
+    press(Qt::Key_Tab); // from the hint label, which has the focus
     QCOMPARE(QApplication::focusWidget(), probe->streamIdEdit());
 }
 
-void TestDockFocus::focusReturnsWithTheAnswer_data()
+void TestDockFocus::focusReturnsWithTheResponse_data()
 {
     QTest::addColumn<bool>("known");
     QTest::newRow("an address") << true;
     QTest::newRow("a failure") << false;
 }
 
-void TestDockFocus::focusReturnsWithTheAnswer()
+void TestDockFocus::focusReturnsWithTheResponse()
 {
     QFETCH(bool, known);
     startQueryWithSpace();
     probe->handlePublicIpReply({{u"ok"_s, known}, {u"ip"_s, u"192.0.2.7"_s}}, 200);
     QCOMPARE(QApplication::focusWidget(), button(u"IP ermitteln"_s));
-    answerQuery();
+    releaseResponse();
     QCOMPARE(QApplication::focusWidget(), button(u"IP ermitteln"_s));
 }
 
-void TestDockFocus::focusThatTheUserMovedDuringTheQueryStays()
+void TestDockFocus::focusMovedByTheUserDuringTheQueryStays()
 {
     startQueryWithSpace();
     press(Qt::Key_Tab);
     press(Qt::Key_Tab);
     QCOMPARE(QApplication::focusWidget(), probe->passwordEdit());
-    answerQuery();
+    releaseResponse();
     QCOMPARE(QApplication::focusWidget(), probe->passwordEdit());
 }
 
-void TestDockFocus::queryWithoutTheFocusTakesNone()
+void TestDockFocus::queryWithoutFocusDoesNotTakeIt()
 {
     probe->passwordEdit()->setFocus();
     fixture->dock->queryPublicIp();
     QCOMPARE(QApplication::focusWidget(), probe->passwordEdit());
-    answerQuery();
+    releaseResponse();
     QCOMPARE(QApplication::focusWidget(), probe->passwordEdit());
 }
 

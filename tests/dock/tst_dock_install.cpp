@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The check and the start of an installer that was downloaded over a real network.
+// Check and start of an installer downloaded over a real network.
 #include "dock/installfixture.h"
 
 #include <QApplication>
@@ -11,7 +11,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int waitMs = InstallFixture::waitMs;
 constexpr int guardExitCode = 7;
 
 const QByteArray installer = "MZ: the bytes of an installer";
@@ -21,7 +20,7 @@ const QString saveText = u"Der Installer konnte nicht gespeichert werden."_s;
 const QString checkedText = u"Installer geprüft. OBS wird beendet und das Update gestartet …"_s;
 const QString startText = u"Der Installer konnte nicht gestartet werden."_s;
 
-/// Runs the application's own event loop until someone quits it; guardExitCode when nobody does within the time.
+/// Runs the application's event loop until it is quit; guardExitCode after the time limit.
 int runApplication(std::chrono::milliseconds atMost)
 {
     QTimer guard;
@@ -38,24 +37,24 @@ class TestDockInstall : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void comparesTheDigest_data();
-    void comparesTheDigest();
-    void tellsAFolderThatIsNotThere();
-    void keepsTheVersionOutOfOtherFolders_data();
-    void keepsTheVersionOutOfOtherFolders();
-    void tellsAFileThatDoesNotStart();
-    void startsNoFileThatWasExchangedOnTheDisk();
+    void rejectsWrongDigests_data();
+    void rejectsWrongDigests();
+    void reportsAMissingFolder();
+    void rejectsVersionsWithPathSeparators_data();
+    void rejectsVersionsWithPathSeparators();
+    void reportsAFileThatDoesNotStart();
+    void replacedFileIsNotStarted();
     void startsTheInstallerAndQuits();
 };
 
 void TestDockInstall::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
-    // In OBS there is a main window; here the question is the last window, and must not end the program.
+    QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py");
+    // The message box is the last window here; closing it must not quit the application.
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
-void TestDockInstall::comparesTheDigest_data()
+void TestDockInstall::rejectsWrongDigests_data()
 {
     QTest::addColumn<QByteArray>("served");
     QTest::newRow("first byte") << 'N' + installer.mid(1);
@@ -64,7 +63,7 @@ void TestDockInstall::comparesTheDigest_data()
     QTest::newRow("one byte more") << installer + '\0';
 }
 
-void TestDockInstall::comparesTheDigest()
+void TestDockInstall::rejectsWrongDigests()
 {
     QFETCH(QByteArray, served);
     InstallFixture fixture;
@@ -76,7 +75,7 @@ void TestDockInstall::comparesTheDigest()
     QVERIFY(fixture.savedFiles().isEmpty());
 }
 
-void TestDockInstall::tellsAFolderThatIsNotThere()
+void TestDockInstall::reportsAMissingFolder()
 {
     InstallFixture fixture;
     fixture.useTemporaryFolder(fixture.folder.filePath(u"none"_s));
@@ -86,7 +85,7 @@ void TestDockInstall::tellsAFolderThatIsNotThere()
     QVERIFY(fixture.savedFiles().isEmpty());
 }
 
-void TestDockInstall::keepsTheVersionOutOfOtherFolders_data()
+void TestDockInstall::rejectsVersionsWithPathSeparators_data()
 {
     QTest::addColumn<QString>("version");
     for (const QString &version : {u"1.0/x"_s, u"1.0/../x"_s, u"1.0\\x"_s, u"1.0\\..\\x"_s, u"1.0:x"_s}) {
@@ -94,24 +93,24 @@ void TestDockInstall::keepsTheVersionOutOfOtherFolders_data()
     }
 }
 
-void TestDockInstall::keepsTheVersionOutOfOtherFolders()
+void TestDockInstall::rejectsVersionsWithPathSeparators()
 {
     QFETCH(QString, version);
     InstallFixture fixture;
-    // A folder that the name would lead into or through.
-    const QString way = u"Tarvoline-SRTLA-Plugin-Setup-v1.0"_s;
-    QVERIFY(QDir(fixture.folder.path()).mkdir(way));
+    // A folder that the file name would refer to.
+    const QString folderName = u"Tarvoline-SRTLA-Plugin-Setup-v1.0"_s;
+    QVERIFY(QDir(fixture.folder.path()).mkdir(folderName));
     fixture.offer(installer, {.body = installer});
     QStringList offer = fixture.pending();
     offer.last() = version;
     fixture.setPending(offer);
     fixture.install();
     QCOMPARE(fixture.label(), saveText);
-    QCOMPARE(fixture.savedFiles(), QStringList{way});
-    QVERIFY(QDir(fixture.folder.filePath(way)).isEmpty());
+    QCOMPARE(fixture.savedFiles(), QStringList{folderName});
+    QVERIFY(QDir(fixture.folder.filePath(folderName)).isEmpty());
 }
 
-void TestDockInstall::tellsAFileThatDoesNotStart()
+void TestDockInstall::reportsAFileThatDoesNotStart()
 {
     InstallFixture fixture;
     const QByteArray data = "these bytes are no program";
@@ -122,11 +121,11 @@ void TestDockInstall::tellsAFileThatDoesNotStart()
     QCOMPARE(fixture.pending(), offer);
     QCOMPARE(fixture.savedFiles(), QStringList{u"Tarvoline-SRTLA-Plugin-Setup-v1.0.exe"_s});
     QCOMPARE(fixture.content(fixture.savedPath()), data);
-    // OBS keeps running: nobody quits for well over the time after which a started installer would have it.
+    // OBS keeps running: no quit within well over the delay after the start of an installer.
     QCOMPARE(runApplication(2000ms), guardExitCode);
 }
 
-void TestDockInstall::startsNoFileThatWasExchangedOnTheDisk()
+void TestDockInstall::replacedFileIsNotStarted()
 {
     const QTemporaryDir recordFolder;
     const QString record = recordFolder.filePath(u"record"_s);
@@ -136,7 +135,7 @@ void TestDockInstall::startsNoFileThatWasExchangedOnTheDisk()
     QVERIFY(QFile::copy(QStringLiteral(TARVOLINE_TEST_RECORDER), fixture.savedPath()));
     probe.startSavedInstaller(fixture.savedPath(), InstallFixture::sha256("another program"));
     QCOMPARE(fixture.label(), digestText);
-    QCOMPARE(runApplication(2000ms), guardExitCode); // time enough for the program to write its record, and for a quit
+    QCOMPARE(runApplication(2000ms), guardExitCode); // enough for the program to write its record, or for quit()
     QVERIFY(!QFile::exists(record));
 }
 
@@ -148,8 +147,8 @@ void TestDockInstall::startsTheInstallerAndQuits()
     QVERIFY(program.size() > 1000);
     fixture.offer(program, {.body = program});
 
-    // An older file of the name is replaced. That it may be executed stays with the name: elsewhere than on Windows no
-    // program could be started otherwise, since a new file may never be executed there.
+    // An existing file is replaced and keeps its permissions. On Unix the installer could not be started otherwise,
+    // since a new file is not executable.
     QFile older(fixture.savedPath());
     QVERIFY(older.open(QIODevice::WriteOnly));
     older.write("older");
@@ -159,8 +158,8 @@ void TestDockInstall::startsTheInstallerAndQuits()
     const QString record = recordFolder.filePath(u"record"_s);
     qputenv("TARVOLINE_TEST_RECORD", QDir::toNativeSeparators(record).toLocal8Bit());
 
-    // The latest moment for the quit: a timer of this much, set after the dock's. Timers fire in the order in which
-    // they are due, however late a busy machine lets them.
+    // Upper limit of the quit delay, by a timer that is started after the dock's: timers fire in the order of their
+    // deadlines, even on a loaded machine.
     constexpr std::chrono::milliseconds latestQuit = 850ms;
     bool isLate = false;
     QObject scope; // the timer ends with the variable
@@ -171,8 +170,8 @@ void TestDockInstall::startsTheInstallerAndQuits()
     QTimer::singleShot(0, fixture.dock.get(), &TarvolineDock::downloadAndInstallUpdate);
     QCOMPARE(runApplication(std::chrono::milliseconds(waitMs)), 0);
     QVERIFY2(!isLate, "too late");
-    // The quit comes 800 ms after the start, and the start after the end of the download. Qt counts in whole
-    // milliseconds, so that one may be missing.
+    // The quit comes 800 ms after the start, which is after the end of the download; 1 ms less because Qt rounds to
+    // milliseconds.
     QVERIFY2(fixture.network->sinceFinished().elapsed() >= 799,
              qPrintable(QString::number(fixture.network->sinceFinished().elapsed())));
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The download of an installer: request, progress, redirects, and what is refused.
+// Download of an installer: request, progress, redirects, rejected downloads.
 #include "dock/installfixture.h"
 
 #include <QApplication>
@@ -28,30 +28,30 @@ class TestDockInstallDownload : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void asksToTheLetter();
+    void sendsTheExpectedRequest();
     void showsProgress_data();
     void showsProgress();
-    void showsTheProgressOfADownload();
+    void showsProgressOfADownload();
     void showsNoProgressWithoutALength();
-    void refusesUnsafeDownloads_data();
-    void refusesUnsafeDownloads();
-    void refusesADownloadThatStalls();
-    void refusesAnUnknownCertificate();
+    void rejectsUnsafeDownloads_data();
+    void rejectsUnsafeDownloads();
+    void rejectsAStalledDownload();
+    void rejectsAnUntrustedCertificate();
     void limitsTheSize_data();
     void limitsTheSize();
-    void endsADownloadAtOnceThatIsTooLarge_data();
-    void endsADownloadAtOnceThatIsTooLarge();
+    void abortsAnOversizedDownload_data();
+    void abortsAnOversizedDownload();
     void followsRedirectsOfTheVendor();
 };
 
 void TestDockInstallDownload::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
-    // In OBS there is a main window; here the question is the last window, and must not end the program.
+    QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py");
+    // The message box is the last window here; closing it must not quit the application.
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
-void TestDockInstallDownload::asksToTheLetter()
+void TestDockInstallDownload::sendsTheExpectedRequest()
 {
     InstallFixture fixture;
     fixture.offer(installer, {.status = 404});
@@ -82,13 +82,13 @@ void TestDockInstallDownload::showsProgress_data()
     QTest::addColumn<qint64>("total");
     QTest::addColumn<QString>("label");
     const auto percent = [](int value) { return u"Update wird heruntergeladen … %1 %"_s.arg(value); };
-    QTest::newRow("nothing yet") << qint64(0) << qint64(200) << percent(0);
+    QTest::newRow("nothing received") << qint64(0) << qint64(200) << percent(0);
     QTest::newRow("a quarter") << qint64(50) << qint64(200) << percent(25);
     QTest::newRow("truncated") << qint64(199) << qint64(200) << percent(99);
     QTest::newRow("all") << qint64(200) << qint64(200) << percent(100);
     QTest::newRow("more than 32 bits") << qint64(3000000000) << qint64(4000000000) << percent(75);
     QTest::newRow("total unknown") << qint64(50) << qint64(-1) << startedText;
-    QTest::newRow("total of nothing") << qint64(50) << qint64(0) << startedText;
+    QTest::newRow("total of 0") << qint64(50) << qint64(0) << startedText;
 }
 
 void TestDockInstallDownload::showsProgress()
@@ -102,15 +102,15 @@ void TestDockInstallDownload::showsProgress()
     QCOMPARE(fixture.label(), label);
 }
 
-void TestDockInstallDownload::showsTheProgressOfADownload()
+void TestDockInstallDownload::showsProgressOfADownload()
 {
     InstallFixture fixture;
     const QByteArray part(50, 'x');
-    // Qt tells the progress ten times a second at most, and nothing in the first tenth.
+    // Qt reports progress every 100 ms at most, and not within the first 100 ms.
     fixture.offer(part, {.body = part, .announced = 200, .then = u"stall"_s, .pauseMs = 300});
     fixture.invoke("downloadAndInstallUpdate");
     QCOMPARE(fixture.label(), startedText);
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.label(), u"Update wird heruntergeladen … 25 %"_s, InstallFixture::waitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.label(), u"Update wird heruntergeladen … 25 %"_s, waitMs);
     QVERIFY(!fixture.checkButton->isEnabled());
     QVERIFY(!fixture.installButton->isEnabled());
     QVERIFY(fixture.savedFiles().isEmpty());
@@ -127,12 +127,12 @@ void TestDockInstallDownload::showsNoProgressWithoutALength()
             labels << fixture.label();
             return fixture.checkButton->isEnabled();
         }(),
-        InstallFixture::waitMs);
+        waitMs);
     labels.removeDuplicates();
     QCOMPARE(labels, (QStringList{startedText, digestText}));
 }
 
-void TestDockInstallDownload::refusesUnsafeDownloads_data()
+void TestDockInstallDownload::rejectsUnsafeDownloads_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QString>("location");
@@ -149,18 +149,18 @@ void TestDockInstallDownload::refusesUnsafeDownloads_data()
         QTest::addRow("to %s", qPrintable(host)) << 302 << u"https://%1/good.exe"_s.arg(host) << end << whole;
     }
     QTest::newRow("to http") << 302 << u"http://%1/good.exe"_s.arg(QLatin1StringView(vendorHost)) << end << whole;
-    QTest::newRow("to a file that is no program") << 302 << u"/good.zip"_s << end << whole;
-    QTest::newRow("in a circle") << 302 << u"/setup.exe"_s << end << whole;
+    QTest::newRow("to another file type") << 302 << u"/good.zip"_s << end << whole;
+    QTest::newRow("redirect loop") << 302 << u"/setup.exe"_s << end << whole;
 }
 
-void TestDockInstallDownload::refusesUnsafeDownloads()
+void TestDockInstallDownload::rejectsUnsafeDownloads()
 {
     QFETCH(int, status);
     QFETCH(QString, location);
     QFETCH(QString, then);
     QFETCH(QString, framing);
     InstallFixture fixture;
-    ServerAnswer answer{.status = status, .body = installer, .framing = framing, .then = then};
+    ServerResponse answer{.status = status, .body = installer, .framing = framing, .then = then};
     if (!location.isEmpty()) {
         answer.headers = {{u"Location"_s, location}};
     }
@@ -168,19 +168,19 @@ void TestDockInstallDownload::refusesUnsafeDownloads()
         answer.announced = installer.size() + 1;
     }
     fixture.offer(installer, answer);
-    fixture.servers.answer(u"/good.exe"_s, {.body = installer});
-    fixture.servers.answer(u"/good.zip"_s, {.body = installer});
+    fixture.servers.respond(u"/good.exe"_s, {.body = installer});
+    fixture.servers.respond(u"/good.zip"_s, {.body = installer});
     const QStringList offer = fixture.pending();
     fixture.install();
     QCOMPARE(fixture.label(), unsafeText);
     QCOMPARE(fixture.pending(), offer);
     QVERIFY(fixture.savedFiles().isEmpty());
     for (const ServerRequest &request : fixture.servers.requests()) {
-        QCOMPARE(request.door, u"proxy"_s);
+        QCOMPARE(request.endpoint, u"proxy"_s);
     }
 }
 
-void TestDockInstallDownload::refusesADownloadThatStalls()
+void TestDockInstallDownload::rejectsAStalledDownload()
 {
     InstallFixture fixture;
     fixture.offer(installer, {.body = installer, .announced = installer.size() + 1, .then = u"stall"_s});
@@ -190,11 +190,11 @@ void TestDockInstallDownload::refusesADownloadThatStalls()
     QVERIFY(fixture.savedFiles().isEmpty());
 }
 
-void TestDockInstallDownload::refusesAnUnknownCertificate()
+void TestDockInstallDownload::rejectsAnUntrustedCertificate()
 {
     InstallFixture fixture;
     fixture.offer(installer, {.body = installer});
-    fixture.network->trustNobody();
+    fixture.network->trustNone();
     fixture.install();
     QCOMPARE(fixture.label(), unsafeText);
     QVERIFY(fixture.servers.requests().isEmpty());
@@ -219,17 +219,17 @@ void TestDockInstallDownload::limitsTheSize()
     QFETCH(QString, framing);
     QFETCH(QString, label);
     if (bytes >= sizeLimit && QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows) {
-        QSKIP("Qt with Schannel in Wine now and then keeps the last bytes of so long a download to itself");
+        QSKIP("under Wine, Qt with Schannel sometimes does not deliver the last bytes of a download of this size");
     }
     InstallFixture fixture;
-    // The digest of other bytes: a size that is allowed is told by the check that follows.
+    // With a wrong digest: an allowed size results in the digest error.
     fixture.offer("other", {.fill = bytes, .framing = framing});
     fixture.install();
     QCOMPARE(fixture.label(), label);
     QVERIFY(fixture.savedFiles().isEmpty());
 }
 
-void TestDockInstallDownload::endsADownloadAtOnceThatIsTooLarge_data()
+void TestDockInstallDownload::abortsAnOversizedDownload_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QString>("location");
@@ -240,11 +240,11 @@ void TestDockInstallDownload::endsADownloadAtOnceThatIsTooLarge_data()
     QTest::newRow("of unknown length") << 200 << none << qint64(-1) << u"close"_s << sizeText;
     QTest::newRow("announced") << 200 << none << sizeLimit * 4 << u"length"_s << sizeText;
     QTest::newRow("error page") << 404 << none << qint64(-1) << u"close"_s << unsafeText;
-    QTest::newRow("from elsewhere") << 200 << u"https://other.example/big.exe"_s << qint64(-1) << u"close"_s
-                                    << unsafeText;
+    QTest::newRow("from another host") << 200 << u"https://other.example/big.exe"_s << qint64(-1) << u"close"_s
+                                       << unsafeText;
 }
 
-void TestDockInstallDownload::endsADownloadAtOnceThatIsTooLarge()
+void TestDockInstallDownload::abortsAnOversizedDownload()
 {
     QFETCH(int, status);
     QFETCH(QString, location);
@@ -252,14 +252,14 @@ void TestDockInstallDownload::endsADownloadAtOnceThatIsTooLarge()
     QFETCH(QString, framing);
     QFETCH(QString, label);
     if (QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows) {
-        QSKIP("Qt with Schannel in Wine now and then keeps the last bytes of so long a download to itself");
+        QSKIP("under Wine, Qt with Schannel sometimes does not deliver the last bytes of a download of this size");
     }
     InstallFixture fixture;
-    // The server sends one byte too many and then nothing more: who waits for the end waits for the test's own limit.
-    const ServerAnswer tooLarge{
+    // The server sends one byte too many and then stalls: without an abort the test times out.
+    const ServerResponse tooLarge{
         .status = status, .fill = sizeLimit + 1, .framing = framing, .announced = announced, .then = u"stall"_s};
     fixture.offer("other", location.isEmpty() ? tooLarge : redirectTo(location));
-    fixture.servers.answer(u"/big.exe"_s, tooLarge);
+    fixture.servers.respond(u"/big.exe"_s, tooLarge);
     const QStringList offer = fixture.pending();
     fixture.install();
     QCOMPARE(fixture.label(), label);
@@ -273,8 +273,8 @@ void TestDockInstallDownload::followsRedirectsOfTheVendor()
          {u"/moved.EXE"_s, u"https://files.%1/moved.EXE?x=1"_s.arg(QLatin1StringView(vendorHost))}) {
         InstallFixture fixture;
         fixture.offer("other", redirectTo(target));
-        fixture.servers.answer(u"/moved.EXE"_s, {.body = installer});
-        fixture.servers.answer(u"/moved.EXE?x=1"_s, {.body = installer});
+        fixture.servers.respond(u"/moved.EXE"_s, {.body = installer});
+        fixture.servers.respond(u"/moved.EXE?x=1"_s, {.body = installer});
         fixture.install();
         QCOMPARE(fixture.label(), digestText);
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What goes wrong with the temporary folder, on file systems that this test mounts in a mount namespace of its own, and
-// the whole road from the real service: both exist on Linux only.
+// Errors of the temporary folder, on file systems that this test mounts in a mount namespace, and the update from the
+// real service. Linux only.
 #include "dock/installfixture.h"
 
 #include <QNetworkReply>
@@ -17,7 +17,7 @@ const QByteArray installer = "MZ: the bytes of an installer";
 const QString saveText = u"Der Installer konnte nicht gespeichert werden."_s;
 const QString startText = u"Der Installer konnte nicht gestartet werden."_s;
 
-/// A small tmpfs over the fixture's temporary folder; gone with this object.
+/// A small tmpfs mounted over the fixture's temporary folder while this object exists.
 class SmallDisk
 {
 public:
@@ -49,13 +49,13 @@ class TestDockInstallLinux : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void tellsAFullDisk();
+    void reportsAFullDisk();
     void keepsAnOlderInstallerWhenTheDiskIsFull();
-    void tellsAFolderThatIsReadOnly();
-    void tellsADiskThatRunsNoPrograms();
-    void takesAnUpdateFromTheRealService();
-    void replacesALink();
-    void startsNothingThatOthersCanExchange();
+    void reportsAReadOnlyFolder();
+    void reportsANoexecFileSystem();
+    void downloadsFromTheRealService();
+    void replacesASymbolicLink();
+    void startsNoFileThatOthersCanReplace();
 
 private:
     static void requireMounts()
@@ -64,16 +64,17 @@ private:
             QSKIP("this user may not mount file systems in a namespace");
         }
     }
+
     inline static bool canMount = false;
 };
 
 void TestDockInstallLinux::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
+    QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py");
     canMount = unshare(CLONE_NEWNS) == 0 && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
-void TestDockInstallLinux::tellsAFullDisk()
+void TestDockInstallLinux::reportsAFullDisk()
 {
     requireMounts();
     InstallFixture fixture;
@@ -106,7 +107,7 @@ void TestDockInstallLinux::keepsAnOlderInstallerWhenTheDiskIsFull()
     QCOMPARE(fixture.content(fixture.savedPath()), "older");
 }
 
-void TestDockInstallLinux::tellsAFolderThatIsReadOnly()
+void TestDockInstallLinux::reportsAReadOnlyFolder()
 {
     requireMounts();
     InstallFixture fixture;
@@ -119,7 +120,7 @@ void TestDockInstallLinux::tellsAFolderThatIsReadOnly()
     QVERIFY(fixture.savedFiles().isEmpty());
 }
 
-void TestDockInstallLinux::tellsADiskThatRunsNoPrograms()
+void TestDockInstallLinux::reportsANoexecFileSystem()
 {
     requireMounts();
     InstallFixture fixture;
@@ -136,7 +137,7 @@ void TestDockInstallLinux::tellsADiskThatRunsNoPrograms()
     QCOMPARE(fixture.content(fixture.savedPath()), program);
 }
 
-void TestDockInstallLinux::takesAnUpdateFromTheRealService()
+void TestDockInstallLinux::downloadsFromTheRealService()
 {
     InstallFixture fixture(u"serviceProxy"_s);
     const QByteArray data = "MZ" + QByteArray(3000000, 'i');
@@ -144,12 +145,12 @@ void TestDockInstallLinux::takesAnUpdateFromTheRealService()
     fixture.check();
     QCOMPARE(fixture.label(), u"Neue Version 1.2.3 verfügbar. Installiert ist 0.9.2."_s);
     fixture.install();
-    // A new file may not be executed here; everything before that has gone well.
+    // A new file is not executable on Linux; all earlier steps succeeded.
     QCOMPARE(fixture.label(), startText);
     QCOMPARE(fixture.content(fixture.folder.filePath(u"Tarvoline-SRTLA-Plugin-Setup-v1.2.3.exe"_s)), data);
 }
 
-void TestDockInstallLinux::replacesALink()
+void TestDockInstallLinux::replacesASymbolicLink()
 {
     InstallFixture fixture;
     const QTemporaryDir elsewhere;
@@ -167,7 +168,7 @@ void TestDockInstallLinux::replacesALink()
     QCOMPARE(fixture.content(target), "precious");
 }
 
-void TestDockInstallLinux::startsNothingThatOthersCanExchange()
+void TestDockInstallLinux::startsNoFileThatOthersCanReplace()
 {
     const QTemporaryDir recordFolder;
     const QString record = recordFolder.filePath(u"record"_s);

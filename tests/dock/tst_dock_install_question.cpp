@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The question before an installer is downloaded, and what stands in the way of it.
+// The confirmation before an installer is downloaded.
 #include "dock/installfixture.h"
 #include "testkit/updatecheck.h"
 
@@ -20,25 +20,25 @@ class TestDockInstallQuestion : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void needsAWholeOfferAndANetwork_data();
-    void needsAWholeOfferAndANetwork();
-    void asksTheUserFirst();
+    void requiresACompleteOfferAndANetworkManager_data();
+    void requiresACompleteOfferAndANetworkManager();
+    void asksForConfirmation();
     void changesNothingWhenDeclined_data();
     void changesNothingWhenDeclined();
     void survivesTheDockBeingDestroyed_data();
     void survivesTheDockBeingDestroyed();
-    void installsWhatTheUserWasAskedAbout_data();
-    void installsWhatTheUserWasAskedAbout();
+    void installsTheConfirmedVersion_data();
+    void installsTheConfirmedVersion();
 };
 
 void TestDockInstallQuestion::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
-    // In OBS there is a main window; here the question is the last window, and must not end the program.
+    QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py");
+    // The message box is the last window here; closing it must not quit the application.
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
-void TestDockInstallQuestion::needsAWholeOfferAndANetwork_data()
+void TestDockInstallQuestion::requiresACompleteOfferAndANetworkManager_data()
 {
     QTest::addColumn<QStringList>("offer");
     QTest::addColumn<bool>("network");
@@ -49,7 +49,7 @@ void TestDockInstallQuestion::needsAWholeOfferAndANetwork_data()
     QTest::newRow("no network") << oldOffer << false;
 }
 
-void TestDockInstallQuestion::needsAWholeOfferAndANetwork()
+void TestDockInstallQuestion::requiresACompleteOfferAndANetworkManager()
 {
     QFETCH(QStringList, offer);
     QFETCH(bool, network);
@@ -67,7 +67,7 @@ void TestDockInstallQuestion::needsAWholeOfferAndANetwork()
     QVERIFY(fixture.installButton->isEnabled());
 }
 
-void TestDockInstallQuestion::asksTheUserFirst()
+void TestDockInstallQuestion::asksForConfirmation()
 {
     InstallFixture fixture;
     fixture.setPending(oldOffer);
@@ -116,7 +116,7 @@ void TestDockInstallQuestion::survivesTheDockBeingDestroyed_data()
 {
     QTest::addColumn<bool>("afterYes");
     QTest::newRow("while the question is open") << false;
-    QTest::newRow("in the same turn as the answer") << true;
+    QTest::newRow("right after the answer") << true;
 }
 
 void TestDockInstallQuestion::survivesTheDockBeingDestroyed()
@@ -136,22 +136,21 @@ void TestDockInstallQuestion::survivesTheDockBeingDestroyed()
     QVERIFY(fixture.network->made().isEmpty());
 }
 
-void TestDockInstallQuestion::installsWhatTheUserWasAskedAbout_data()
+void TestDockInstallQuestion::installsTheConfirmedVersion_data()
 {
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<QStringList>("offerAfter");
     QTest::addColumn<bool>("whileDownloading");
     const QStringList newer{UpdateCheck::installerUrl(), UpdateCheck::digest, u"1.1"_s};
     for (const bool downloading : {false, true}) {
-        const char *when = downloading ? "while it downloads" : "while the question is open";
-        QTest::addRow("a newer one comes %s", when)
-            << UpdateCheck::installableManifest(u"1.1"_s) << newer << downloading;
-        QTest::addRow("it is withdrawn %s", when)
+        const char *when = downloading ? "during the download" : "while the question is open";
+        QTest::addRow("newer offer %s", when) << UpdateCheck::installableManifest(u"1.1"_s) << newer << downloading;
+        QTest::addRow("offer withdrawn %s", when)
             << UpdateCheck::manifest(u"0.9.2"_s) << QStringList{{}, {}, {}} << downloading;
     }
 }
 
-void TestDockInstallQuestion::installsWhatTheUserWasAskedAbout()
+void TestDockInstallQuestion::installsTheConfirmedVersion()
 {
     QFETCH(QByteArray, answer);
     QFETCH(QStringList, offerAfter);
@@ -159,14 +158,14 @@ void TestDockInstallQuestion::installsWhatTheUserWasAskedAbout()
     InstallFixture fixture;
     const QByteArray asked = "the version that the user was asked about";
     fixture.setPending({fixture.address(u"/asked.exe"_s), fixture.sha256(asked), u"1.0"_s});
-    // Without an announced length a download lasts until the server ends it.
-    fixture.servers.answer(u"/asked.exe"_s,
-                           {.body = asked, .framing = u"close"_s, .then = whileDownloading ? u"stall"_s : u"end"_s});
-    fixture.servers.answer(u"/setup.exe"_s, {.body = "the version that came later"});
-    fixture.servers.answer(u"/update.json"_s, {.body = answer});
+    // Without Content-Length the download lasts until the server closes the connection.
+    fixture.servers.respond(u"/asked.exe"_s,
+                            {.body = asked, .framing = u"close"_s, .then = whileDownloading ? u"stall"_s : u"end"_s});
+    fixture.servers.respond(u"/setup.exe"_s, {.body = "the version that came later"});
+    fixture.servers.respond(u"/update.json"_s, {.body = answer});
     const auto check = [&fixture] {
         fixture.invoke("checkForUpdatesManually");
-        QTRY_VERIFY_WITH_TIMEOUT(fixture.checkButton->isEnabled(), InstallFixture::waitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fixture.checkButton->isEnabled(), waitMs);
     };
     fixture.boxes.answerWith([&](QMessageBox &box) {
         if (!whileDownloading) {
@@ -182,8 +181,7 @@ void TestDockInstallQuestion::installsWhatTheUserWasAskedAbout()
     QCOMPARE(fixture.pending(), offerAfter);
     fixture.waitForTheNetwork();
 
-    // What is saved is the version that was asked about, under its name; these bytes are no program, so that the road
-    // ends at their start.
+    // The confirmed version is saved under its name; its start fails because the bytes are no program.
     QCOMPARE(fixture.label(), u"Der Installer konnte nicht gestartet werden."_s);
     QCOMPARE(fixture.savedFiles(), QStringList{u"Tarvoline-SRTLA-Plugin-Setup-v1.0.exe"_s});
     QCOMPARE(fixture.content(fixture.savedPath()), asked);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A download that stalls, waited out in full: two minutes.
+// The inactivity timeout of a download in real time: two minutes.
 #include "dock/installfixture.h"
 
 #include <QElapsedTimer>
@@ -12,14 +12,14 @@ class TestDockInstallStall : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void endsAfterTwoMinutesOfSilence();
+    void timesOutAfterTwoMinutes();
 };
 
-void TestDockInstallStall::endsAfterTwoMinutesOfSilence()
+void TestDockInstallStall::timesOutAfterTwoMinutes()
 {
     constexpr int longerThanTheTimeoutMs = 600000;
     InstallFixture fixture;
-    QVERIFY2(fixture.servers.isUsable(), "run this through testkit/withservers.py");
+    QVERIFY2(fixture.servers.isUsable(), "run this test through testkit/withservers.py");
     fixture.offer("MZ", {.body = "MZ", .announced = 3, .then = u"stall"_s});
     QElapsedTimer time;
     time.start();

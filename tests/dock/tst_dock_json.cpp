@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The hand-over of a JSON request to a worker and of its answer to the main thread, with a real server
-// (withjsonservice.py) in the place of the vendor's.
-#include "dockfixture.h"
+// JSON requests on a worker thread and their callbacks on the main thread, with a real server (withjsonservice.py) in
+// place of the vendor's.
+#include "docktest.h"
 #include "testkit/httpsjsonexpectations.h"
 #include "testkit/jsonservice.h"
 
@@ -11,142 +11,146 @@
 #include <QThreadPool>
 #include <QTimer>
 
-#include <optional>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// Far beyond what a loaded machine needs.
-constexpr int patienceMs = 30000;
-
-/// What a callback was called with, and how often.
-struct Answers
+/// The calls of a callback.
+struct Calls
 {
     QList<QJsonObject> replies;
     QList<int> statuses;
     QList<QThread *> threads;
 
-    /// A callback for postJson(). Held by it alone, so that whoever still has it can be counted.
-    static JsonReplyCallback into(const std::shared_ptr<Answers> &answers)
+    /// A callback for postJson(). It holds a reference, so that remaining copies can be counted.
+    static JsonReplyCallback into(const std::shared_ptr<Calls> &calls)
     {
-        return [answers](const QJsonObject &reply, int httpStatus) {
-            answers->replies += reply;
-            answers->statuses += httpStatus;
-            answers->threads += QThread::currentThread();
+        return [calls](const QJsonObject &reply, int httpStatus) {
+            calls->replies += reply;
+            calls->statuses += httpStatus;
+            calls->threads += QThread::currentThread();
         };
     }
 };
 
 } // namespace
 
-class TestDockJson : public QObject
+class TestDockJson : public QuietDockTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        constexpr int workers = 4; // however few processors this machine has
-        QVERIFY2(JsonService::port(u"vendor"_s) != 0, "to be run by withjsonservice.py");
-        QThreadPool::globalInstance()->setMaxThreadCount(workers);
-        QThreadPool::globalInstance()->setExpiryTimeout(-1); // see waitForWorkers()
-    }
-    void init()
-    {
-        JsonService::hold();
-        fixture.emplace();
-        fixture->buildQuiet();
-        answers = std::make_shared<Answers>();
-    }
-    void cleanup()
-    {
-        JsonService::release();
-        QVERIFY(waitForWorkers());
-        QCoreApplication::processEvents();
-        fixture.reset();
-        // A callback that is still somewhere is a leak.
-        QCOMPARE(answers.use_count(), 1);
-    }
-
+    void initTestCase();
+    void init() override;
+    void cleanup() override;
     void postsToTheVendor();
-    void answersOnTheMainThreadOnce();
-    void answersFailures_data();
-    void answersFailures();
-    void answersSeveralAtOnce();
-    void keepsTheMainThreadFree();
-    void dropsTheReplyOfADeadDock();
-    void dropsTheQueuedReplyOfADeadDock();
-    void survivesDocksThatDieAtAnyMoment();
+    void callsBackOnTheMainThreadOnce();
+    void callsBackWithFailures_data();
+    void callsBackWithFailures();
+    void runsRequestsConcurrently();
+    void doesNotBlockTheMainThread();
+    void dropsTheReplyOfADestroyedDock();
+    void dropsTheQueuedReplyOfADestroyedDock();
+    void survivesDestructionAtAnyMoment();
 
 private:
-    void post(const QString &path, const QJsonObject &request = {})
-    {
-        fixture->dock->postJson(path, request, Answers::into(answers));
-    }
-    /// Waits until no worker has anything to do, without running the event loop. Unlike QThreadPool::waitForDone() it
-    /// leaves the threads alive: the thread sanitizer loses track of threads that Qt has joined.
-    static bool waitForWorkers()
-    {
-        const QDeadlineTimer deadline(patienceMs);
-        while (QThreadPool::globalInstance()->activeThreadCount() > 0 && !deadline.hasExpired()) {
-            QThread::msleep(1);
-        }
-        return QThreadPool::globalInstance()->activeThreadCount() == 0;
-    }
+    void post(const QString &path, const QJsonObject &request = {});
+    /// Waits until all workers are idle, without running the event loop. Unlike QThreadPool::waitForDone() it does not
+    /// end the threads: ThreadSanitizer does not recognise that Qt has joined them.
+    static bool waitForWorkers();
 
-    std::optional<DockFixture> fixture;
-    std::shared_ptr<Answers> answers;
+    std::shared_ptr<Calls> calls;
 };
+
+void TestDockJson::initTestCase()
+{
+    constexpr int workers = 4; // on any number of processors
+    QVERIFY2(JsonService::port(u"vendor"_s) != 0, "run this test through testkit/withjsonservice.py");
+    QThreadPool::globalInstance()->setMaxThreadCount(workers);
+    QThreadPool::globalInstance()->setExpiryTimeout(-1); // see waitForWorkers()
+}
+
+void TestDockJson::init()
+{
+    JsonService::hold();
+    QuietDockTest::init();
+    calls = std::make_shared<Calls>();
+}
+
+void TestDockJson::cleanup()
+{
+    JsonService::release();
+    QVERIFY(waitForWorkers());
+    QCoreApplication::processEvents();
+    QuietDockTest::cleanup();
+    // A remaining copy of the callback is a leak.
+    QCOMPARE(calls.use_count(), 1);
+}
+
+void TestDockJson::post(const QString &path, const QJsonObject &request)
+{
+    fixture->dock->postJson(path, request, Calls::into(calls));
+}
+
+bool TestDockJson::waitForWorkers()
+{
+    const QDeadlineTimer deadline(waitMs);
+    while (QThreadPool::globalInstance()->activeThreadCount() > 0 && !deadline.hasExpired()) {
+        QThread::msleep(1);
+    }
+    return QThreadPool::globalInstance()->activeThreadCount() == 0;
+}
 
 void TestDockJson::postsToTheVendor()
 {
     post(u"/echo/path?query"_s, {{u"b"_s, QJsonArray{1, true}}, {u"a"_s, u"ü"_s}});
-    QTRY_COMPARE_WITH_TIMEOUT(answers->replies.size(), 1, patienceMs);
-    const QJsonObject request = answers->replies[0];
+    QTRY_COMPARE_WITH_TIMEOUT(calls->replies.size(), 1, waitMs);
+    const QJsonObject request = calls->replies[0];
     QCOMPARE(request["method"_L1].toString(), u"POST"_s);
     QCOMPARE(request["target"_L1].toString(), u"/echo/path?query"_s);
     QCOMPARE(request["body"_L1].toString(), u"{\"a\":\"ü\",\"b\":[1,true]}"_s);
 }
 
-void TestDockJson::answersOnTheMainThreadOnce()
+void TestDockJson::callsBackOnTheMainThreadOnce()
 {
     post(u"/status/418"_s);
     QVERIFY(waitForWorkers());
-    QCOMPARE(answers->replies.size(), 0); // never from within postJson() or the worker
-    QTRY_COMPARE_WITH_TIMEOUT(answers->replies.size(), 1, patienceMs);
-    QCOMPARE(answers->replies[0], HttpsJson::servedObject());
-    QCOMPARE(answers->statuses[0], 418);
-    QCOMPARE(answers->threads[0], QThread::currentThread());
+    QCOMPARE(calls->replies.size(), 0); // never from within postJson() or the worker
+    QTRY_COMPARE_WITH_TIMEOUT(calls->replies.size(), 1, waitMs);
+    QCOMPARE(calls->replies[0], HttpsJson::servedObject());
+    QCOMPARE(calls->statuses[0], 418);
+    QCOMPARE(calls->threads[0], QThread::currentThread());
     QCoreApplication::processEvents();
-    QCOMPARE(answers->replies.size(), 1);
+    QCOMPARE(calls->replies.size(), 1);
 }
 
-void TestDockJson::answersFailures_data()
+void TestDockJson::callsBackWithFailures_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QJsonObject>("reply");
     QTest::addColumn<int>("status");
 
     const QJsonObject badAddress = HttpsJson::failure(u"Ungültige Server-Adresse."_s);
-    QTest::newRow("no answer") << u"/cut"_s << HttpsJson::unreachable(HttpsJson::brokenOff) << 0;
+    QTest::newRow("no response") << u"/cut"_s << HttpsJson::unreachable(HttpsJson::brokenOff) << 0;
     QTest::newRow("no JSON") << u"/cut/nothing"_s << HttpsJson::noJson(200) << 200;
     QTest::newRow("unparsable address") << u":65536/echo"_s << badAddress << 0;
 }
 
-void TestDockJson::answersFailures()
+void TestDockJson::callsBackWithFailures()
 {
     QFETCH(QString, path);
     QFETCH(QJsonObject, reply);
     QFETCH(int, status);
     post(path);
-    QTRY_COMPARE_WITH_TIMEOUT(answers->replies.size(), 1, patienceMs);
-    QCOMPARE(answers->replies[0], reply);
-    QCOMPARE(answers->statuses[0], status);
-    QCOMPARE(answers->threads[0], QThread::currentThread());
+    QTRY_COMPARE_WITH_TIMEOUT(calls->replies.size(), 1, waitMs);
+    QCOMPARE(calls->replies[0], reply);
+    QCOMPARE(calls->statuses[0], status);
+    QCOMPARE(calls->threads[0], QThread::currentThread());
 }
 
-void TestDockJson::answersSeveralAtOnce()
+void TestDockJson::runsRequestsConcurrently()
 {
     constexpr int requests = 3;
     const int before = JsonService::heldRequests();
@@ -155,59 +159,59 @@ void TestDockJson::answersSeveralAtOnce()
         expected += u"/hold/%1"_s.arg(i);
         post(expected.last());
     }
-    // All of them are at the server before any of them is answered.
-    QTRY_COMPARE_WITH_TIMEOUT(JsonService::heldRequests(), before + requests, patienceMs);
-    QCOMPARE(answers->replies.size(), 0);
+    // All requests reach the server before any response.
+    QTRY_COMPARE_WITH_TIMEOUT(JsonService::heldRequests(), before + requests, waitMs);
+    QCOMPARE(calls->replies.size(), 0);
     JsonService::release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers->replies.size(), requests, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(calls->replies.size(), requests, waitMs);
 
     QStringList targets;
-    for (const QJsonObject &reply : std::as_const(answers->replies)) {
+    for (const QJsonObject &reply : std::as_const(calls->replies)) {
         targets += reply["target"_L1].toString();
     }
     targets.sort();
     QCOMPARE(targets, expected);
 }
 
-void TestDockJson::keepsTheMainThreadFree()
+void TestDockJson::doesNotBlockTheMainThread()
 {
-    constexpr int enoughTurns = 100;
+    constexpr int enoughIterations = 100;
     const int before = JsonService::heldRequests();
     post(u"/hold"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(JsonService::heldRequests(), before + 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(JsonService::heldRequests(), before + 1, waitMs);
 
     int turns = 0;
     QTimer timer;
     connect(&timer, &QTimer::timeout, this, [&turns] { ++turns; });
     timer.start(0);
-    QTRY_COMPARE_GE_WITH_TIMEOUT(turns, enoughTurns, patienceMs);
-    QCOMPARE(answers->replies.size(), 0);
+    QTRY_COMPARE_GE_WITH_TIMEOUT(turns, enoughIterations, waitMs);
+    QCOMPARE(calls->replies.size(), 0);
     JsonService::release();
-    QTRY_COMPARE_WITH_TIMEOUT(answers->replies.size(), 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(calls->replies.size(), 1, waitMs);
 }
 
-void TestDockJson::dropsTheReplyOfADeadDock()
+void TestDockJson::dropsTheReplyOfADestroyedDock()
 {
     const int before = JsonService::heldRequests();
     post(u"/hold"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(JsonService::heldRequests(), before + 1, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(JsonService::heldRequests(), before + 1, waitMs);
     fixture->dock.reset();
     JsonService::release();
     QVERIFY(waitForWorkers());
     QCoreApplication::processEvents();
-    QCOMPARE(answers->replies.size(), 0);
+    QCOMPARE(calls->replies.size(), 0);
 }
 
-void TestDockJson::dropsTheQueuedReplyOfADeadDock()
+void TestDockJson::dropsTheQueuedReplyOfADestroyedDock()
 {
     post(u"/echo"_s);
     QVERIFY(waitForWorkers());
     fixture->dock.reset();
     QCoreApplication::processEvents();
-    QCOMPARE(answers->replies.size(), 0);
+    QCOMPARE(calls->replies.size(), 0);
 }
 
-void TestDockJson::survivesDocksThatDieAtAnyMoment()
+void TestDockJson::survivesDestructionAtAnyMoment()
 {
     constexpr int docks = 25;
     JsonService::release();
@@ -216,15 +220,15 @@ void TestDockJson::survivesDocksThatDieAtAnyMoment()
             fixture->buildQuiet();
         }
         post(u"/echo"_s);
-        // More and more of the exchange has happened when the dock dies.
+        // The exchange has progressed further in each round.
         for (int turn = 0; turn < i * i; ++turn) {
             QCoreApplication::processEvents();
         }
         fixture->dock.reset();
-        const qsizetype delivered = answers->replies.size();
+        const qsizetype delivered = calls->replies.size();
         QVERIFY(waitForWorkers());
         QCoreApplication::processEvents();
-        QCOMPARE(answers->replies.size(), delivered);
+        QCOMPARE(calls->replies.size(), delivered);
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The button "IP ermitteln" against the vendor's service as it is deployed. The service runs on Linux only.
+// The button "IP ermitteln" with the deployed configuration of the vendor's service. Linux only.
 #include "dock/dockfixture.h"
+#include "testkit/timelimits.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -16,17 +17,18 @@ class TestDockPublicIpService : public QObject
 
 private Q_SLOTS:
     void findsTheAddress();
-    void showsWhyTheServiceRefuses();
+    void showsTheServicesRefusal();
 
 private:
-    static void press(const DockProbe &probe)
-    {
-        constexpr int waitMs = 60000;
-        probe.queryIpButton()->click();
-        QVERIFY(!probe.queryIpButton()->isEnabled());
-        QTRY_VERIFY_WITH_TIMEOUT(probe.queryIpButton()->isEnabled(), waitMs);
-    }
+    static void press(const DockProbe &probe);
 };
+
+void TestDockPublicIpService::press(const DockProbe &probe)
+{
+    probe.queryIpButton()->click();
+    QVERIFY(!probe.queryIpButton()->isEnabled());
+    QTRY_VERIFY_WITH_TIMEOUT(probe.queryIpButton()->isEnabled(), waitMs);
+}
 
 void TestDockPublicIpService::findsTheAddress()
 {
@@ -39,7 +41,7 @@ void TestDockPublicIpService::findsTheAddress()
     QVERIFY(probe.logView()->toPlainText().contains(u"NETZWERK | Öffentliche IP: 127.0.0.1"_s));
 }
 
-void TestDockPublicIpService::showsWhyTheServiceRefuses()
+void TestDockPublicIpService::showsTheServicesRefusal()
 {
     constexpr int moreThanTheServiceAllows = 60;
     DockFixture fixture;

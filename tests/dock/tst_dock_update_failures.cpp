@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Redirects, and what the panel says of servers that fail.
+// Redirects and failures of the update check.
 #include "dock/updatefixture.h"
 #include "testkit/updatecheck.h"
 
@@ -16,9 +16,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// The addresses that \a requests asked for, in order. One asked for again at once counts once: Qt by itself repeats a
-/// request, unseen by the dock, when the connection goes away before the answer.
-QList<QUrl> askedAddresses(const QList<ServerRequest> &requests)
+/// The addresses of \a requests in order. Immediate repetitions count once: Qt repeats a request by itself when the
+/// connection is closed before the response.
+QList<QUrl> requestedAddresses(const QList<ServerRequest> &requests)
 {
     const QByteArray hostName = "host: ";
     QList<QUrl> addresses;
@@ -42,15 +42,15 @@ class TestDockUpdateFailures : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py"); }
+    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py"); }
     void followsRedirects_data();
     void followsRedirects();
-    void tellsFailures_data();
-    void tellsFailures();
-    void tellsAServerThatSaysNothing();
-    void tellsAServerThatIsNotThere();
-    void tellsACertificateThatNobodyKnows();
-    void keepsFailuresOfAnAutomaticCheckQuiet();
+    void reportsFailures_data();
+    void reportsFailures();
+    void reportsATimeout();
+    void reportsAnUnreachableServer();
+    void reportsAnUntrustedCertificate();
+    void hidesFailuresOfAnAutomaticCheck();
 };
 
 void TestDockUpdateFailures::followsRedirects_data()
@@ -74,16 +74,16 @@ void TestDockUpdateFailures::followsRedirects()
     QFETCH(QString, address);
     QFETCH(QString, label);
     UpdateFixture fixture;
-    fixture.servers.answer(u"/update.json"_s, redirectTo(address));
-    fixture.servers.answer(u"/moved.json"_s, {.body = manifest(u"0.9.2"_s)});
+    fixture.servers.respond(u"/update.json"_s, redirectTo(address));
+    fixture.servers.respond(u"/moved.json"_s, {.body = manifest(u"0.9.2"_s)});
     fixture.check();
     QCOMPARE(fixture.label(), label);
     const QUrl first(u"https://%1/update.json"_s.arg(vendor));
     QCOMPARE(fixture.network->made().size(), 1);
-    QCOMPARE(askedAddresses(fixture.servers.requests()), (QList<QUrl>{first, first.resolved(QUrl(address))}));
+    QCOMPARE(requestedAddresses(fixture.servers.requests()), (QList<QUrl>{first, first.resolved(QUrl(address))}));
 }
 
-void TestDockUpdateFailures::tellsFailures_data()
+void TestDockUpdateFailures::reportsFailures_data()
 {
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<int>("status");
@@ -109,7 +109,7 @@ void TestDockUpdateFailures::tellsFailures_data()
     QTest::newRow("cut off") << good.left(20) << 200 << none << u"break"_s << u"Serverantwort HTTP 200: ERROR"_s;
 }
 
-void TestDockUpdateFailures::tellsFailures()
+void TestDockUpdateFailures::reportsFailures()
 {
     QFETCH(QByteArray, body);
     QFETCH(int, status);
@@ -119,68 +119,68 @@ void TestDockUpdateFailures::tellsFailures()
     UpdateFixture fixture;
     const QStringList offer{u"https://a/b.exe"_s, digest, u"0.9.9"_s};
     fixture.setPending(offer);
-    ServerAnswer answer{.status = status, .body = body, .then = then};
+    ServerResponse answer{.status = status, .body = body, .then = then};
     answer.announced = then == u"break"_s ? body.size() + 20 : body.size();
     if (!location.isEmpty()) {
         answer.headers = {{u"Location"_s, location}};
     }
-    fixture.servers.answer(u"/update.json"_s, answer);
+    fixture.servers.respond(u"/update.json"_s, answer);
     fixture.check();
 
     QVERIFY(!fixture.network->lastErrorText().isEmpty());
     QCOMPARE(fixture.label(), impossibleText + detail.replace("ERROR"_L1, fixture.network->lastErrorText()));
     QCOMPARE(fixture.pending(), offer);
     for (const ServerRequest &request : fixture.servers.requests()) {
-        QCOMPARE(request.door, u"proxy"_s);
+        QCOMPARE(request.endpoint, u"proxy"_s);
     }
 }
 
-void TestDockUpdateFailures::tellsAServerThatSaysNothing()
+void TestDockUpdateFailures::reportsATimeout()
 {
     UpdateFixture fixture;
-    fixture.servers.answer(u"/update.json"_s, {.status = 0});
+    fixture.servers.respond(u"/update.json"_s, {.status = 0});
     fixture.network->shortenTimeout(100ms);
     fixture.check();
     QCOMPARE(fixture.label(), impossibleText + u"Netzwerkfehler: "_s + fixture.network->lastErrorText());
 }
 
-void TestDockUpdateFailures::tellsAServerThatIsNotThere()
+void TestDockUpdateFailures::reportsAnUnreachableServer()
 {
     UpdateFixture fixture;
-    // Nobody listens where something is sent away ("discard"); not in a test's own network at least.
+    // Port 9 ("discard") has no listener in the test's network namespace.
     fixture.network->setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, u"127.0.0.1"_s, 9));
     fixture.check();
     QCOMPARE(fixture.label(), impossibleText + u"Netzwerkfehler: "_s + fixture.network->lastErrorText());
 }
 
-void TestDockUpdateFailures::tellsACertificateThatNobodyKnows()
+void TestDockUpdateFailures::reportsAnUntrustedCertificate()
 {
     UpdateFixture fixture;
-    fixture.servers.answer(u"/update.json"_s, {.body = installableManifest(u"1.0"_s)});
-    fixture.network->trustNobody();
+    fixture.servers.respond(u"/update.json"_s, {.body = installableManifest(u"1.0"_s)});
+    fixture.network->trustNone();
     fixture.check();
     QCOMPARE(fixture.label(), impossibleText + u"Netzwerkfehler: "_s + fixture.network->lastErrorText());
     QVERIFY(fixture.servers.requests().isEmpty());
 }
 
-void TestDockUpdateFailures::keepsFailuresOfAnAutomaticCheckQuiet()
+void TestDockUpdateFailures::hidesFailuresOfAnAutomaticCheck()
 {
     UpdateFixture fixture;
-    const auto answered = [&fixture](const QByteArray &body, int status) {
-        fixture.servers.answer(u"/x"_s, {.status = status, .body = body});
+    const auto labelAfter = [&fixture](const QByteArray &body, int status) {
+        fixture.servers.respond(u"/x"_s, {.status = status, .body = body});
         QNetworkReply *reply = fixture.network->get(QNetworkRequest(QUrl(u"https://%1/x"_s.arg(vendor))));
         QObject::connect(reply, &QNetworkReply::finished, fixture.dock.get(),
                          [&fixture, reply] { fixture.probe.handleUpdateReply(reply, false); });
         fixture.checkButton->setEnabled(false);
-        [&] { QTRY_VERIFY_WITH_TIMEOUT(fixture.checkButton->isEnabled(), UpdateFixture::waitMs); }();
+        [&] { QTRY_VERIFY_WITH_TIMEOUT(fixture.checkButton->isEnabled(), waitMs); }();
         return fixture.label();
     };
-    QCOMPARE(answered({}, 500), installedText);
-    QCOMPARE(answered(installableManifest(u"1.0"_s), 200), newText);
-    QCOMPARE(answered(installableManifest(u"0.9.2"_s), 200), installedText);
-    QCOMPARE(answered("[]", 200), invalidReplyText);
-    QCOMPARE(answered(manifest(u"abc"_s), 200), invalidVersionText);
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.network->openReplies(), 0, UpdateFixture::waitMs);
+    QCOMPARE(labelAfter({}, 500), installedText);
+    QCOMPARE(labelAfter(installableManifest(u"1.0"_s), 200), newText);
+    QCOMPARE(labelAfter(installableManifest(u"0.9.2"_s), 200), installedText);
+    QCOMPARE(labelAfter("[]", 200), invalidReplyText);
+    QCOMPARE(labelAfter(manifest(u"abc"_s), 200), invalidVersionText);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.network->openReplies(), 0, waitMs);
 }
 
 QTEST_MAIN(TestDockUpdateFailures)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What a check's answer does to the offer that an earlier check left.
+// Effect of a check on an existing offer.
 #include "dock/updatefixture.h"
 #include "testkit/updatecheck.h"
 
@@ -20,7 +20,7 @@ class TestDockUpdateOffer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py"); }
+    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py"); }
     void changesTheOffer_data();
     void changesTheOffer();
 };
@@ -58,7 +58,7 @@ void TestDockUpdateOffer::changesTheOffer()
     UpdateFixture fixture;
     fixture.setPending(earlierOffer);
     fixture.installButton->setVisible(visibleBefore);
-    fixture.servers.answer(u"/update.json"_s, {.body = body});
+    fixture.servers.respond(u"/update.json"_s, {.body = body});
     fixture.check();
     QCOMPARE(fixture.label(), label);
     QCOMPARE(fixture.pending(), offer);

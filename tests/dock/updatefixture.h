@@ -3,6 +3,7 @@
 
 #include "dock/dockfixture.h"
 #include "testkit/httpsservers.h"
+#include "testkit/timelimits.h"
 #include "testkit/vendornetwork.h"
 
 #include <QDir>
@@ -14,8 +15,8 @@
 
 #include <algorithm>
 
-/// The lines of a request's head below the first, sorted, with the names of the headers in lower case as Qt 6.8 writes
-/// them, and without those of Qt's own: what this Qt can unpack, and the user's language.
+/// The sorted header lines of a request, with names in lower case as in Qt 6.8, without accept-encoding and
+/// accept-language, which depend on Qt's build and on the locale.
 inline QByteArrayList headerLines(const QByteArray &head)
 {
     QByteArrayList lines = head.split('\n').mid(1);
@@ -30,15 +31,12 @@ inline QByteArrayList headerLines(const QByteArray &head)
     return lines;
 }
 
-/// A quiet dock that was given what switches its updates on: a network manager and the two buttons.
+/// A quiet dock with updates enabled: it has a network manager and the two buttons.
 class UpdateFixture : public DockFixture
 {
 public:
-    /// How long a test waits for what has to come: ample even on a busy machine.
-    static constexpr int waitMs = 60000;
-
-    explicit UpdateFixture(const QString &door = QStringLiteral("proxy"))
-        : network(std::make_unique<VendorNetwork>(servers, door)), probe(buildQuiet()),
+    explicit UpdateFixture(const QString &endpoint = QStringLiteral("proxy"))
+        : network(std::make_unique<VendorNetwork>(servers, endpoint)), probe(buildQuiet()),
           checkButton(new QPushButton(dock.get())), installButton(new QPushButton(dock.get()))
     {
         installButton->setVisible(false);
@@ -62,7 +60,7 @@ public:
     }
     void invoke(const char *slot) const { QVERIFY(QMetaObject::invokeMethod(dock.get(), slot)); }
 
-    /// Asks for updates as the button does, and waits for the end of it.
+    /// Starts a check as the button does and waits for its end.
     void check() const
     {
         invoke("checkForUpdatesManually");
@@ -71,7 +69,7 @@ public:
         QTRY_COMPARE_WITH_TIMEOUT(network->openReplies(), 0, waitMs);
     }
 
-    /// Has the real service offer \a installer as version 1.2.3 under "/Setup-v1.2.3.exe", with these notes.
+    /// Publishes \a installer as version 1.2.3 at "/Setup-v1.2.3.exe" of the real service, with \a notes.
     void publish(const QByteArray &installer, const QByteArray &notes = {}) const
     {
         const QDir root(servers.text(QStringLiteral("serviceRoot")));

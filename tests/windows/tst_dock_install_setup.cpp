@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int waitMs = 120000;
+constexpr int installMs = 120000;
 constexpr int nobodyQuit = 7;
 
 QByteArray content(const QString &path)
@@ -32,7 +32,7 @@ int runApplication()
 {
     QTimer guard;
     QObject::connect(&guard, &QTimer::timeout, [] { QCoreApplication::exit(nobodyQuit); });
-    guard.start(waitMs);
+    guard.start(installMs);
     return QCoreApplication::exec();
 }
 
@@ -77,7 +77,7 @@ void TestDockInstallSetup::offer(UpdateFixture &fixture, const QByteArray &serve
     fixture.servers.answer(u"/Setup.exe"_s, {.body = served});
     fixture.boxes.answerWith([](QMessageBox &box) { MessageBoxes::press(box, QMessageBox::Yes); });
     fixture.invoke("checkForUpdatesManually");
-    QTRY_COMPARE_WITH_TIMEOUT(fixture.label(), u"Neue Version 1.0 verfügbar. Installiert ist 0.9.2."_s, waitMs);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.label(), u"Neue Version 1.0 verfügbar. Installiert ist 0.9.2."_s, installMs);
     QVERIFY(!fixture.installButton->isHidden());
 }
 
@@ -99,7 +99,7 @@ void TestDockInstallSetup::startsNothingWhoseDigestDiffers()
     offer(fixture, changed);
     fixture.invoke("downloadAndInstallUpdate");
     QTRY_COMPARE_WITH_TIMEOUT(fixture.label(), u"Sicherheitsprüfung fehlgeschlagen: SHA-256 stimmt nicht überein."_s,
-                              waitMs);
+                              installMs);
     QVERIFY(fixture.checkButton->isEnabled());
     QVERIFY(!QFile::exists(saved));
 }

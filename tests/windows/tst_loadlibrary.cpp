@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The built module as Windows loads it, with obs.dll and obs-frontend-api.dll made from the double: OBS's part is
-// played from here, in OBS's order. TARVOLINE_TEST_MODULE names another module file than the built one.
+// Loads the built module with LoadLibrary, with obs.dll and obs-frontend-api.dll made from the libobs double, and calls
+// its functions in OBS's order. TARVOLINE_TEST_MODULE is the path of another module file.
 #include "testkit/obsdouble.h"
+#include "testkit/timelimits.h"
 #include "testkit/udpport.h"
 
 #include <QApplication>
@@ -19,14 +20,13 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr quint16 listenPort = 5000;
-constexpr int patienceMs = 60000;
 
 using LogLines = QList<ObsDouble::LogLine>;
 const ObsDouble::LogLine loadLine{300, u"[Tarvoline SRTLA] Plugin 0.9.2 wird geladen"_s};
 const ObsDouble::LogLine failureLine{100, u"[Tarvoline SRTLA] Dock konnte nicht hinzugefügt werden"_s};
 const ObsDouble::LogLine unloadLine{300, u"[Tarvoline SRTLA] Plugin sicher entladen"_s};
 
-// What OBS does with a module file, step by step.
+// The steps of OBS for a module file.
 class LoadedModule
 {
 public:
@@ -76,7 +76,7 @@ QString registryOutput(const QStringList &arguments)
 {
     QProcess reg;
     reg.start(u"reg"_s, arguments);
-    reg.waitForFinished(patienceMs);
+    reg.waitForFinished(waitMs);
     return QString::fromLocal8Bit(reg.readAllStandardOutput());
 }
 
@@ -130,7 +130,7 @@ private Q_SLOTS:
             ObsDouble::reset();
             LoadedModule module(moduleFile());
             QVERIFY(module.open("de-DE"));
-            QTRY_VERIFY_WITH_TIMEOUT(!portIsFree(listenPort), patienceMs); // the receiver starts with OBS
+            QTRY_VERIFY_WITH_TIMEOUT(!portIsFree(listenPort), waitMs); // the receiver starts with OBS
             const QList<QPushButton *> buttons = ObsDouble::docks().first().widget->findChildren<QPushButton *>();
             for (QPushButton *button : buttons) {
                 if (button->text() == u"Quelle reparieren"_s) {
