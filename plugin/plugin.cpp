@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The entry points that OBS looks up, and the module's one dock.
+// The module's entry points and its dock.
 #include "buildspec.h"
 #include "tarvolinedock.h"
 
@@ -16,10 +16,10 @@ constexpr uint32_t apiVersion = 0x1F010001;
 constexpr char defaultLocale[] = "de-DE";
 constexpr char dockTitle[] = "Tarvoline SRTLA Receiver";
 
-// All of it is touched on the OBS main thread only.
+// OBS main thread only.
 obs_module_t *moduleHandle = nullptr;
 lookup_t *textLookup = nullptr;
-// Guarded: when OBS quits, its main window takes the dock with it before the module is unloaded.
+// Guarded: when OBS quits, its main window destroys the dock before the module is unloaded.
 QPointer<TarvolineDock> dock;
 
 } // namespace

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The module's entry points: load, unload in both orders, failed registration, locale.
+// The module's entry points: load, unload, failed registration, locale.
 #include "testkit/dockprobe.h"
 #include "testkit/messageboxes.h"
 #include "testkit/obsdouble.h"
 #include "testkit/settingsstore.h"
+#include "testkit/timelimits.h"
 #include "testkit/udpport.h"
 
 #include <QCheckBox>
@@ -27,15 +28,12 @@ const ObsDouble::LogLine loadLine{300, u"[Tarvoline SRTLA] Plugin 0.9.2 wird gel
 const ObsDouble::LogLine failureLine{100, u"[Tarvoline SRTLA] Dock konnte nicht hinzugefügt werden"_s};
 const ObsDouble::LogLine unloadLine{300, u"[Tarvoline SRTLA] Plugin sicher entladen"_s};
 
-constexpr int beyondTheDocksTimersMs = 1200;
-constexpr int patienceMs = 30000;
-
 using LogLines = QList<ObsDouble::LogLine>;
 
-obs_module_t *someHandle()
+obs_module_t *testHandle()
 {
-    static int place = 0;
-    return reinterpret_cast<obs_module_t *>(&place);
+    static int object = 0;
+    return reinterpret_cast<obs_module_t *>(&object);
 }
 
 } // namespace
@@ -45,247 +43,269 @@ class TestModule : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        ObsDouble::reset();
-        store.emplace();
-        store->set(u"autoStart"_s, false);
-        store->set(u"autoSource"_s, false);
-        boxes.emplace();
-    }
-    void cleanup()
-    {
-        obs_module_free_locale();
-        obs_module_set_pointer(nullptr);
-        QCOMPARE(ObsDouble::openReferences(), 0);
-        QCOMPARE(ObsDouble::openLookups(), 0);
-        QCOMPARE(ObsDouble::misuses(), QStringList());
-        ObsDouble::quitFrontend();
-        boxes.reset();
-        store.reset();
-    }
+    void init();
+    void cleanup();
+    void apiVersionIsThatOfTheOldestSupportedObs() { QCOMPARE(obs_module_ver(), uint32_t(0x1F010001)); }
 
-    void apiVersionIsThatOfTheOldestObs() { QCOMPARE(obs_module_ver(), uint32_t(0x1F010001)); }
-
-    void descriptionIsFixed()
-    {
-        QCOMPARE(QString::fromUtf8(obs_module_description()),
-                 u"Native Tarvoline SRTLA receiver integration for OBS Studio"_s);
-    }
-
-    void handleIsKept()
-    {
-        QCOMPARE(obs_current_module(), nullptr);
-        obs_module_set_pointer(someHandle());
-        QCOMPARE(obs_current_module(), someHandle());
-    }
-
-    void loadRegistersTheDock()
-    {
-        QVERIFY(obs_module_load());
-        QCOMPARE(ObsDouble::logLines(), LogLines{loadLine});
-        QCOMPARE(ObsDouble::docks().size(), 1);
-        const ObsDouble::RegisteredDock dock = ObsDouble::docks().first();
-        QCOMPARE(dock.id, u"tarvoline-srtla-dock"_s);
-        QCOMPARE(dock.title, u"Tarvoline SRTLA Receiver"_s);
-        QVERIFY(qobject_cast<TarvolineDock *>(dock.widget));
-        obs_module_unload();
-    }
-
-    void unloadWithALivingDockShutsItDownThenRemovesIt()
-    {
-        QVERIFY(obs_module_load());
-        const QPointer<TarvolineDock> dock = qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget);
-        dock->startReceiver();
-        QVERIFY(!portIsFree(5000));
-        obs_module_unload();
-        QVERIFY(!dock);
-        QVERIFY(portIsFree(5000));
-        QVERIFY(ObsDouble::docks().isEmpty());
-        QCOMPARE(ObsDouble::calls().last(), u"obs_frontend_remove_dock"_s);
-        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
-    }
-
-    // The front end may leave the dock in its window for a moment, and run events: nothing may be left to happen then.
-    void dockIsShutDownWhenItIsHandedBack()
-    {
-        QVERIFY(obs_module_load());
-        int removals = 0;
-        ObsDouble::onDockRemoval([&removals](QWidget *widget) {
-            ++removals;
-            auto *dock = qobject_cast<TarvolineDock *>(widget);
-            QVERIFY(dock);
-            const DockProbe probe(*dock);
-            QVERIFY(portIsFree(5000));
-            QVERIFY(!probe.engine().isRunning());
-
-            // As a receiver that stops would say, which the panel must not hear any more.
-            QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
-            Q_EMIT probe.engine().runningChanged(false);
-            QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
-
-            const QString hint = probe.ipHintLabel()->text();
-            probe.queryIpButton()->click();
-            QVERIFY(probe.queryIpButton()->isEnabled());
-            QCOMPARE(probe.ipHintLabel()->text(), hint);
-        });
-        qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget)->startReceiver();
-        QVERIFY(!portIsFree(5000));
-        obs_module_unload();
-        QCOMPARE(removals, 1);
-    }
-
-    void obsQuitsTakingTheDockBeforeTheModuleIsUnloaded()
-    {
-        QVERIFY(obs_module_load());
-        const QPointer<TarvolineDock> dock = qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget);
-        dock->startReceiver();
-        ObsDouble::quitFrontend();
-        QVERIFY(!dock);
-        QVERIFY(portIsFree(5000));
-        ObsDouble::clearCalls();
-        obs_module_unload();
-        QCOMPARE(ObsDouble::calls(), QStringList());
-        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
-    }
-
-    void obsQuitsUnderAMessageBoxOfTheDock()
-    {
-        QVERIFY(obs_module_load());
-        ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
-        boxes->answerWith([](QMessageBox &) {
-            ObsDouble::quitFrontend();
-            obs_module_unload();
-        });
-        qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget)->createOrRepairSource();
-        QCOMPARE(boxes->shown().size(), 1);
-        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
-    }
-
-    void moduleIsUnloadedUnderAMessageBoxOfTheDock()
-    {
-        QVERIFY(obs_module_load());
-        const QPointer<TarvolineDock> dock = qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget);
-        ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
-        boxes->answerWith([](QMessageBox &) { obs_module_unload(); });
-        dock->createOrRepairSource();
-        QVERIFY(!dock);
-        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
-    }
-
-    void unloadTwiceWritesOnlyItsLineAgain()
-    {
-        QVERIFY(obs_module_load());
-        obs_module_unload();
-        ObsDouble::clearCalls();
-        obs_module_unload();
-        QCOMPARE(ObsDouble::calls(), QStringList());
-        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine, unloadLine}));
-    }
-
-    void unloadWithoutLoadWritesOnlyItsLine()
-    {
-        obs_module_unload();
-        QCOMPARE(ObsDouble::calls(), QStringList());
-        QCOMPARE(ObsDouble::logLines(), LogLines{unloadLine});
-    }
-
-    void failedRegistrationLeavesNoDockAndNoPort()
-    {
-        store->set(u"autoStart"_s, true);
-        ObsDouble::failDockRegistration(true);
-        QVERIFY(!obs_module_load());
-        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine}));
-        for (const QWidget *widget : QApplication::allWidgets()) {
-            QVERIFY(!qobject_cast<const TarvolineDock *>(widget));
-        }
-        // Its automatic start has died with it.
-        bool passed = false;
-        QTimer::singleShot(beyondTheDocksTimersMs, qApp, [&passed] { passed = true; });
-        QTRY_VERIFY_WITH_TIMEOUT(passed, patienceMs);
-        QVERIFY(portIsFree(5000));
-        ObsDouble::clearCalls();
-
-        obs_module_unload();
-        QCOMPARE(ObsDouble::calls(), QStringList());
-        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine, unloadLine}));
-    }
-
-    void loadAfterAFailedLoadWorks()
-    {
-        ObsDouble::failDockRegistration(true);
-        QVERIFY(!obs_module_load());
-        ObsDouble::failDockRegistration(false);
-        QVERIFY(obs_module_load());
-        QCOMPARE(ObsDouble::docks().size(), 1);
-        obs_module_unload();
-    }
-
-    void loadWithoutAFrontendFails()
-    {
-        ObsDouble::quitFrontend();
-        QVERIFY(!obs_module_load());
-        QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine}));
-    }
-
-    void localeIsLoadedForTheModuleWithGermanAsDefault()
-    {
-        obs_module_set_pointer(someHandle());
-        obs_module_set_locale("de-DE");
-        QCOMPARE(ObsDouble::lookupModule(), someHandle());
-        QCOMPARE(ObsDouble::lookupLocale(), u"de-DE"_s);
-        const char *text = nullptr;
-        QVERIFY(obs_module_get_string("PluginName", &text));
-        QCOMPARE(QString::fromUtf8(text), u"Tarvoline SRTLA"_s);
-        QVERIFY(!obs_module_get_string("NoSuchText", &text));
-    }
-
-    void secondLocaleDestroysTheFirstBeforeItLoads()
-    {
-        ObsDouble::setLocaleFiles({u"de-DE"_s, u"en-US"_s});
-        obs_module_set_locale("de-DE");
-        obs_module_set_locale("en-US");
-        QCOMPARE(ObsDouble::calls(),
-                 (QStringList{u"obs_module_load_locale"_s, u"text_lookup_destroy"_s, u"obs_module_load_locale"_s}));
-        QCOMPARE(ObsDouble::openLookups(), 1);
-        QCOMPARE(ObsDouble::lookupLocale(), u"en-US"_s);
-    }
-
-    void freeingTheLocaleLeavesNoLookup()
-    {
-        obs_module_set_locale("de-DE");
-        obs_module_free_locale();
-        QCOMPARE(ObsDouble::openLookups(), 0);
-        const char *text = nullptr;
-        QVERIFY(!obs_module_get_string("PluginName", &text));
-        obs_module_free_locale();
-    }
-
-    void localeWithoutAFileFallsBackToGerman()
-    {
-        obs_module_set_locale("tlh-KL");
-        QCOMPARE(ObsDouble::lookupLocale(), u"de-DE"_s);
-        const char *text = nullptr;
-        QVERIFY(obs_module_get_string("PluginName", &text));
-    }
-
-    void noLocaleFileAtAllLeavesNoLookup()
-    {
-        obs_module_set_locale("de-DE");
-        ObsDouble::setLocaleFiles({});
-        obs_module_set_locale("de-DE");
-        QCOMPARE(ObsDouble::openLookups(), 0);
-        const char *text = "untouched";
-        QVERIFY(!obs_module_get_string("PluginName", &text));
-        QCOMPARE(QString::fromUtf8(text), u"untouched"_s);
-        // And again: nothing is destroyed twice.
-        obs_module_set_locale("de-DE");
-    }
+    void descriptionIsFixed();
+    void moduleHandleIsStored();
+    void loadRegistersTheDock();
+    void unloadShutsDownAndRemovesTheDock();
+    void dockIsShutDownBeforeItsRemoval();
+    void dockIsDestroyedBeforeTheModuleIsUnloaded();
+    void obsQuitsDuringAMessageBox();
+    void moduleIsUnloadedDuringAMessageBox();
+    void secondUnloadOnlyLogs();
+    void unloadWithoutLoadOnlyLogs();
+    void failedRegistrationLeavesNoDockAndNoPort();
+    void loadAfterAFailedLoadWorks();
+    void loadWithoutAFrontendFails();
+    void localeIsLoadedForTheModuleWithGermanAsDefault();
+    void secondLocaleDestroysTheFirstBeforeItLoads();
+    void freeingTheLocaleLeavesNoLookup();
+    void localeWithoutAFileFallsBackToGerman();
+    void noLocaleFileAtAllLeavesNoLookup();
 
 private:
     std::optional<SettingsStore> store;
     std::optional<MessageBoxes> boxes;
 };
+
+void TestModule::init()
+{
+    ObsDouble::reset();
+    store.emplace();
+    store->set(u"autoStart"_s, false);
+    store->set(u"autoSource"_s, false);
+    boxes.emplace();
+}
+
+void TestModule::cleanup()
+{
+    obs_module_free_locale();
+    obs_module_set_pointer(nullptr);
+    QCOMPARE(ObsDouble::openReferences(), 0);
+    QCOMPARE(ObsDouble::openLookups(), 0);
+    QCOMPARE(ObsDouble::misuses(), QStringList());
+    ObsDouble::quitFrontend();
+    boxes.reset();
+    store.reset();
+}
+
+void TestModule::descriptionIsFixed()
+{
+    QCOMPARE(QString::fromUtf8(obs_module_description()),
+             u"Native Tarvoline SRTLA receiver integration for OBS Studio"_s);
+}
+
+void TestModule::moduleHandleIsStored()
+{
+    QCOMPARE(obs_current_module(), nullptr);
+    obs_module_set_pointer(testHandle());
+    QCOMPARE(obs_current_module(), testHandle());
+}
+
+void TestModule::loadRegistersTheDock()
+{
+    QVERIFY(obs_module_load());
+    QCOMPARE(ObsDouble::logLines(), LogLines{loadLine});
+    QCOMPARE(ObsDouble::docks().size(), 1);
+    const ObsDouble::RegisteredDock dock = ObsDouble::docks().first();
+    QCOMPARE(dock.id, u"tarvoline-srtla-dock"_s);
+    QCOMPARE(dock.title, u"Tarvoline SRTLA Receiver"_s);
+    QVERIFY(qobject_cast<TarvolineDock *>(dock.widget));
+    obs_module_unload();
+}
+
+void TestModule::unloadShutsDownAndRemovesTheDock()
+{
+    QVERIFY(obs_module_load());
+    const QPointer<TarvolineDock> dock = qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget);
+    dock->startReceiver();
+    QVERIFY(!portIsFree(5000));
+    obs_module_unload();
+    QVERIFY(!dock);
+    QVERIFY(portIsFree(5000));
+    QVERIFY(ObsDouble::docks().isEmpty());
+    QCOMPARE(ObsDouble::calls().last(), u"obs_frontend_remove_dock"_s);
+    QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
+}
+
+// The front end may keep the dock in its window for a moment and process events.
+void TestModule::dockIsShutDownBeforeItsRemoval()
+{
+    QVERIFY(obs_module_load());
+    int removals = 0;
+    ObsDouble::onDockRemoval([&removals](QWidget *widget) {
+        ++removals;
+        auto *dock = qobject_cast<TarvolineDock *>(widget);
+        QVERIFY(dock);
+        const DockProbe probe(*dock);
+        QVERIFY(portIsFree(5000));
+        QVERIFY(!probe.engine().isRunning());
+
+        // The engine's signals must be disconnected.
+        QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
+        Q_EMIT probe.engine().runningChanged(false);
+        QCOMPARE(probe.statusLabel()->text(), u"Aktiv"_s);
+
+        const QString hint = probe.ipHintLabel()->text();
+        probe.queryIpButton()->click();
+        QVERIFY(probe.queryIpButton()->isEnabled());
+        QCOMPARE(probe.ipHintLabel()->text(), hint);
+    });
+    qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget)->startReceiver();
+    QVERIFY(!portIsFree(5000));
+    obs_module_unload();
+    QCOMPARE(removals, 1);
+}
+
+void TestModule::dockIsDestroyedBeforeTheModuleIsUnloaded()
+{
+    QVERIFY(obs_module_load());
+    const QPointer<TarvolineDock> dock = qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget);
+    dock->startReceiver();
+    ObsDouble::quitFrontend();
+    QVERIFY(!dock);
+    QVERIFY(portIsFree(5000));
+    ObsDouble::clearCalls();
+    obs_module_unload();
+    QCOMPARE(ObsDouble::calls(), QStringList());
+    QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
+}
+
+void TestModule::obsQuitsDuringAMessageBox()
+{
+    QVERIFY(obs_module_load());
+    ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
+    boxes->answerWith([](QMessageBox &) {
+        ObsDouble::quitFrontend();
+        obs_module_unload();
+    });
+    qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget)->createOrRepairSource();
+    QCOMPARE(boxes->shown().size(), 1);
+    QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
+}
+
+void TestModule::moduleIsUnloadedDuringAMessageBox()
+{
+    QVERIFY(obs_module_load());
+    const QPointer<TarvolineDock> dock = qobject_cast<TarvolineDock *>(ObsDouble::docks().first().widget);
+    ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
+    boxes->answerWith([](QMessageBox &) { obs_module_unload(); });
+    dock->createOrRepairSource();
+    QVERIFY(!dock);
+    QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
+}
+
+void TestModule::secondUnloadOnlyLogs()
+{
+    QVERIFY(obs_module_load());
+    obs_module_unload();
+    ObsDouble::clearCalls();
+    obs_module_unload();
+    QCOMPARE(ObsDouble::calls(), QStringList());
+    QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine, unloadLine}));
+}
+
+void TestModule::unloadWithoutLoadOnlyLogs()
+{
+    obs_module_unload();
+    QCOMPARE(ObsDouble::calls(), QStringList());
+    QCOMPARE(ObsDouble::logLines(), LogLines{unloadLine});
+}
+
+void TestModule::failedRegistrationLeavesNoDockAndNoPort()
+{
+    store->set(u"autoStart"_s, true);
+    ObsDouble::failDockRegistration(true);
+    QVERIFY(!obs_module_load());
+    QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine}));
+    for (const QWidget *widget : QApplication::allWidgets()) {
+        QVERIFY(!qobject_cast<const TarvolineDock *>(widget));
+    }
+    // Its automatic start is cancelled.
+    bool passed = false;
+    QTimer::singleShot(beyondStartDelaysMs, qApp, [&passed] { passed = true; });
+    QTRY_VERIFY_WITH_TIMEOUT(passed, waitMs);
+    QVERIFY(portIsFree(5000));
+    ObsDouble::clearCalls();
+
+    obs_module_unload();
+    QCOMPARE(ObsDouble::calls(), QStringList());
+    QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine, unloadLine}));
+}
+
+void TestModule::loadAfterAFailedLoadWorks()
+{
+    ObsDouble::failDockRegistration(true);
+    QVERIFY(!obs_module_load());
+    ObsDouble::failDockRegistration(false);
+    QVERIFY(obs_module_load());
+    QCOMPARE(ObsDouble::docks().size(), 1);
+    obs_module_unload();
+}
+
+void TestModule::loadWithoutAFrontendFails()
+{
+    ObsDouble::quitFrontend();
+    QVERIFY(!obs_module_load());
+    QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine}));
+}
+
+void TestModule::localeIsLoadedForTheModuleWithGermanAsDefault()
+{
+    obs_module_set_pointer(testHandle());
+    obs_module_set_locale("de-DE");
+    QCOMPARE(ObsDouble::lookupModule(), testHandle());
+    QCOMPARE(ObsDouble::lookupLocale(), u"de-DE"_s);
+    const char *text = nullptr;
+    QVERIFY(obs_module_get_string("PluginName", &text));
+    QCOMPARE(QString::fromUtf8(text), u"Tarvoline SRTLA"_s);
+    QVERIFY(!obs_module_get_string("NoSuchText", &text));
+}
+
+void TestModule::secondLocaleDestroysTheFirstBeforeItLoads()
+{
+    ObsDouble::setLocaleFiles({u"de-DE"_s, u"en-US"_s});
+    obs_module_set_locale("de-DE");
+    obs_module_set_locale("en-US");
+    QCOMPARE(ObsDouble::calls(),
+             (QStringList{u"obs_module_load_locale"_s, u"text_lookup_destroy"_s, u"obs_module_load_locale"_s}));
+    QCOMPARE(ObsDouble::openLookups(), 1);
+    QCOMPARE(ObsDouble::lookupLocale(), u"en-US"_s);
+}
+
+void TestModule::freeingTheLocaleLeavesNoLookup()
+{
+    obs_module_set_locale("de-DE");
+    obs_module_free_locale();
+    QCOMPARE(ObsDouble::openLookups(), 0);
+    const char *text = nullptr;
+    QVERIFY(!obs_module_get_string("PluginName", &text));
+    obs_module_free_locale();
+}
+
+void TestModule::localeWithoutAFileFallsBackToGerman()
+{
+    obs_module_set_locale("tlh-KL");
+    QCOMPARE(ObsDouble::lookupLocale(), u"de-DE"_s);
+    const char *text = nullptr;
+    QVERIFY(obs_module_get_string("PluginName", &text));
+}
+
+void TestModule::noLocaleFileAtAllLeavesNoLookup()
+{
+    obs_module_set_locale("de-DE");
+    ObsDouble::setLocaleFiles({});
+    obs_module_set_locale("de-DE");
+    QCOMPARE(ObsDouble::openLookups(), 0);
+    const char *text = "untouched";
+    QVERIFY(!obs_module_get_string("PluginName", &text));
+    QCOMPARE(QString::fromUtf8(text), u"untouched"_s);
+    // A second call does not destroy it again.
+    obs_module_set_locale("de-DE");
+}
 
 QTEST_MAIN(TestModule)
 #include "tst_module.moc"
