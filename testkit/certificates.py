@@ -1,16 +1,16 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Certificates for tests: an authority that nobody but the test trusts, and server certificates issued by it."""
+"""Certificates for tests: a test authority and server certificates issued by it."""
 
 import ipaddress
 import subprocess
 from pathlib import Path
 
-# RSA: the one kind that every TLS library the tests meet (OpenSSL, GnuTLS, Schannel and Wine's) takes without ado.
+# RSA is supported by all TLS libraries in the tests (OpenSSL, GnuTLS, Schannel, Wine's).
 KEY = ["-newkey", "rsa:2048", "-nodes"]
 
 
 class Authority:
-    """A certificate authority below `folder`; `certificate` is its PEM file, to be trusted by the test's client."""
+    """A certificate authority in `folder`; `certificate` is its PEM file for the client's trust store."""
 
     def __init__(self, folder, name="Test authority"):
         self.folder = Path(folder)
@@ -23,12 +23,12 @@ class Authority:
         self._issued = 0
 
     def issue(self, *names, expired=False):
-        """A PEM file that holds a server certificate for `names` (hosts or IP addresses) and its private key."""
+        """Returns a PEM file with a server certificate for `names` (hosts or IP addresses) and its private key."""
         self._issued += 1
         stem = self.folder / f"server{self._issued}"
         request, key, pem = (stem.with_suffix(end) for end in (".csr", ".key", ".pem"))
         extensions = stem.with_suffix(".ext")
-        extensions.write_text(f"subjectAltName={','.join(map(_alternativeName, names))}\n"
+        extensions.write_text(f"subjectAltName={','.join(map(_alternative_name, names))}\n"
                               "extendedKeyUsage=serverAuth\nbasicConstraints=critical,CA:FALSE\n")
         period = (["-not_before", "20200101000000Z", "-not_after", "20200201000000Z"] if expired else ["-days", "2"])
         _openssl("req", *KEY, "-subj", f"/CN={names[0]}", "-keyout", key, "-out", request)
@@ -39,7 +39,7 @@ class Authority:
         return pem
 
 
-def _alternativeName(name):
+def _alternative_name(name):
     try:
         return f"IP:{ipaddress.ip_address(name)}"
     except ValueError:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""How long datagrams take from one port of the loopback interface to another, by the kernel's own clock."""
+"""Delay of datagrams between two ports on the loopback interface, measured with kernel time stamps."""
 
 import collections
 import hashlib
@@ -7,10 +7,10 @@ import socket
 import struct
 import threading
 
-# Only who listens for every protocol is shown what leaves.
+# Outgoing packets are captured only with ETH_P_ALL (packet(7)).
 _ETH_P_ALL = 0x0003
 _SO_TIMESTAMPNS = 35
-# Beyond net.core.rmem_max, so that a burst after a stall is not lost in the capture; refused in a user namespace.
+# Exceeds net.core.rmem_max, so that the capture does not lose bursts; not permitted in a user namespace.
 _SO_RCVBUFFORCE = 33
 _OUTGOING = 4
 _ETHERNET_HEADER = 14
@@ -22,19 +22,18 @@ _NS_PER_S = 1_000_000_000
 
 
 class DelayMeter:
-    """Watches the loopback interface and pairs each datagram to a port of `first` with the equal one to `second`.
+    """Captures on the loopback interface and matches each datagram to a port of `first` with the equal one to `second`.
 
-    Needs the right to open packet sockets. Datagrams shorter than `shortest` bytes are left out, so that control traffic
-    does not stand for the stream. Where the relay in between puts headers of its own before the payload, `equal_bytes`
-    says how many bytes at the end are compared."""
+    Requires CAP_NET_RAW. Datagrams shorter than `shortest` bytes are ignored, to exclude control traffic. If the relay
+    adds headers before the payload, the last `equal_bytes` bytes are compared."""
 
     def __init__(self, first: int | list[int], second: int, shortest: int = 1000, equal_bytes: int = 0):
         self._first = {first} if isinstance(first, int) else set(first)
         self._second, self._shortest, self._equal_bytes = second, shortest, equal_bytes
-        self._ways = collections.Counter()
+        self._paths = collections.Counter()
         self._sent_at = {}
         self._delays = []
-        self._leaving = threading.Event()
+        self._stopping = threading.Event()
         self._socket = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(_ETH_P_ALL))
         try:
             self._socket.setsockopt(socket.SOL_SOCKET, _SO_RCVBUFFORCE, _BUFFER)
@@ -43,39 +42,39 @@ class DelayMeter:
         self._socket.setsockopt(socket.SOL_SOCKET, _SO_TIMESTAMPNS, 1)
         self._socket.bind(("lo", _ETH_P_ALL))
         self._socket.settimeout(_TICK_S)
-        self._thread = threading.Thread(target=self._watch, daemon=True)
+        self._thread = threading.Thread(target=self._capture, daemon=True)
 
     def __enter__(self):
         self._thread.start()
         return self
 
     def __exit__(self, *_):
-        self._leaving.set()
+        self._stopping.set()
         self._thread.join()
         self._socket.close()
 
     def take(self, begin_ns: int, end_ns: int) -> tuple:
-        """The delays in milliseconds, sorted, of the datagrams sent between two moments of time.time_ns(), and how many of
-        them have not come through. Forgets everything before."""
+        """The sorted delays in milliseconds of the datagrams sent between two times (time.time_ns()), and the number of
+        those that did not arrive. Discards earlier delays."""
         delays, self._delays = self._delays, []
         lost = sum(begin_ns <= at < end_ns for at in list(self._sent_at.values()))
         return sorted(delay / 1e6 for at, delay in delays if begin_ns <= at < end_ns), lost
 
-    def ways(self) -> dict:
-        """How many datagrams have come to the first ports so far, by their source and port."""
-        return dict(self._ways)
+    def paths(self) -> dict:
+        """Number of datagrams to the first ports, by source address and port."""
+        return dict(self._paths)
 
-    def _watch(self):
-        while not self._leaving.is_set():
+    def _capture(self):
+        while not self._stopping.is_set():
             try:
                 frame, extras, _, origin = self._socket.recvmsg(2048, 64)
             except TimeoutError:
                 continue
-            # Loopback shows every datagram twice, leaving and arriving; one of them is enough.
+            # On loopback every datagram is captured twice, outgoing and incoming.
             if origin[2] == _OUTGOING:
-                self._note(frame, _nanoseconds(extras))
+                self._record(frame, _nanoseconds(extras))
 
-    def _note(self, frame, at):
+    def _record(self, frame, at):
         start = _ETHERNET_HEADER + (frame[_ETHERNET_HEADER] & 0x0f) * 4
         port = int.from_bytes(frame[start + 2:start + 4])
         payload = frame[start + _UDP_HEADER:]
@@ -83,7 +82,7 @@ class DelayMeter:
             return
         key = hashlib.blake2b(payload[-self._equal_bytes:], digest_size=16).digest()
         if port in self._first:
-            self._ways[frame[_SOURCE_ADDRESS:_SOURCE_ADDRESS + 4], frame[start:start + 4]] += 1
+            self._paths[frame[_SOURCE_ADDRESS:_SOURCE_ADDRESS + 4], frame[start:start + 4]] += 1
             self._sent_at.setdefault(key, at)
         elif (sent := self._sent_at.pop(key, None)) is not None:
             self._delays.append((sent, at - sent))

@@ -3,7 +3,7 @@
 
 #include "tarvolinedock.h"
 
-/// A test's view of the dock's private members.
+/// Access to the dock's private members.
 class DockProbe
 {
 public:

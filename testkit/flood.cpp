@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Floods a port of loopback with datagrams that no receiver has asked for:
+// Floods a port on loopback:
 // flood PORT (garbage|reg1|reg2|oversized|newcomers|groups) SIZE RATE SOURCES SECONDS
-// SIZE is that of garbage and oversized datagrams; SOURCES is from how many ports they come. newcomers: each REG1 comes
-// from an address of its own in 127.0.0.0/8. groups: SOURCES addresses register a group each, RATE of them a second,
-// carry one packet of 16 bytes, and send a keepalive every 5 s. Loopback alone: it is made for trying out the receiver
-// beside it. Writes how many went out as a line of JSON.
+// SIZE applies to garbage and oversized datagrams; SOURCES is the number of source ports. newcomers: each REG1 has a
+// different address in 127.0.0.0/8. groups: SOURCES addresses register one group each, RATE per second, send one packet
+// of 16 bytes and a keepalive every 5 s. Limited to loopback. Prints the number of sent datagrams as JSON.
 #include "floodaddresses.h"
 
 #include <arpa/inet.h>
@@ -34,9 +33,9 @@ constexpr std::size_t registrationBytes = 258;
 constexpr std::uint8_t registrationType = 0x92;
 constexpr std::uint8_t reg1 = 0x00;
 constexpr std::uint8_t reg2 = 0x01;
-constexpr int batchSize = 32; // of datagrams that one system call sends
+constexpr int batchSize = 32; // datagrams per system call
 constexpr int filesBeside = 64;
-constexpr int smallestBuffer = 1; // answers are of no use; the system rounds this up
+constexpr int smallestBuffer = 1; // responses are ignored; the system rounds this up
 
 void check(bool good, const char *what)
 {
@@ -63,7 +62,7 @@ std::vector<int> openSources(int count)
     return sources;
 }
 
-/// Makes datagrams of one kind; each registration has an id of its own.
+/// Creates datagrams of one kind; each registration has a different id.
 class Maker
 {
 public:
@@ -75,7 +74,7 @@ public:
             bytes[0] = registrationType;
             bytes[1] = kind == "reg1" ? reg1 : reg2;
         } else {
-            bytes[0] &= 0x7f; // what looks like SRT data goes furthest
+            bytes[0] &= 0x7f; // classified as SRT data
         }
     }
     void fill(Datagram &datagram)
@@ -94,7 +93,7 @@ private:
     Datagram bytes;
 };
 
-/// One system call: a batch of datagrams from one source.
+/// Sends a batch of datagrams from one source with one system call.
 int sendBatch(int source, sockaddr_in &to, std::array<Datagram, batchSize> &datagrams, unsigned count)
 {
     std::array<mmsghdr, batchSize> messages{};
@@ -141,7 +140,7 @@ int main(int argc, char **argv)
     }
     Maker maker(kind, std::stoul(argv[3]));
     const std::vector<int> sources = openSources(std::stoi(argv[5]));
-    // Few sources send in batches; of many, each sends one datagram in its turn.
+    // Few sources send in batches; many sources send one datagram each in turn.
     const unsigned batch = sources.size() > batchSize ? 1 : batchSize;
 
     std::array<Datagram, batchSize> datagrams;

@@ -30,7 +30,7 @@ void check(bool good, const char *what)
     }
 }
 
-/// Room for the one control message that a datagram has here.
+/// Buffer for one IP_PKTINFO control message.
 struct PacketInfo
 {
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(in_pktinfo))> bytes{};
@@ -128,7 +128,7 @@ void AddressFlood::sendReg1(std::uint64_t number)
 
 void AddressFlood::takeAnswers()
 {
-    constexpr std::array<std::uint8_t, 16> packet{0x80, 0x00}; // an SRT control packet: a header alone
+    constexpr std::array<std::uint8_t, 16> packet{0x80, 0x00}; // an SRT control packet: header only
     std::array<std::uint8_t, registrationBytes> answer{};
     for (;;) {
         PacketInfo control;
@@ -150,7 +150,7 @@ void AddressFlood::takeAnswers()
         std::memcpy(&info, CMSG_DATA(header), sizeof info);
         const std::uint32_t address = ntohl(info.ipi_addr.s_addr);
         if (size == ssize_t{registrationBytes}) {
-            sendFrom(address, answer); // the answer to REG1 is the REG2 to send
+            sendFrom(address, answer); // the response to REG1 is the REG2 to send
         } else if (size == 2) {
             registered.push_back(address);
             sendFrom(address, packet);

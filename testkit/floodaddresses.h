@@ -8,21 +8,21 @@
 #include <span>
 #include <vector>
 
-/// Sends from as many addresses of 127.0.0.0/8 as wanted, through one socket: IP_PKTINFO sets each datagram's source
-/// address (ip(7)). Ends the program with a message when the system refuses something.
+/// Sends from many addresses of 127.0.0.0/8 through one socket: IP_PKTINFO sets each datagram's source address (ip(7)).
+/// Ends the program with a message on errors.
 class AddressFlood
 {
 public:
-    /// Datagrams go to \a floodedPort, which has to be on loopback.
+    /// \a floodedPort is the destination, on loopback.
     explicit AddressFlood(const sockaddr_in &floodedPort);
     AddressFlood(const AddressFlood &) = delete;
     AddressFlood &operator=(const AddressFlood &) = delete;
     ~AddressFlood();
 
-    /// \a rate REG1s a second for \a length, each with an id of its own from an address of its own. Returns how many.
+    /// Sends \a rate REG1s per second for \a length, each with a different id and address. Returns their number.
     std::uint64_t sendReg1s(double rate, std::chrono::duration<double> length);
-    /// Registers \a count groups of one link, \a rate a second; each carries one packet and sends a keepalive every 5
-    /// s, all for \a length. Returns how many datagrams went out.
+    /// Registers \a count groups of one link, \a rate per second; each sends one packet and a keepalive every 5 s, for
+    /// \a length. Returns the number of sent datagrams.
     std::uint64_t holdGroups(std::size_t count, double rate, std::chrono::duration<double> length);
 
 private:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What the tests' servers share: connections served side by side, TLS, and requests read off a connection."""
+"""Shared by the test servers: concurrent connections, TLS, parsing of requests."""
 
 import ssl
 import threading
@@ -8,15 +8,15 @@ RECEIVED_AT_ONCE = 65536
 HEAD_END = b"\r\n\r\n"
 
 
-def serveEach(listener, serve, accepted):
-    """Calls `accepted`, then serves the connection in a thread of its own, for each one until the process ends."""
-    def acceptAll():
+def serve_each(listener, serve, accepted):
+    """Accepts connections until the process ends; for each, calls `accepted` and serves it in a thread."""
+    def accept_all():
         while True:
             connection, _ = listener.accept()
             accepted()
             threading.Thread(target=quietly, args=(serve, connection), daemon=True).start()
 
-    threading.Thread(target=acceptAll, daemon=True).start()
+    threading.Thread(target=accept_all, daemon=True).start()
 
 
 def quietly(serve, connection):
@@ -25,18 +25,18 @@ def quietly(serve, connection):
         with connection:
             serve(connection)
     except OSError:
-        pass  # a client that goes away or refuses the certificate is what many tests are about
+        pass  # clients that disconnect or reject the certificate are test cases
 
 
-def tlsContext(certificate):
-    """A server's side of TLS with the PEM file `certificate`, which holds the key as well."""
+def tls_context(certificate):
+    """A server's TLS context with the PEM file `certificate`, which includes the key."""
     context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
     context.load_cert_chain(certificate)
     return context
 
 
-def readHead(connection, rest=b""):
-    """The next head, with the empty line at its end, and what came behind it; empty when the client ends before that."""
+def read_head(connection, rest=b""):
+    """The next request head including its empty line, and the bytes after it; both empty at the end of the connection."""
     while HEAD_END not in rest:
         block = connection.recv(RECEIVED_AT_ONCE)
         if not block:
@@ -46,9 +46,9 @@ def readHead(connection, rest=b""):
     return head + HEAD_END, rest
 
 
-def readRequest(connection, rest=b""):
-    """Head and body of the next request, and what came behind them; the head is empty when the client ends before that."""
-    head, rest = readHead(connection, rest)
+def read_request(connection, rest=b""):
+    """Head and body of the next request, and the bytes after them; all empty at the end of the connection."""
+    head, rest = read_head(connection, rest)
     length = next((int(line.split(b":")[1]) for line in head.lower().split(b"\r\n")
                    if line.startswith(b"content-length:")), 0)
     while len(rest) < length:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What the tests of the JSON exchange expect, whichever transport is built in.
+// Expected results of the JSON exchange for all transports.
 #pragma once
 
 #include <QJsonObject>
@@ -9,14 +9,14 @@
 
 namespace HttpsJson {
 
-/// True under Wine, whose WinHTTP is another program than the one of Windows.
+/// True under Wine, whose WinHTTP differs from that of Windows.
 inline bool runsUnderWine()
 {
     return QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows &&
            QLibrary::resolve(QStringLiteral("ntdll"), "wine_get_version") != nullptr;
 }
 
-/// The number by which each transport calls the same failure. Those of Windows are from WinHTTP's documentation.
+/// The error number of a failure for each transport. Those of Windows are from WinHTTP's documentation.
 struct ErrorNumber
 {
     int curl = 0;
@@ -57,7 +57,7 @@ inline QJsonObject noJson(int status)
     return failure(QStringLiteral("Der Server lieferte keine gültige JSON-Antwort. HTTP %1").arg(status));
 }
 
-/// The object that jsonservice.py sends for most paths.
+/// The object that jsonservice.py sends by default.
 inline QJsonObject servedObject()
 {
     return {{QStringLiteral("ok"), true}, {QStringLiteral("text"), QStringLiteral("Grüße")}};

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "testkit/httpsservers.h"
 
+#include "testkit/timelimits.h"
+
 #include <QHostAddress>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -9,9 +11,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// Generous: the machine may be busy with everything else.
-constexpr int controlTimeoutMs = 60000;
 
 QByteArray decoded(const QJsonValue &base64)
 {
@@ -26,8 +25,8 @@ HttpsServers::HttpsServers() : description(QJsonDocument::fromJson(qgetenv("TARV
         return;
     }
     control.setProxy(QNetworkProxy::NoProxy);
-    control.connectToHost(QHostAddress(QHostAddress::LocalHost), door(u"control"_s));
-    if (control.waitForConnected(controlTimeoutMs)) {
+    control.connectToHost(QHostAddress(QHostAddress::LocalHost), endpoint(u"control"_s));
+    if (control.waitForConnected(waitMs)) {
         reset();
     }
 }
@@ -37,9 +36,9 @@ QString HttpsServers::authorityFile() const
     return text(u"authority"_s);
 }
 
-quint16 HttpsServers::door(const QString &name) const
+quint16 HttpsServers::endpoint(const QString &name) const
 {
-    return static_cast<quint16>(description.value("doors"_L1).toObject().value(name).toInt());
+    return static_cast<quint16>(description.value("endpoints"_L1).toObject().value(name).toInt());
 }
 
 QString HttpsServers::text(const QString &name) const
@@ -47,23 +46,23 @@ QString HttpsServers::text(const QString &name) const
     return description.value(name).toString();
 }
 
-void HttpsServers::answer(const QString &target, const ServerAnswer &answer)
+void HttpsServers::respond(const QString &target, const ServerResponse &response)
 {
     QJsonArray headers;
-    for (const auto &[name, value] : answer.headers) {
+    for (const auto &[name, value] : response.headers) {
         headers.append(QJsonArray{name, value});
     }
     QJsonObject object{{u"command"_s, u"answer"_s},
                        {u"target"_s, target},
-                       {u"status"_s, answer.status},
+                       {u"status"_s, response.status},
                        {u"headers"_s, headers},
-                       {u"body"_s, QString::fromLatin1(answer.body.toBase64())},
-                       {u"fill"_s, answer.fill},
-                       {u"framing"_s, answer.framing},
-                       {u"then"_s, answer.then},
-                       {u"pauseMs"_s, answer.pauseMs}};
-    if (answer.announced >= 0) {
-        object.insert("announced"_L1, answer.announced);
+                       {u"body"_s, QString::fromLatin1(response.body.toBase64())},
+                       {u"fill"_s, response.fill},
+                       {u"framing"_s, response.framing},
+                       {u"then"_s, response.then},
+                       {u"pauseMs"_s, response.pauseMs}};
+    if (response.announced >= 0) {
+        object.insert("announced"_L1, response.announced);
     }
     command(object);
 }
@@ -74,7 +73,7 @@ QList<ServerRequest> HttpsServers::requests()
     const QJsonArray received = command({{u"command"_s, u"requests"_s}}).value("requests"_L1).toArray();
     for (const QJsonValue &value : received) {
         const QJsonObject request = value.toObject();
-        requests.append({request.value("door"_L1).toString(), decoded(request.value("head"_L1)),
+        requests.append({request.value("endpoint"_L1).toString(), decoded(request.value("head"_L1)),
                          decoded(request.value("body"_L1))});
     }
     return requests;
@@ -94,8 +93,8 @@ QJsonObject HttpsServers::command(const QJsonObject &object)
 {
     control.write(QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n');
     while (!control.canReadLine()) {
-        if (!control.waitForReadyRead(controlTimeoutMs)) {
-            qFatal("The test's server does not answer: %s", qPrintable(control.errorString()));
+        if (!control.waitForReadyRead(waitMs)) {
+            qFatal("The test server does not respond: %s", qPrintable(control.errorString()));
         }
     }
     return QJsonDocument::fromJson(control.readLine()).object();

@@ -7,17 +7,17 @@
 #include <QString>
 #include <QTcpSocket>
 
-/// How the scripted server answers for one target; see testkit/tlsserver.py.
-struct ServerAnswer
+/// A response of the scripted server for one target; see testkit/tlsserver.py.
+struct ServerResponse
 {
     int status = 200;
     QByteArray body = {};
-    /// Bytes "x" that follow the body.
+    /// Number of bytes "x" after the body.
     qint64 fill = 0;
     QList<std::pair<QString, QString>> headers = {};
     /// "length", "chunked" or "close".
     QString framing = QStringLiteral("length");
-    /// What Content-Length says; negative: the truth.
+    /// Content-Length; negative: the real length.
     qint64 announced = -1;
     /// "end", "break" or "stall".
     QString then = QStringLiteral("end");
@@ -25,39 +25,40 @@ struct ServerAnswer
     int pauseMs = 0;
 };
 
-/// The answer that sends a client on to \a target.
-inline ServerAnswer redirectTo(const QString &target)
+/// A redirect to \a target.
+inline ServerResponse redirectTo(const QString &target)
 {
     return {.status = 302, .headers = {{QStringLiteral("Location"), target}}};
 }
 
-/// A request as it came in, byte for byte.
+/// A received request, unchanged.
 struct ServerRequest
 {
-    QString door;
+    QString endpoint;
     QByteArray head;
     QByteArray body;
 };
 
-/// The servers that testkit/withservers.py runs beside the test, the scripted one reset.
+/// The servers started by testkit/withservers.py; the scripted server is reset.
 class HttpsServers
 {
 public:
-    /// Connects to the control door; isUsable() is false when the test runs without the servers.
+    /// Connects to the control endpoint; isUsable() is false without the servers.
     HttpsServers();
 
     [[nodiscard]] bool isUsable() const { return control.state() == QTcpSocket::ConnectedState; }
-    /// PEM file of the authority to trust.
+    /// PEM file of the test authority.
     [[nodiscard]] QString authorityFile() const;
-    [[nodiscard]] quint16 door(const QString &name) const;
-    /// A text of withservers.py's description, like "serviceRoot"; empty where there is none.
+    [[nodiscard]] quint16 endpoint(const QString &name) const;
+    /// A text of withservers.py's data, for example "serviceRoot"; empty if it is missing.
     [[nodiscard]] QString text(const QString &name) const;
 
-    void answer(const QString &target, const ServerAnswer &answer);
+    /// Sets the response for \a target.
+    void respond(const QString &target, const ServerResponse &response);
     [[nodiscard]] QList<ServerRequest> requests();
-    /// Connections that were opened since the last reset, whatever became of them.
+    /// Number of connections since the last reset.
     [[nodiscard]] int connections();
-    /// Forgets answers and requests, and ends every stalled answer.
+    /// Deletes responses and requests and ends all stalls.
     void reset();
 
 private:

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""A server that stands in for the vendor's JSON service, over real TLS, and misbehaves on demand.
+"""A test server in place of the vendor's JSON service, with real TLS and failures on demand.
 
-The path of a request says what is to become of it; each of the functions below is one path, named after it ("/chunked",
-"/status/500"). "/api/network_probe.php" does what the test has told it over the control port.
+The path of a request selects the response; each of the functions below implements one path of the same name ("/chunked",
+"/status/500"). The response of "/api/network_probe.php" is set over the control port.
 """
 
 import json
@@ -10,7 +10,7 @@ import socket
 import threading
 import time
 
-from httpserving import readRequest, serveEach, tlsContext
+from httpserving import read_request, serve_each, tls_context
 
 PROBE = "/api/network_probe.php"
 OBJECT = {"ok": True, "text": "Grüße"}
@@ -19,11 +19,11 @@ ANNOUNCED_TOO_MUCH = 1000
 CHUNK = 7
 INTERIM = b"HTTP/1.1 100 Continue\r\n\r\n"
 SLOW_PIECES = 5
-SLOW_PAUSE_S = 2  # well below what a client waits for one piece; all of them together take longer than that
+SLOW_PAUSE_S = 2  # below the client's limit per receive operation; the sum of all pauses is above it
 
 
 class Request:
-    """One request as it came."""
+    """One received request."""
 
     def __init__(self, head, body):
         lines = head.decode("latin-1").strip().split("\r\n")
@@ -31,53 +31,53 @@ class Request:
         self.headers = [line.split(": ", 1) for line in lines[1:]]
         self.body = body
 
-    def asJson(self):
+    def as_json(self):
         return {"method": self.method, "target": self.target, "version": self.version, "headers": self.headers,
                 "body": self.body.decode()}
 
 
 class Service:
-    """Listens on loopback; `ports` maps what a port is to its number."""
+    """Listens on loopback; `ports` maps the name of a port to its number."""
 
     def __init__(self):
         self.ports = {}
         self._counts = {}
         self._held = 0
-        self._listeners = []  # kept open, also those that nobody accepts from
+        self._listeners = []  # kept open, even without accepting connections
         self._lock = threading.Lock()
         self._probes = []
-        self._probeAnswer = {"path": "/echo"}
+        self._probe_answer = {"path": "/echo"}
         self._released = threading.Event()
 
-    def listenTls(self, what, certificate, port=0):
-        """Speaks HTTP over TLS with the PEM file `certificate`, which holds the key as well."""
-        context = tlsContext(certificate)
+    def listen_tls(self, what, certificate, port=0):
+        """HTTP over TLS with the PEM file `certificate`, which includes the key."""
+        context = tls_context(certificate)
         self._listen(what, lambda plain: self._converse(context.wrap_socket(plain, server_side=True)), port)
 
-    def listenPlain(self, what):
-        """Speaks HTTP without TLS."""
+    def listen_plain(self, what):
+        """HTTP without TLS."""
         self._listen(what, self._converse)
 
-    def listenSilent(self, what):
-        """Accepts connections and says nothing."""
-        self._listen(what, waitForEnd)
+    def listen_silent(self, what):
+        """Accepts connections and sends nothing."""
+        self._listen(what, wait_for_end)
 
-    def listenControl(self, what):
-        """Takes one line of JSON from the test, acts on it, and answers with what has happened so far."""
+    def listen_control(self, what):
+        """The control port: executes a command (one line of JSON) and returns counters and received requests."""
         self._listen(what, self._control)
 
     def refuse(self, what):
-        """A port at which every connection is refused, and that nobody else gets meanwhile."""
+        """A reserved port that refuses connections."""
         reserved = socket.create_server(("127.0.0.1", 0))
         self.ports[what] = reserved.getsockname()[1]
         reserved.close()
-        unheard = socket.socket()
-        unheard.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        unheard.bind(("127.0.0.1", self.ports[what]))
-        self._listeners.append(unheard)
+        bound = socket.socket()
+        bound.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        bound.bind(("127.0.0.1", self.ports[what]))
+        self._listeners.append(bound)
 
     def swallow(self, what):
-        """A port at which connection requests vanish: its queue is full and nobody ever empties it."""
+        """A port that ignores connection requests, because its backlog is full."""
         full = socket.create_server(("127.0.0.1", 0), backlog=0)
         self.ports[what] = full.getsockname()[1]
         self._listeners.append(full)
@@ -92,7 +92,7 @@ class Service:
         self._listeners.append(listener)
         self.ports[what] = listener.getsockname()[1]
         self._counts[what] = 0
-        serveEach(listener, serve, lambda: self._count(what))
+        serve_each(listener, serve, lambda: self._count(what))
 
     def _count(self, what):
         with self._lock:
@@ -102,17 +102,17 @@ class Service:
         with connection:
             rest = b""
             while True:
-                head, body, rest = readRequest(connection, rest)
+                head, body, rest = read_request(connection, rest)
                 if not head or not self._answer(connection, Request(head, body)):
                     return
 
     def _answer(self, connection, request):
-        """Does what the path says; true when the connection can carry another request."""
+        """Sends the response for the path; true when the connection can be reused."""
         path = request.target.split("?")[0]
         if path == PROBE:
             with self._lock:
-                self._probes.append(request.asJson())
-                answer = self._probeAnswer
+                self._probes.append(request.as_json())
+                answer = self._probe_answer
             if "body" in answer:
                 return reply(connection, answer["status"], answer["body"].encode())
             path = answer["path"]
@@ -129,7 +129,7 @@ class Service:
             command = json.loads(stream.readline())
             with self._lock:
                 if "probe" in command:
-                    self._probeAnswer = command["probe"]
+                    self._probe_answer = command["probe"]
                 if command.get("hold"):
                     self._released.clear()
                 if command.get("release"):
@@ -139,8 +139,8 @@ class Service:
             stream.flush()
 
 
-def waitForEnd(connection):
-    """Says nothing more until the client gives up."""
+def wait_for_end(connection):
+    """Sends nothing until the client disconnects."""
     while connection.recv(65536):
         pass
 
@@ -160,7 +160,7 @@ def _text(value):
 
 
 def echo(connection, request, _):
-    return reply(connection, 200, _text(request.asJson()))
+    return reply(connection, 200, _text(request.as_json()))
 
 
 def status(connection, _, argument):
@@ -168,7 +168,7 @@ def status(connection, _, argument):
 
 
 def literal(connection, request, _):
-    """Answers with the request's own body."""
+    """Returns the request's body."""
     return reply(connection, 200, request.body)
 
 
@@ -177,7 +177,7 @@ def big(connection, *_):
 
 
 def interim(connection, *_):
-    """An interim response, then the final one."""
+    """Sends an interim response, then the final one."""
     connection.sendall(INTERIM)
     return reply(connection, 200, _text(OBJECT))
 
@@ -192,8 +192,8 @@ def chunked(connection, *_):
 
 
 def cut(connection, _, argument):
-    """Breaks the connection off: behind an interim response, or before, in the middle of or after an object that was
-    announced as longer."""
+    """Closes the connection after an interim response, or before, within or after the object, before Content-Length is
+    reached."""
     parts = {"interim": INTERIM,
              "headers": b"HTTP/1.1 200 OK\r\nContent-Ty",
              "nothing": _head(200, ANNOUNCED_TOO_MUCH),
@@ -205,9 +205,9 @@ def cut(connection, _, argument):
 
 
 def stall(connection, request, argument):
-    """As cut(), but the connection stays open and silent."""
+    """As cut(), but the connection stays open."""
     cut(connection, request, argument)
-    waitForEnd(connection)
+    wait_for_end(connection)
     return False
 
 
@@ -228,7 +228,7 @@ def redirect(connection, request, argument):
 
 
 def countdown(connection, request, argument):
-    """As many redirects as the path says, then an echo."""
+    """As many redirects as the number in the path, then an echo."""
     left = int(argument)
     if left == 0:
         return echo(connection, request, argument)

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Far beyond what a loaded machine needs; whoever opened a message box that nobody answers would wait for ever.
+// Prevents that a test waits for ever for an unanswered message box.
 constexpr std::chrono::milliseconds longestAnswer = 30s;
 
 } // namespace

@@ -8,7 +8,7 @@
 
 #include <functional>
 
-/// What a message box showed to the user.
+/// Content of a shown message box.
 struct ShownMessageBox
 {
     QString title;
@@ -18,8 +18,8 @@ struct ShownMessageBox
     const QWidget *parent = nullptr;
 };
 
-/// The user in front of the message boxes: notes each one that opens and, once it runs, does with it what the test says
-/// (at first: presses OK). A box that stays open all the same fails the test and is closed.
+/// Records each message box and answers it in its event loop, by default with Ok. A box that stays open for 30 s is
+/// closed and fails the test.
 class MessageBoxes : public QObject
 {
     Q_OBJECT

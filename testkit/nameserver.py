@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""A name server that knows no names, and does not even answer for those below "silent"."""
+"""A name server that returns NXDOMAIN for all names, and no response for names below "silent"."""
 
 import socket
 import threading

@@ -9,15 +9,15 @@
 
 #include <functional>
 
-// The real headers, so that the double cannot drift away from what it stands for.
+// The real headers, so that the double has the same declarations.
 #include <obs-frontend-api.h>
 #include <obs-module.h>
 
-/// Stands in for the libobs and front-end functions that the plug-in uses: keeps sources, scenes and settings with
-/// their reference counts, records what was called in which order, and fails where it is told to.
+/// Replaces the libobs and front-end functions that the plug-in uses: keeps sources, scenes and settings with reference
+/// counts, records calls, and can be set to fail.
 ///
-/// Where the real functions accept null, so do these. The front end holds docks as OBS does: in a QDockWidget of its
-/// main window, which it takes with it when it quits.
+/// Functions accept null where the real ones do. Docks are in a QDockWidget of the main window, as in OBS, and are
+/// destroyed with it.
 namespace ObsDouble {
 
 struct LogLine
@@ -36,18 +36,18 @@ struct RegisteredDock
 
 enum class CurrentScene { None, Scene, NotAScene };
 
-/// Forgets everything and starts anew, with a main window and the current scene "Szene".
+/// Resets all state: a main window and the current scene "Szene".
 void reset();
 
-// What the plug-in did.
+// Recorded calls.
 
-/// The names of the called functions, in order; blog and text_lookup_getstr are left out.
+/// The names of the called functions in order, without blog and text_lookup_getstr.
 const QStringList &calls();
 void clearCalls();
 const QList<LogLine> &logLines();
-/// References to sources and settings objects that the plug-in has taken and not released.
+/// Number of references to sources and settings objects that the plug-in has not released.
 int openReferences();
-/// Calls on objects that were gone already, and releases beyond the last reference.
+/// Calls with released objects, and releases without a reference.
 const QStringList &misuses();
 
 // The sources of OBS.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The functions of libobs and the front end that the plug-in calls.
+// The functions of libobs and of the front end.
 #include "testkit/obsdouble_state.h"
 
 #include <QDockWidget>
@@ -11,7 +11,7 @@ using ObsDouble::state;
 
 namespace {
 
-// Objects are never freed before the next reset, so that a use after the last release can be told.
+// Objects are freed at the next reset, so that a use after the last release is detected.
 bool isAlive(const void *object, const char *function)
 {
     if (state().living.contains(object)) {

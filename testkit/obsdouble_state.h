@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The double's memory, between what tests ask of it (obsdouble.cpp) and what the plug-in calls (obsdouble_calls.cpp).
+// State of the double, shared by the test interface (obsdouble.cpp) and the called functions (obsdouble_calls.cpp).
 #pragma once
 
 #include "testkit/obsdouble.h"
@@ -13,11 +13,11 @@
 
 #include <util/text-lookup.h>
 
-// libobs leaves these types to whoever implements its functions.
+// Types that libobs's headers only declare.
 struct obs_data
 {
     int references = 1;
-    int taken = 0; // of these by the plug-in
+    int taken = 0; // references held by the plug-in
     QVariantMap values;
 };
 
@@ -34,7 +34,7 @@ struct obs_source
     obs_data *settings = nullptr;
     std::unique_ptr<obs_scene> scene;
     int references = 1;
-    int taken = 0; // of these by the plug-in
+    int taken = 0; // references held by the plug-in
     int updates = 0;
 };
 
@@ -71,7 +71,7 @@ State &state();
 
 obs_data *newData(const QVariantMap &values = {});
 obs_source *newSource(const QString &name, const QString &type, const QVariantMap &settings);
-/// Null when there is no living source of that name.
+/// Null when there is no source of that name.
 obs_source *findSource(const QString &name);
 
 } // namespace ObsDouble

@@ -15,7 +15,7 @@
 
 #include <algorithm>
 
-// How much of a drawn panel's words is seen, in pixels.
+// Detection of truncated texts in a panel; all lengths in pixels.
 namespace PanelMeasure {
 
 inline int textWidth(const QWidget *widget, const QString &text)
@@ -23,7 +23,7 @@ inline int textWidth(const QWidget *widget, const QString &text)
     return widget->fontMetrics().size(Qt::TextShowMnemonic, text).width();
 }
 
-/// How many pixels wide the style leaves for the text of a control.
+/// The width that the style leaves for the text of a control.
 inline int roomInButton(const QAbstractButton *button, QStyle::SubElement element)
 {
     QStyleOptionButton option;
@@ -39,7 +39,7 @@ inline int roomInEdit(const QLineEdit *edit)
     QStyleOptionFrame option;
     option.initFrom(edit);
     option.lineWidth = edit->style()->pixelMetric(QStyle::PM_DefaultFrameWidth, &option, edit);
-    constexpr int marginInsideQLineEdit = 2; // on each side, Qt's own
+    constexpr int marginInsideQLineEdit = 2; // on each side, as in Qt
     return edit->style()->subElementRect(QStyle::SE_LineEditContents, &option, edit).width() -
            2 * marginInsideQLineEdit;
 }
@@ -57,7 +57,7 @@ inline int roomInGroup(const QGroupBox *group)
     return title.intersected(group->rect()).width();
 }
 
-/// How many pixels a label lacks in width or height to show its text.
+/// The missing width or height of a label for its text.
 inline int lackingIn(const QLabel *label)
 {
     if (label->wordWrap()) {
@@ -68,7 +68,7 @@ inline int lackingIn(const QLabel *label)
     return std::max(lacking.width(), lacking.height());
 }
 
-/// How many pixels an edit lacks for what has to be seen whole: its placeholder, and a port.
+/// The missing width of an edit for its placeholder and for a port number; longer texts may scroll.
 inline int lackingIn(const QLineEdit *edit)
 {
     constexpr int digitsOfAPort = 5;
@@ -89,7 +89,7 @@ inline int lackingIn(const QWidget *widget)
         return textWidth(box, box->text()) - roomInButton(box, QStyle::SE_CheckBoxContents);
     }
     if (const auto *button = qobject_cast<const QPushButton *>(widget)) {
-        // A theme's border of a pixel may be drawn upon.
+        // The text may overlap a border of one pixel.
         const int room = std::max(roomInButton(button, QStyle::SE_PushButtonContents), button->width() - 1);
         return textWidth(button, button->text()) - room;
     }
@@ -105,7 +105,7 @@ inline QString describe(const QWidget *widget)
     return QStringLiteral("%1 \"%2\"").arg(QLatin1StringView(widget->metaObject()->className()), text);
 }
 
-/// The widgets that share a parent with \a widget and cover a part of it.
+/// The siblings of \a widget that cover a part of it.
 inline QStringList coveredBy(const QWidget *widget)
 {
     QStringList found;
@@ -118,8 +118,8 @@ inline QStringList coveredBy(const QWidget *widget)
     return found;
 }
 
-/// What in \a area reaches beyond its sides, cuts its own text off (and by how many pixels), is lower than it has to be
-/// or is covered. Empty margins may reach beyond the sides.
+/// The widgets in \a area that extend beyond its sides, truncate their text (with the missing pixels), are lower than
+/// their minimum height or are covered. Empty margins may extend beyond the sides.
 inline QStringList cutOff(const QScrollArea *area)
 {
     QStringList found;

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Ports of this network, and what the system says of the UDP ports that programs hold."""
+"""Free ports, and the system's state of bound UDP ports."""
 
 import pathlib
 import socket
@@ -9,22 +9,22 @@ _HEXADECIMAL = 16
 
 
 def free_tcp_port() -> int:
-    """A TCP port that nobody holds at the moment."""
+    """A TCP port that is free at the moment."""
     return _free_port(socket.SOCK_STREAM)
 
 
 def free_udp_port() -> int:
-    """A UDP port that nobody holds at the moment."""
+    """A UDP port that is free at the moment."""
     return _free_port(socket.SOCK_DGRAM)
 
 
 def held_udp_ports() -> set[int]:
-    """The UDP ports that programs hold at an IPv4 address."""
+    """The UDP ports that are bound at an IPv4 address."""
     return {port for port, _ in _udp_sockets()}
 
 
 def udp_drops(port: int) -> int:
-    """Datagrams that arrived at a bound UDP port and found its buffer full."""
+    """Number of datagrams to a bound UDP port that were dropped because its buffer was full."""
     return sum(drops for held, drops in _udp_sockets() if held == port)
 
 
@@ -35,7 +35,7 @@ def _free_port(kind) -> int:
 
 
 def _udp_sockets():
-    """Local port and dropped datagrams of each socket: the second and the last column of proc_net_udp(5)."""
+    """Local port and dropped datagrams of each socket (/proc/net/udp, second and last column)."""
     for line in pathlib.Path("/proc/net/udp").read_text(encoding="ascii").splitlines()[1:]:
         columns = line.split()
         yield int(columns[1].split(":")[1], _HEXADECIMAL), int(columns[-1])

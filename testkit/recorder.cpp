@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Stands in for an installer: writes its arguments, one a line, into the file that TARVOLINE_TEST_RECORD names.
+// Replaces an installer: writes its arguments, one per line, to the file in TARVOLINE_TEST_RECORD.
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -10,7 +10,7 @@ int main(int argc, char *argv[])
     if (!record) {
         return EXIT_FAILURE;
     }
-    // Under its own name only when it is complete: the test waits for the file to appear.
+    // Renamed when complete, because the test waits for the file.
     const std::string unfinished = std::string(record) + ".part";
     std::FILE *file = std::fopen(unfinished.c_str(), "wb");
     if (!file) {

@@ -4,8 +4,8 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
-/// The dock's settings store for one test, empty at first and gone with this object. Where the native store is a file
-/// it lies in a folder of its own; where it is the registry, the key is cleared before and after.
+/// The dock's settings store for one test, initially empty and deleted with this object. A file is stored in a
+/// temporary folder; in the registry the key is cleared before and after.
 class SettingsStore
 {
 public:
@@ -23,7 +23,7 @@ public:
     void set(const QString &key, const QVariant &value) { open().setValue(key, value); }
 
 private:
-    // QSettings can be neither copied nor moved; a fresh one sees what others have written.
+    // QSettings is neither copyable nor movable; a new object reads what others have written.
     struct Store : QSettings
     {
         Store() : QSettings(QStringLiteral("Tarvoline"), QStringLiteral("SRTLA OBS Plugin")) {}

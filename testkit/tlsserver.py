@@ -1,21 +1,21 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""A TLS server that answers as a test tells it, also badly, and remembers what it was asked.
+"""A TLS server with scripted responses, including invalid ones, that records all requests.
 
-One server has several doors (TCP ports): proxy doors that take a CONNECT to any host and then are that host, so that a
-client meets any name without a name service, and tunnel doors that pass it on to another server. A test in another
-process talks to the control door: one JSON object a line each way.
+It has several endpoints (TCP ports): proxy endpoints accept a CONNECT to any host and then act as that host, so that any
+name can be used without a name service; tunnel endpoints forward the connection to another server. The test controls the
+server through the control endpoint, with one JSON object per line in each direction.
 
     {"command": "answer", "target": "/update.json", "status": 200, "headers": [["Location", "…"]],
      "body": "<base64>", "fill": 0, "framing": "length", "announced": 12, "then": "end", "pauseMs": 0}
 
-`fill` sends that many bytes "x" behind the body. `framing` is "length" (Content-Length: `announced`, or the true one),
-"chunked" or "close". `then` says what follows the last byte: "end", "break" (the connection is cut), or "stall" (nothing
-more, until the test resets the server). `pauseMs` makes the server wait before the last byte of `body`. A target
-without an answer gets 404; the status 0 stands for no answer at all.
+`fill` appends that many bytes "x" to the body. `framing` is "length" (Content-Length: `announced`, or the real length),
+"chunked" or "close". `then` is what follows the last byte: "end", "break" (the connection is closed without TLS's
+close_notify) or "stall" (nothing until the server is reset). `pauseMs` is a pause before the last byte of `body`. A
+target without a response gets 404; status 0 means no response.
 
-    {"command": "requests"}     -> {"requests": [{"door": "proxy", "head": "<base64>", "body": "<base64>"}, …]}
+    {"command": "requests"}     -> {"requests": [{"endpoint": "proxy", "head": "<base64>", "body": "<base64>"}, …]}
     {"command": "connections"}  -> {"connections": 3}
-    {"command": "reset"}        -> {} forgets answers and requests and lets everything that stalls end
+    {"command": "reset"}        -> {} deletes responses and requests and ends all stalls
 """
 
 import base64
@@ -25,7 +25,7 @@ import ssl
 import threading
 import time
 
-from httpserving import HEAD_END, quietly, readHead, readRequest, serveEach, tlsContext
+from httpserving import HEAD_END, quietly, read_head, read_request, serve_each, tls_context
 
 ANY_PORT = ("127.0.0.1", 0)
 BLOCK = b"x" * 65536
@@ -33,58 +33,58 @@ TUNNEL_OPEN = b"HTTP/1.1 200 Connection established" + HEAD_END
 
 
 class TlsServer:
-    """Serves until the process ends; `doors` maps the name of each door to its port."""
+    """Serves until the process ends; `endpoints` maps the name of each endpoint to its port."""
 
     def __init__(self):
-        self.doors = {}
+        self.endpoints = {}
         self._lock = threading.Lock()
         self._answers = {}
         self._requests = []
         self._connections = 0
         self._resumed = threading.Event()
 
-    def openProxyDoor(self, name, certificate):
-        """A door that is an HTTP proxy first and, after a CONNECT, a TLS server with `certificate`."""
-        context = tlsContext(certificate)
-        self._open(name, lambda connection: self._serveProxy(name, connection, context))
+    def open_proxy_endpoint(self, name, certificate):
+        """An HTTP proxy that acts as TLS server with `certificate` after a CONNECT."""
+        context = tls_context(certificate)
+        self._open(name, lambda connection: self._serve_proxy(name, connection, context))
 
-    def openTunnelDoor(self, name, port):
-        """A door that is an HTTP proxy and, after a CONNECT to any host, the server on `port` of 127.0.0.1."""
-        self._open(name, lambda connection: _serveTunnel(connection, port))
+    def open_tunnel_endpoint(self, name, port):
+        """An HTTP proxy that forwards a CONNECT to any host to `port` of 127.0.0.1."""
+        self._open(name, lambda connection: _serve_tunnel(connection, port))
 
-    def openControlDoor(self, name="control"):
-        """The door for the test itself; its connections don't count."""
-        self._open(name, self._serveControl, counted=False)
+    def open_control_endpoint(self, name="control"):
+        """The control endpoint; its connections are not counted."""
+        self._open(name, self._serve_control, counted=False)
 
     def _open(self, name, serve, counted=True):
         listener = socket.create_server(ANY_PORT)
-        self.doors[name] = listener.getsockname()[1]
-        serveEach(listener, serve, lambda: self._count(counted))
+        self.endpoints[name] = listener.getsockname()[1]
+        serve_each(listener, serve, lambda: self._count(counted))
 
     def _count(self, connections):
         with self._lock:
             self._connections += connections
 
-    def _serveProxy(self, name, connection, context):
-        head, rest = readHead(connection)
+    def _serve_proxy(self, name, connection, context):
+        head, rest = read_head(connection)
         if not head:
-            return  # a client that goes away without a word has asked nothing
+            return  # disconnected without a request
         if not head.startswith(b"CONNECT "):
             self._remember(name + " without tunnel", head, b"")
             connection.sendall(b"HTTP/1.1 502 Bad Gateway\r\nContent-Length: 0\r\n\r\n")
             return
         assert not rest
         connection.sendall(TUNNEL_OPEN)
-        self._serveTls(name, connection, context)
+        self._serve_tls(name, connection, context)
 
-    def _serveTls(self, name, connection, context):
+    def _serve_tls(self, name, connection, context):
         with context.wrap_socket(connection, server_side=True) as secured:
-            self._serveRequests(name, secured)
+            self._serve_requests(name, secured)
 
-    def _serveRequests(self, name, connection):
+    def _serve_requests(self, name, connection):
         rest = b""
         while True:
-            head, body, rest = readRequest(connection, rest)
+            head, body, rest = read_request(connection, rest)
             if not head:
                 return
             self._remember(name, head, body)
@@ -95,11 +95,11 @@ class TlsServer:
             if not _answer(connection, answer, resumed):
                 return
 
-    def _remember(self, door, head, body):
+    def _remember(self, endpoint, head, body):
         with self._lock:
-            self._requests.append({"door": door, "head": _text(head), "body": _text(body)})
+            self._requests.append({"endpoint": endpoint, "head": _text(head), "body": _text(body)})
 
-    def _serveControl(self, connection):
+    def _serve_control(self, connection):
         with connection.makefile("rw", encoding="utf-8") as lines:
             for line in lines:
                 json.dump(self._control(json.loads(line)), lines)
@@ -125,8 +125,8 @@ class TlsServer:
                     return {"error": f"unknown command {other}"}
 
 
-def _serveTunnel(connection, port):
-    head, rest = readHead(connection)
+def _serve_tunnel(connection, port):
+    head, rest = read_head(connection)
     assert head.startswith(b"CONNECT ") and not rest
     connection.sendall(TUNNEL_OPEN)
     with socket.create_connection(("127.0.0.1", port)) as server:
@@ -143,7 +143,7 @@ def _copy(source, target):
 
 
 def _answer(connection, answer, resumed):
-    """Sends the answer; true when the connection may serve another request."""
+    """Sends the response; true when the connection can be reused."""
     if answer["status"] == 0:
         resumed.wait()
         return False
@@ -165,7 +165,7 @@ def _answer(connection, answer, resumed):
         connection.sendall(b"%x\r\n%b\r\n" % (len(block), block) if framing == "chunked" else block)
     match answer.get("then", "end"):
         case "break":
-            # The caller closes the socket without a word of TLS: the client sees the connection cut.
+            # The caller closes the socket without close_notify.
             return False
         case "stall":
             resumed.wait()
@@ -173,12 +173,12 @@ def _answer(connection, answer, resumed):
     if framing == "chunked":
         connection.sendall(b"0\r\n\r\n")
     if framing == "close":
-        _sayGoodbye(connection)
+        _close_tls(connection)
     return framing != "close"
 
 
-def _sayGoodbye(connection):
-    # TLS's own end of the stream; like other servers this one does not wait for the client's.
+def _close_tls(connection):
+    # Sends close_notify without waiting for the client's, like other servers.
     connection.setblocking(False)
     try:
         connection.unwrap()

@@ -4,20 +4,21 @@
 #include <QHostAddress>
 #include <QUdpSocket>
 
-/// Holds the UDP port, or any free one with 0, as another receiver would; false when somebody has it already.
+/// Binds \a socket exclusively to the UDP port, or to a free one with 0, as another receiver would; false if it is
+/// taken.
 inline bool occupy(QUdpSocket &socket, quint16 port)
 {
     return socket.bind(QHostAddress::AnyIPv4, port, QAbstractSocket::DontShareAddress);
 }
 
-/// Whether nobody holds the UDP port.
+/// Whether the UDP port is free.
 inline bool portIsFree(quint16 port)
 {
     QUdpSocket socket;
     return occupy(socket, port);
 }
 
-/// A UDP port that nobody held a moment ago; 0 when there is none.
+/// A UDP port that was free at the call; 0 without one.
 inline quint16 freePort()
 {
     QUdpSocket socket;

@@ -6,7 +6,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-// What the tests of the update check expect to read, and the manifests that they serve.
+// Expected texts of the update check, and manifests.
 namespace UpdateCheck {
 
 inline const QString vendor = QString::fromUtf8(vendorHost);

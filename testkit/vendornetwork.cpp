@@ -14,9 +14,9 @@ using namespace Qt::StringLiterals;
 #ifdef Q_OS_WIN
 namespace {
 
-// Wine looks for a certificate's issuer in the system's store only, never among the authorities that Qt hands over. A
-// certificate that names the test's authority as its issuer passes; Windows itself finds the issuer and has no error.
-bool areOnlyWines(const QList<QSslError> &errors, const QString &authorityFile)
+// Wine searches a certificate's issuer in the system's store only, not in the authorities set by Qt. The error is
+// ignored for certificates issued by the test authority; on Windows it does not occur.
+bool isWineIssuerError(const QList<QSslError> &errors, const QString &authorityFile)
 {
     const QList<QSslCertificate> authorities = QSslCertificate::fromPath(authorityFile);
     return authorities.size() == 1 && std::all_of(errors.begin(), errors.end(), [&authorities](const QSslError &error) {
@@ -29,9 +29,10 @@ bool areOnlyWines(const QList<QSslError> &errors, const QString &authorityFile)
 } // namespace
 #endif
 
-VendorNetwork::VendorNetwork(const HttpsServers &servers, const QString &door) : authorityFile(servers.authorityFile())
+VendorNetwork::VendorNetwork(const HttpsServers &servers, const QString &endpoint)
+    : authorityFile(servers.authorityFile())
 {
-    setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, u"127.0.0.1"_s, servers.door(door)));
+    setProxy(QNetworkProxy(QNetworkProxy::HttpProxy, u"127.0.0.1"_s, servers.endpoint(endpoint)));
 }
 
 int VendorNetwork::openReplies() const
@@ -53,7 +54,7 @@ QNetworkReply *VendorNetwork::createRequest(Operation operation, const QNetworkR
     QNetworkReply *reply = QNetworkAccessManager::createRequest(operation, ours, body);
 #ifdef Q_OS_WIN
     connect(reply, &QNetworkReply::sslErrors, this, [this, reply](const QList<QSslError> &errors) {
-        if (areOnlyWines(errors, authorityFile)) {
+        if (isWineIssuerError(errors, authorityFile)) {
             reply->ignoreSslErrors(errors);
         }
     });

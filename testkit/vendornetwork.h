@@ -14,24 +14,24 @@
 
 class QNetworkReply;
 
-/// A network in which every host is the test's server: requests go through one of its proxy doors, and the test's
-/// authority is trusted. Notes the requests that it is given and when their replies finish.
+/// A network manager that sends all requests through a proxy endpoint of the test server and trusts the test authority.
+/// Records requests and the end of their replies.
 class VendorNetwork : public QNetworkAccessManager
 {
     Q_OBJECT
 
 public:
-    explicit VendorNetwork(const HttpsServers &servers, const QString &door = QStringLiteral("proxy"));
+    explicit VendorNetwork(const HttpsServers &servers, const QString &endpoint = QStringLiteral("proxy"));
 
-    /// Gives the next requests this much time, in place of what they ask for.
+    /// Overrides the transfer timeout of the next requests.
     void shortenTimeout(std::chrono::milliseconds timeout) { shorterTimeout = timeout; }
-    /// Trusts no certificate at all from now on.
-    void trustNobody() { authorityFile.clear(); }
-    /// The requests as the dock made them.
+    /// Trusts no certificate from now on.
+    void trustNone() { authorityFile.clear(); }
+    /// The requests of the dock.
     [[nodiscard]] const QList<QNetworkRequest> &made() const { return madeRequests; }
-    /// Replies that were not released yet.
+    /// Replies that are not deleted yet.
     [[nodiscard]] int openReplies() const;
-    /// Started when the last reply finished, before anyone else learnt of it; and what it said about its failure.
+    /// Started when the last reply finished, before other slots run; and its error text.
     [[nodiscard]] const QElapsedTimer &sinceFinished() const { return finishedTimer; }
     [[nodiscard]] const QString &lastErrorText() const { return errorText; }
 

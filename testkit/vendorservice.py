@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The vendor's service as it is deployed: a private nginx on loopback with the configuration that users get."""
+"""The vendor's service: nginx on loopback with the delivered configuration."""
 
 import os
 import re
@@ -9,9 +9,9 @@ import time
 from pathlib import Path
 
 from ports import free_tcp_port
+from timelimits import PROGRAM_TIMEOUT_S
 
 MODULES = Path("/usr/lib/nginx/modules")
-STARTED_WITHIN_SECONDS = 60
 
 MAIN = """
 load_module {modules}/ngx_http_echo_module.so;
@@ -34,8 +34,7 @@ http {{
 
 
 class VendorService:
-    """Runs `configuration` with `certificate` on 127.0.0.1, on a free port if none is given; serves the files below
-    `root`."""
+    """Runs `configuration` with `certificate` on 127.0.0.1, on a free port if none is given; serves the files in `root`."""
 
     def __init__(self, folder, configuration, certificate, port=None):
         self.folder = Path(folder)
@@ -43,18 +42,18 @@ class VendorService:
         self.root.mkdir(parents=True)
         self.port = port or free_tcp_port()
         (self.folder / "service.conf").write_text(self._moved(Path(configuration).read_text(), certificate))
-        # Workers of a root's nginx would be nobody, who may not look into the test's folder.
+        # As root, nginx's workers would run as "nobody" without access to the test's folder.
         user = "user root;" if os.getuid() == 0 else ""
         (self.folder / "nginx.conf").write_text(MAIN.format(modules=MODULES, user=user, folder=self.folder))
         self._process = subprocess.Popen(["nginx", "-e", self.folder / "error.log", "-c", self.folder / "nginx.conf"])
-        self._waitUntilItListens()
+        self._wait_for_listener()
 
     def stop(self):
         self._process.terminate()
         self._process.wait()
 
     def _moved(self, text, certificate):
-        """The configuration with the test's port, certificate and folder in place of the machine's."""
+        """The configuration with the test's port, certificate and folder."""
         for pattern, replacement in ((r"listen 443 ssl;", f"listen 127.0.0.1:{self.port} ssl;"),
                                      (r"ssl_certificate .*;", f"ssl_certificate {certificate};"),
                                      (r"ssl_certificate_key .*;", f"ssl_certificate_key {certificate};"),
@@ -63,8 +62,8 @@ class VendorService:
             assert count == 1, pattern
         return text
 
-    def _waitUntilItListens(self):
-        deadline = time.monotonic() + STARTED_WITHIN_SECONDS
+    def _wait_for_listener(self):
+        deadline = time.monotonic() + PROGRAM_TIMEOUT_S
         while self._process.poll() is None and time.monotonic() < deadline:
             try:
                 socket.create_connection(("127.0.0.1", self.port)).close()

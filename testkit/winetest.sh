@@ -1,8 +1,8 @@
 #!/bin/sh
 # SPDX-License-Identifier: GPL-2.0-or-later
-# Runs a Qt Test program of the cross build: winetest.sh WINERUN PROGRAM [ARG...]. Under Wine its report reaches files only,
-# not a pipe, and is printed from there. It gets a screen of its own: without one Wine refuses every window, and Qt's
-# platform plug-ins that need none cannot be asked for, because Wine keeps the system's QT_ variables from its programs.
+# Runs a Qt Test program of the cross build: winetest.sh WINERUN PROGRAM [ARG...]. The report is written to a file, because
+# Qt Test does not write to pipes under Wine. The program needs a virtual screen: Wine creates no windows without one, and
+# Wine does not pass QT_ variables to its programs, so Qt's offscreen plug-in cannot be selected.
 emulator=$1 program=$2
 shift 2
 report=$(mktemp)

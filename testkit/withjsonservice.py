@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Runs a test program beside a stand-in for the vendor's service: withjsonservice.py VENDOR-HOST PROGRAM [ARG...]
+"""Runs a test program with a test server in place of the vendor's service: withjsonservice.py VENDOR-HOST PROGRAM [ARG...]
 
-The program runs in a network of its own, in which the vendor's host is this machine and a test authority is trusted. It
-finds the ports in the environment variable TARVOLINE_JSON_SERVICE. The exit code is the program's, or 77 for "skipped".
+The program runs in a network namespace in which the vendor's host resolves to 127.0.0.1 and a test authority is trusted.
+The environment variable TARVOLINE_JSON_SERVICE has the ports. The exit code is the program's, or 77 for "skipped".
 """
 
 import json
@@ -18,7 +18,7 @@ import ownnetwork
 from certificates import Authority
 from jsonservice import Service
 
-HTTPS_PORT = 443  # the vendor's address names no port
+HTTPS_PORT = 443
 
 
 def main():
@@ -34,22 +34,22 @@ def main():
 
 def start(folder, vendor):
     trusted = Authority(folder / "trusted")
-    stranger = Authority(folder / "stranger", "Nobody's authority")
+    stranger = Authority(folder / "stranger", "Untrusted authority")
     ownnetwork.trust(trusted.certificate)
     ownnetwork.name([vendor])
     nameserver.start()
-    ownnetwork.ask(nameserver.ADDRESS)
+    ownnetwork.use_name_server(nameserver.ADDRESS)
 
     service = Service()
     ours = trusted.issue("localhost", vendor)
-    service.listenTls("vendor", ours, HTTPS_PORT)
-    service.listenTls("https", ours)
-    service.listenTls("otherHost", trusted.issue("other.example"))
-    service.listenTls("expired", trusted.issue("localhost", expired=True))
-    service.listenTls("stranger", stranger.issue("localhost"))
-    service.listenPlain("http")
-    service.listenSilent("silent")
-    service.listenControl("control")
+    service.listen_tls("vendor", ours, HTTPS_PORT)
+    service.listen_tls("https", ours)
+    service.listen_tls("otherHost", trusted.issue("other.example"))
+    service.listen_tls("expired", trusted.issue("localhost", expired=True))
+    service.listen_tls("stranger", stranger.issue("localhost"))
+    service.listen_plain("http")
+    service.listen_silent("silent")
+    service.listen_control("control")
     service.refuse("refused")
     service.swallow("swallowed")
     return service

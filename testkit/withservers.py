@@ -1,20 +1,20 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Runs a test program beside the servers it talks to: withservers.py --vendor HOST [--service FILE] COMMAND [ARG…]
+"""Runs a test program with its HTTPS servers: withservers.py --vendor HOST [--service FILE] COMMAND [ARG…]
 
-The program finds them in the environment variable TARVOLINE_TEST_SERVERS, a JSON object:
+The environment variable TARVOLINE_TEST_SERVERS has their data as a JSON object:
 
-    authority            PEM file of the authority that issued the certificates; trusted by nobody but the test
-    doors.proxy          port of a proxy behind which every host is the scripted server (tlsserver.py)
-    doors.control        port of the scripted server's control door
+    authority               PEM file of the test authority that issued the certificates
+    endpoints.proxy         port of a proxy that maps every host to the scripted server (tlsserver.py)
+    endpoints.control       port of the scripted server's control endpoint
 
 and, when --service names the configuration of the real service (vendorservice.py):
 
-    doors.serviceProxy   port of a proxy behind which every host is that service
-    serviceRoot          the folder whose files it serves
-    serviceScripts       the folder with its configuration and scripts
+    endpoints.serviceProxy  port of a proxy that maps every host to that service
+    serviceRoot             the folder whose files it serves
+    serviceScripts          the folder with its configuration and scripts
 
-Here and not in the test programs, because some of those run under Wine.
+The servers are separate processes, because some test programs run under Wine.
 """
 
 import argparse
@@ -43,14 +43,14 @@ def main():
         certificate = authority.issue(vendor, f"*.{vendor}", f"evil{vendor}", "other.example")
 
         server = TlsServer()
-        server.openProxyDoor("proxy", certificate)
-        server.openControlDoor()
-        servers = {"authority": str(authority.certificate), "doors": server.doors}
+        server.open_proxy_endpoint("proxy", certificate)
+        server.open_control_endpoint()
+        servers = {"authority": str(authority.certificate), "endpoints": server.endpoints}
 
         service = None
         if arguments.service:
             service = VendorService(Path(folder) / "service", arguments.service, certificate)
-            server.openTunnelDoor("serviceProxy", service.port)
+            server.open_tunnel_endpoint("serviceProxy", service.port)
             servers |= {"serviceRoot": str(service.root), "serviceScripts": str(Path(arguments.service).parent)}
         try:
             return subprocess.run(arguments.command, env=os.environ | {"TARVOLINE_TEST_SERVERS": json.dumps(servers)},

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The faults, and how each is run."""
+"""The faults and their execution."""
 
 import concurrent.futures
 import contextlib
@@ -11,31 +11,30 @@ from collections.abc import Callable
 
 import stream
 from ports import udp_drops
+from timelimits import PROGRAM_TIMEOUT_S
 
 from .streampath import OTHER_SENDER_ID, SENDER_ID, Pace, StreamPath
 
-# After the first bytes have come to the reader, by when the stream has found its pace.
+# After the first received bytes, when the stream is stable.
 _FAULT_AFTER_S = 2
-# A sender's own time-out, that of its SRT connection and a handshake come after the longest fault, on a busy machine.
-_PATIENCE_S = 120
-# What 200 senders of 8 Mbit/s need is more than two processors have; they share what ten of them would.
+# Two processors cannot serve 200 senders of 8 Mbit/s; the senders share this rate.
 _SHARED_MEGABITS = 20.0
-# Nor do two processors always serve 400 programs within two seconds; it is the receiver that is tried out, not them.
+# Two processors do not always serve 400 programs within two seconds.
 _SHARED_LATENCY_MS = 8000
 
 
 @dataclasses.dataclass(frozen=True)
 class Fault:
-    """One row. `settings` holds the setting of each link, `strike` what happens to the programs, `longer_s` how much
-    longer than others its stream is."""
+    """One row. `settings` are the options of the links, `strike` is the action on the programs, `longer_s` the additional
+    length of the stream."""
 
     name: str
     settings: tuple = ("", "", "")
-    covered: bool = True  # whether SRT's latency makes up for it
+    covered: bool = True  # whether SRT's latency covers it
     strike: Callable[[StreamPath], None] | None = None
     longer_s: int = 0
     senders: int = 1
-    quick: bool = True  # whether it belongs to the quick form
+    quick: bool = True  # whether it is part of the quick form
 
 
 FAULTS = (
@@ -62,7 +61,7 @@ FAULTS = (
 
 
 def chosen(words, quick) -> list[Fault] | None:
-    """The faults whose names hold one of the words, or those of the quick form; nothing if a word fits none."""
+    """The faults whose names contain one of the words, or those of the quick form; None if a word matches no fault."""
     if any(all(word not in fault.name for fault in FAULTS) for word in words):
         return None
     return [fault for fault in FAULTS
@@ -84,8 +83,8 @@ def _received_bytes(folder) -> int:
 
 
 def rows(faults, folder, pace, at_once=1):
-    """Runs the faults below `folder`, `at_once` side by side, and yields their rows in the order of `faults`. The row of a
-    stream that never came back has the key "failure" with the reason."""
+    """Runs the faults in `folder`, `at_once` concurrently, and yields their rows in the order of `faults`. The row of a
+    stream that did not recover has the key "failure" with the reason."""
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
     with concurrent.futures.ThreadPoolExecutor(at_once) as pool:
@@ -93,9 +92,9 @@ def rows(faults, folder, pace, at_once=1):
 
 
 def verdict(row) -> str:
-    """What is wrong with a row; nothing if it is as it should be."""
+    """The error of a row; empty if it is correct."""
     if "failure" in row:
-        return "NEVER CAME BACK"
+        return "NOT RECOVERED"
     return "LOST" if row["covered"] and row["lostBytes"] else ""
 
 
@@ -110,8 +109,8 @@ def _row_or_failure(fault, folder, pace) -> dict:
 
 
 def run(fault, folder, pace) -> dict:
-    """Sends a stream, or many, while `fault` happens, and returns the row. Raises an AssertionError if the stream never
-    came back."""
+    """Sends one stream or several during `fault` and returns the row. Raises an AssertionError if the stream does not
+    recover."""
     received = folder / "received"
     received.mkdir(parents=True)
     return (_run_one if fault.senders == 1 else _run_many)(fault, folder, received, pace)
@@ -124,7 +123,7 @@ def _run_one(fault, folder, received, pace):
         if fault.strike:
             time.sleep(pace.latency_ms / 1000 + _FAULT_AFTER_S)
             fault.strike(path)
-        totals = path.finish(seconds + _PATIENCE_S)
+        totals = path.finish(seconds + PROGRAM_TIMEOUT_S)
     uplinks = [link["up"] for link in totals["links"]]
     return _row(fault, pace, file.stat().st_size, _received_bytes(received), recoveredAfterS=path.recovery_s(),
                 longestPauseMs=max(path.listened("longestPauseMs")), reconnections=path.reconnections(),
@@ -133,7 +132,7 @@ def _run_one(fault, folder, received, pace):
 
 
 def _run_many(fault, folder, received, pace):
-    """Every sender has three links and an SRT stream of its own."""
+    """Every sender has three links and its own SRT stream."""
     rate = min(pace.megabits_per_second, _SHARED_MEGABITS / fault.senders)
     slow = Pace(rate, _SHARED_LATENCY_MS, pace.seconds)
     file = _make_file(folder / "sent", slow.size(slow.seconds))
@@ -153,8 +152,8 @@ def _run_many(fault, folder, received, pace):
         callers = [keep(stream.SrtSender(bond.port, file, stream_id=f"stream{number}", megabits_per_second=rate,
                                          latency_ms=slow.latency_ms)) for number, bond in enumerate(bonds)]
         for caller in callers:
-            caller.exit_code(pace.seconds + _PATIENCE_S)
-        listener.exit_code(_PATIENCE_S)
+            caller.exit_code(pace.seconds + PROGRAM_TIMEOUT_S)
+        listener.exit_code(PROGRAM_TIMEOUT_S)
         ends = [line for line in listener.objects if line["event"] == "ended"]
         drops = udp_drops(engine.port)
     return _row(fault, slow, file.stat().st_size * fault.senders, _received_bytes(received), recoveredAfterS=None,

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""One live stream from a caller to a listener, whose programs can be stopped and started on the way."""
+"""One live stream from a caller to a listener, whose programs can be stopped and restarted."""
 
 import dataclasses
 import signal
@@ -10,32 +10,32 @@ import stream
 LINKS = ("127.0.0.11", "127.0.0.12", "127.0.0.13")
 SENDER_ID = "3fa07c1d22e9"
 OTHER_SENDER_ID = "a1b2c3d4e5f6"
-# More than any caller that reconnects makes of its one stream.
+# More than the number of reconnections of a caller.
 _MANY_STREAMS = 100
-# A killed program's port is free at once; this is how long somebody takes to start it again.
-_AWAY_S = 1.0
+# Time between the end of a program and its restart.
+_RESTART_AFTER_S = 1.0
 
 
 @dataclasses.dataclass(frozen=True)
 class Pace:
-    """How fast the stream is, how much time SRT has, and how long one row's stream lasts."""
+    """Rate, SRT latency and length of a stream."""
 
     megabits_per_second: float
     latency_ms: int
     seconds: int
 
     def size(self, seconds) -> int:
-        """The bytes of so many seconds."""
+        """Number of bytes in `seconds`."""
         return int(self.megabits_per_second * 1e6 / 8 * seconds)
 
 
 FULL = Pace(megabits_per_second=8.0, latency_ms=2000, seconds=14)
-# Slow enough, and with enough time, to lose nothing on a machine that has other tests to run beside it.
+# Slow enough to lose nothing on a machine that runs other tests concurrently.
 QUICK = Pace(megabits_per_second=2.0, latency_ms=4000, seconds=14)
 
 
 class StreamPath:
-    """The running programs. `ends` holds when something that was broken was whole again, by the monotonic clock."""
+    """The running programs. `ends` has the end times of the faults (time.monotonic)."""
 
     def __init__(self, folder, file, pace, settings):
         self.folder, self.file, self.pace = folder, file, pace
@@ -49,47 +49,48 @@ class StreamPath:
         self._first_byte = time.monotonic()
 
     def over(self):
-        """What was broken is whole again."""
+        """Records the end of a fault."""
         self.ends.append(time.monotonic())
 
     def stall(self, seconds):
-        """The receiver's thread stands still, as when its host is busy."""
+        """Stops the receiver's thread for a time, as a stall of the host would."""
         self.engine.send_signal(signal.SIGSTOP)
         time.sleep(seconds)
         self.engine.send_signal(signal.SIGCONT)
         self.over()
 
     def restart_listener(self):
-        """The SRT listener is killed and comes back on its port."""
+        """Kills the SRT listener and restarts it on its port."""
         port = self.listener.port
         self._drop(self.listener)
-        time.sleep(_AWAY_S)
+        time.sleep(_RESTART_AFTER_S)
         folder = self.folder / "again"
         folder.mkdir()
         self.listener = stream.SrtReceiver(folder, port=port, streams=_MANY_STREAMS)
         self.over()
 
     def restart_receiver(self):
-        """The user presses stop, and start a moment later."""
+        """Stops the receiver and starts it again."""
         self.engine.stop()
         self.gone.append(self.engine)
-        time.sleep(_AWAY_S)
+        time.sleep(_RESTART_AFTER_S)
         self.engine = stream.EngineHost(self.listener.port, self.engine.port)
         self.over()
 
     def restart_sender(self, sender_id):
-        """The app is killed and started again: caller and links, with the id given."""
+        """Kills caller and bonding sender and restarts them with the given id."""
         self._drop(self.caller)
         self._drop(self.bond)
-        time.sleep(_AWAY_S)
+        time.sleep(_RESTART_AFTER_S)
         self.bond = self._bond(sender_id)
         self.caller = self._caller("restarted", int((time.monotonic() - self._first_byte) * 1000))
         self.over()
 
     def finish(self, timeout_s) -> dict:
-        """Waits until the stream has ended; returns the bonding sender's totals. Fails if the last of it never came."""
+        """Waits for the end of the stream and returns the bonding sender's totals. Raises an error if the end did not
+        arrive."""
         if self.caller.exit_code(timeout_s) != 0:
-            raise stream.Ended(f"the stream never came back\n{self.caller.tail()}")
+            raise stream.Ended(f"the stream did not recover\n{self.caller.tail()}")
         accepted = len([line for line in self.listener.objects if line["event"] == "accepted"])
         self.listener.wait_for(
             lambda _: len([line for line in self.listener.objects if line["event"] == "ended"]) >= accepted,
@@ -97,8 +98,8 @@ class StreamPath:
         return self.bond.finish()
 
     def recovery_s(self) -> float | None:
-        """The longest time from the end of a fault until the stream flowed again at the listener's reader; 0 if it did
-        all the time; nothing if no fault ended."""
+        """The longest time from the end of a fault until the listener received data again; 0 without an interruption; None
+        without a fault."""
         ends = self.ends + [time_ for line, time_ in zip(self.bond.objects, self.bond.times)
                             if line["event"] in ("restored", "rebound")]
         if not ends:
@@ -110,7 +111,7 @@ class StreamPath:
                    default=0.0)
 
     def listened(self, figure) -> list[int]:
-        """A figure of each connection, from its last line."""
+        """A value of each connection, from its last line."""
         latest = {}
         for listener in [*self.gone, self.listener]:
             if isinstance(listener, stream.SrtReceiver):
@@ -118,11 +119,11 @@ class StreamPath:
         return list(latest.values())
 
     def reconnections(self) -> int:
-        """How often the caller's connection broke."""
+        """Number of broken connections of the caller."""
         return len([line for line in self.caller.objects if line["event"] == "broken"])
 
     def close(self):
-        """Ends what still runs."""
+        """Kills all programs."""
         for program in [self.caller, self.bond, self.engine, self.listener]:
             program.kill()
 

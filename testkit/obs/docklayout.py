@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""An arrangement of OBS's window in which the plug-in's dock stands open at the right, as a user would drag it there.
+"""A layout of OBS's window with the plug-in's dock open at the right.
 
-OBS keeps it as the bytes of QMainWindow::saveState; the order of the fields is that of Qt's qmainwindowlayout.cpp and
+OBS stores it as the bytes of QMainWindow::saveState; the order of the fields is that of Qt's qmainwindowlayout.cpp and
 qdockarealayout.cpp, the same in all of Qt 6.
 """
 
@@ -17,7 +17,7 @@ _VISIBLE = 1
 _UNBOUNDED = 0x00ffffff
 _SMALLEST = 100
 
-# Which dock area owns each corner of the window, from the top left: the bottom docks stand between the side docks.
+# The dock area of each corner of the window, from the top left: the bottom docks are between the side docks.
 _CORNERS = (1, 2, 1, 2)
 
 

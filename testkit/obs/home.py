@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""An OBS configuration of its own for one session: nothing of the user's is read or written."""
+"""A separate OBS configuration for one session: the user's is neither read nor written."""
 
 import json
 import pathlib
@@ -12,17 +12,17 @@ MODULE = "tarvoline-srtla"
 _PROFILE = "Test"
 _COLLECTION = "Test"
 
-# The canvas is small because the picture is drawn by the processor.
+# Small, because OBS renders in software.
 CANVAS = (640, 360)
 
 
 class ObsHome:
-    """A home folder in which OBS has been set up once, without its first-run wizard."""
+    """A home folder with an OBS configuration that skips the first-run wizard."""
 
     def __init__(self, folder: pathlib.Path, *, canvas=CANVAS, dock_state: str | None = None,
                  source_on_port: int | None = None, font_points: int | None = None):
-        """`dock_state` is the arrangement of the window; with `source_on_port` the first scene holds the plug-in's source,
-        listening there; `font_points` is the size chosen in OBS's settings under "Appearance"."""
+        """`dock_state` is the layout of the window; with `source_on_port` the first scene has the plug-in's source, listening
+        on that port; `font_points` is the font size in OBS's settings under "Appearance"."""
         self.folder = folder
         self.config = folder / ".config" / "obs-studio"
         self.recordings = folder / "recordings"
@@ -38,7 +38,7 @@ class ObsHome:
         if not profile.exists():
             profile.mkdir(parents=True)
             (self.config / "basic" / "scenes").mkdir(parents=True)
-            # A version of 0 would make OBS convert the settings of its early days and ask about updates.
+            # With version 0 OBS would convert old settings and ask about updates.
             write_ini(self.config / "global.ini", {"General": {"FirstRun": "true", "LastVersion": 0x20020000}})
             write_ini(self.config / "user.ini", self._user_settings())
             write_ini(profile / "basic.ini", self._profile_settings())
@@ -52,7 +52,7 @@ class ObsHome:
             "alerts_enabled": False}))
 
     def install_module(self, library: pathlib.Path, locale: pathlib.Path | None = None):
-        """Lays a module where OBS looks for a user's own plug-ins."""
+        """Copies a module into the folder of per-user plug-ins."""
         plugin = self.config / "plugins" / library.stem
         binaries = plugin / "bin" / "64bit"
         binaries.mkdir(parents=True, exist_ok=True)
@@ -66,8 +66,8 @@ class ObsHome:
         return logs[-1] if logs else None
 
     def unfinished_runs(self) -> list:
-        """The notes from which OBS knows at its start which runs did not end well; one that ends takes its own away. An
-        OBS built without its crash detection makes none."""
+        """The files by which OBS detects at its start that a previous run crashed; a normal exit removes its file. An OBS
+        built without crash detection creates none."""
         return sorted(path.name for path in (self.config / ".sentinel").glob("*"))
 
     def _user_settings(self) -> dict:
@@ -75,7 +75,7 @@ class ObsHome:
             "General": {"FirstRun": "true", "LastVersion": 0x20020000, "Language": "en-US", "ConfirmOnExit": "false"},
             "Basic": {"Profile": _PROFILE, "ProfileDir": _PROFILE,
                       "SceneCollection": _COLLECTION, "SceneCollectionFile": _COLLECTION},
-            # A tray icon would make OBS hide instead of end.
+            # With a tray icon OBS would hide instead of exiting.
             "BasicWindow": {"SysTrayEnabled": "false"},
         }
         if self.font_points:
@@ -97,7 +97,7 @@ class ObsHome:
 
 
 def write_ini(path: pathlib.Path, sections: dict):
-    """Writes `{section: {key: value}}` in the form that OBS and QSettings read."""
+    """Writes `{section: {key: value}}` in the INI format of OBS and QSettings."""
     lines = []
     for section, values in sections.items():
         lines += [f"[{section}]", *(f"{key}={value}" for key, value in values.items()), ""]

@@ -1,19 +1,21 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The plug-in's dock in OBS's window, read and driven as a user does."""
+"""The plug-in's dock in OBS's window, read through the accessibility bus and operated with mouse and keyboard."""
 
 import subprocess
 
+from timelimits import OBS_TIMEOUT_S
+
 from .screen import Element, Screen
-from .wait import PATIENCE_S, TimedOut, wait_until
+from .wait import TimedOut, wait_until
 
 TITLE = "Tarvoline SRTLA Receiver"
 
-# The names of the settings' edits for assistive technology.
+# The accessible names of the settings' edits.
 _EDITS = {"listenPort": "Ports: SRTLA", "targetPort": "Ports: OBS", "publicHost": "IP / Domain", "streamId": "Stream-ID",
           "passphrase": "Passwort"}
 
-# How long OBS may take over a click before it is made again.
-_CLICK_PATIENCE_S = 10.0
+# A click without effect is repeated after this time.
+_CLICK_TIMEOUT_S = 10.0
 
 
 class Panel:
@@ -23,7 +25,7 @@ class Panel:
         self.screen = screen
 
     def dock(self) -> Element | None:
-        """The dock while it is on the screen, in the main window or floating."""
+        """The dock if it is visible, in the main window or floating."""
         main = self.screen.main_window()
         for candidate in [*self.screen.windows(), *main.children()]:
             if candidate.name == TITLE and candidate.has_state("showing"):
@@ -34,7 +36,7 @@ class Panel:
         """Opens the dock from the Docks menu, if it is not open."""
         if self.dock() is None:
             self.screen.menu_entry("Docks", TITLE).press()
-        wait_until(self.dock, "the dock is on the screen")
+        wait_until(self.dock, "the dock is visible")
         return self
 
     def group(self, title: str) -> Element:
@@ -46,8 +48,8 @@ class Panel:
         texts = [label.name for label in self.group("Receiver-Status").find_all("label")]
         return texts[texts.index("Status:") + 1]
 
-    def wait_for_status(self, text: str, timeout_s=PATIENCE_S):
-        """Waits until the status says `text`."""
+    def wait_for_status(self, text: str, timeout_s=OBS_TIMEOUT_S):
+        """Waits for the status `text`."""
         wait_until(lambda: self.status() == text, lambda: f'status "{text}", it is "{self.status()}"', timeout_s)
 
     def edits(self) -> dict:
@@ -56,31 +58,31 @@ class Panel:
         return {edit: found[name] for edit, name in _EDITS.items()}
 
     def values(self) -> dict:
-        """What stands in the edits; a masked passphrase reads as its mask."""
+        """The texts of the edits; a masked passphrase is returned masked."""
         return {name: edit.text for name, edit in self.edits().items()}
 
     def checks(self) -> dict:
-        """Which of the settings' boxes are checked, by their words."""
+        """The states of the settings' check boxes by their texts."""
         return {box.name: box.has_state("checked") for box in self.group("Einstellungen").find_all("check box")}
 
     def button(self, words: str) -> Element:
-        """The button with these words."""
+        """The button with the text `words`."""
         return self.dock().find("button", words)
 
     def press(self, words: str):
-        """Presses the button with these words, once it can be pressed."""
-        wait_until(lambda: self.button(words).has_state("enabled"), f'"{words}" can be pressed')
+        """Presses the button with the text `words` as soon as it is enabled."""
+        wait_until(lambda: self.button(words).has_state("enabled"), f'"{words}" is enabled')
         self.button(words).press()
 
     def type(self, edit: str, text: str):
-        """Replaces what stands in an edit, with mouse and keyboard, presses Return and leaves the edit."""
+        """Replaces the text of an edit with mouse and keyboard, presses Return and leaves the edit."""
         self.type_and_stay(edit, text)
         self.press_keys("Return", "Tab")
-        wait_until(lambda: not self.edits()[edit].has_state("focused"), f"{edit} is left")
+        wait_until(lambda: not self.edits()[edit].has_state("focused"), f"{edit} loses the focus")
 
     def type_and_stay(self, edit: str, text: str):
-        """Replaces what stands in an edit, with mouse and keyboard, and waits until OBS has taken all of it: the keys travel
-        another way than the questions that follow."""
+        """Replaces the text of an edit with mouse and keyboard, and waits until OBS shows all of it: key events and
+        accessibility calls are not synchronised."""
         self.enter(self.edits()[edit].name)
         self.press_keys("ctrl+a", "Delete")
         if text:
@@ -89,27 +91,27 @@ class Panel:
                    lambda: f"{edit} shows what was typed: {self.values()}")
 
     def enter(self, name: str):
-        """Clicks on the control of this name until it has the keyboard."""
-        wait_until(lambda: self._click_into(name), f"{name} has the keyboard")
+        """Clicks on the control of this name until it has the focus."""
+        wait_until(lambda: self._click_into(name), f"{name} has the focus")
 
     def press_keys(self, *keys: str):
-        """Presses keys one after the other, in the words of xdotool."""
+        """Presses keys one after the other, named as in xdotool."""
         self._do("key", "--clearmodifiers", *keys)
 
     def tab_from(self, name: str, *, to: str | None = None, steps: int = 40) -> list:
-        """Goes on from an edit with the Tab key, until a control is reached or so many keys are pressed. Returns the names
-        of the controls that had the keyboard."""
+        """Presses Tab, beginning in an edit, until a control is reached or `steps` keys were pressed. Returns the names of
+        the controls that had the focus."""
         self.enter(name)
         passed = [name]
         while passed[-1] != to and len(passed) <= steps:
             before = self._focused_kind()
             self.press_keys("Tab")
-            wait_until(lambda: self._focused_kind() not in (None, before), f"the keyboard leaves {passed[-1]}")
+            wait_until(lambda: self._focused_kind() not in (None, before), f"{passed[-1]} loses the focus")
             passed.append(self.focused())
         return passed
 
     def focused(self) -> str | None:
-        """The name of the dock's control with the keyboard, if one has it."""
+        """The name of the dock's control with the focus, if one has it."""
         element = self._focused()
         return element and element.name
 
@@ -122,7 +124,7 @@ class Panel:
         return element and (element.role, element.name)
 
     def opened(self, title: str) -> Element:
-        """A collapsible group, opened."""
+        """Opens a collapsible group and returns it."""
         group = self.group(title)
         if not group.has_state("checked"):
             group.press()
@@ -133,31 +135,31 @@ class Panel:
         """The lines of the dock's log."""
         return self.opened("Protokoll").find("text").text.split("\n")
 
-    def wait_for_log(self, line: str, timeout_s=PATIENCE_S):
-        """Waits until one line of the dock's log holds `line`."""
+    def wait_for_log(self, line: str, timeout_s=OBS_TIMEOUT_S):
+        """Waits until a line of the dock's log contains `line`."""
         wait_until(lambda: any(line in entry for entry in self.log()),
                    lambda: f"{line!r} in the dock's log: {self.log()}", timeout_s)
 
     def _click_into(self, name):
-        """Clicks on a control; false when that does not give it the keyboard: the panel may have moved meanwhile."""
+        """Clicks on a control; false when it does not get the focus, for example because the panel has moved."""
         x, y, width, height = self.dock().find(name=name).box
-        # Nobody manages the windows of this display, so the one under the mouse has to be given the keyboard.
+        # Without a window manager the window under the mouse has to be focused explicitly.
         self._do("mousemove", x + width // 2, y + height // 2, "click", 1)
         window = subprocess.run(["xdotool", "getmouselocation", "--shell"], env=self._environment(), check=True,
                                 capture_output=True, text=True).stdout
         self._do("windowfocus", "--sync", dict(line.split("=") for line in window.split())["WINDOW"])
         try:
-            return wait_until(lambda: self.focused() == name, f"{name} is entered", _CLICK_PATIENCE_S)
+            return wait_until(lambda: self.focused() == name, f"{name} has the focus", _CLICK_TIMEOUT_S)
         except TimedOut:
             return False
 
     @staticmethod
     def _shows(edit, text):
-        # A masked passphrase tells no more than its length.
+        # Of a masked passphrase only the length is known.
         return len(edit.text) == len(text) if edit.role == "password text" else edit.text == text
 
     def _do(self, *arguments):
         subprocess.run(["xdotool", *map(str, arguments)], env=self._environment(), check=True)
 
     def _environment(self) -> dict:
-        return {"DISPLAY": self.screen.desk.display, "PATH": "/usr/bin:/bin"}
+        return {"DISPLAY": self.screen.desktop.display, "PATH": "/usr/bin:/bin"}

@@ -1,22 +1,22 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The test pattern that the encoder sends, and whether a picture shows it."""
+"""The test pattern of the encoder and its detection in a picture."""
 
 import dataclasses
 
 # Bars from left to right, as red, green and blue; no two neighbours are alike in any two channels.
 BARS = ((235, 235, 235), (220, 200, 20), (20, 200, 210), (20, 190, 30), (200, 20, 190), (200, 30, 20), (20, 30, 200))
 
-# The lowest part blinks, so that a frozen picture is told from a running one.
+# The lowest part blinks, so that a frozen picture is detected.
 BLINK_FROM = 0.8
 BLINK_PERIOD_S = 1.0
 
-# What the encoder's colour subsampling and quantisation and the scaling to the screenshot may change in one channel.
+# Maximum change of one channel by the encoder's colour subsampling and quantisation and by scaling.
 _TOLERANCE = 24
 
 
 @dataclasses.dataclass(frozen=True)
 class Picture:
-    """Pixels in rows from the top, three bytes each."""
+    """Pixels in rows from the top, three bytes per pixel."""
 
     width: int
     height: int
@@ -24,7 +24,7 @@ class Picture:
 
     @classmethod
     def from_ppm(cls, data: bytes) -> "Picture":
-        """Reads a binary PPM with one byte a channel; raises ValueError for anything else."""
+        """Parses a binary PPM with one byte per channel; raises ValueError for anything else."""
         magic, size, depth, pixels = data.split(b"\n", 3)
         width, height = (int(number) for number in size.split())
         if magic != b"P6" or depth != b"255" or len(pixels) != width * height * 3:
@@ -40,7 +40,7 @@ class Picture:
         return tuple(round(sum(part[channel::3]) / count) for channel in range(3))
 
     def bars(self) -> tuple:
-        """The colours found where the pattern's bars stand."""
+        """The mean colours at the positions of the pattern's bars."""
         step = 1 / len(BARS)
         return tuple(self.mean((i + 0.3) * step, 0.2, (i + 0.7) * step, 0.6) for i in range(len(BARS)))
 
@@ -55,7 +55,7 @@ class Picture:
 
 
 def ffmpeg_pattern(width: int, height: int, rate: int) -> list:
-    """The arguments that make FFmpeg produce the pattern, endless and at its real speed, with a quiet tone."""
+    """FFmpeg's arguments for the pattern with a quiet tone, endless and in real time."""
     bar = width // len(BARS)
     inputs = [f"color=0x{r:02x}{g:02x}{b:02x}:s={bar}x{height}:r={rate}[b{i}]" for i, (r, g, b) in enumerate(BARS)]
     names = "".join(f"[b{i}]" for i in range(len(BARS)))
@@ -66,7 +66,7 @@ def ffmpeg_pattern(width: int, height: int, rate: int) -> list:
 
     bright = f"lt(mod(t\\,{BLINK_PERIOD_S})\\,{BLINK_PERIOD_S / 2})"
     graph = ";".join([*inputs, f"{names}hstack=inputs={len(BARS)},{strip('black', '1')},{strip('white', bright)},"
-                      # Said outright, so that encoder and OBS mean the same by a colour.
+                      # Explicit, so that encoder and OBS use the same colour matrix and range.
                       "scale=out_color_matrix=bt709:out_range=tv,format=yuv420p[out0]",
                       "sine=440:r=48000,volume=0.05[out1]"])
     return ["-re", "-f", "lavfi", "-i", graph]

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The built plug-in in the real OBS: its ports and its source, a desk, homes with it in them, and waiting for its picture."""
+"""The built plug-in in the real OBS: ports, source, desktop, installation, waiting for the picture."""
 
 import atexit
 import os
@@ -7,23 +7,21 @@ import pathlib
 import shutil
 import sys
 
-from .desk import Desk
+from timelimits import PICTURE_TIMEOUT_S
+
+from .desktop import Desktop
 from .home import MODULE, ObsHome
 from .scenes import SOURCE
 from .session import ObsSession
-from .wait import PATIENCE_S, wait_until
+from .wait import wait_until
 
 LISTEN_PORT = 5000
 TARGET_PORT = 5002
 
-# A connection that breaks because nobody finds the time to serve it costs SRT's five seconds of silence and OBS's ten until
-# it listens again, and a busy machine needs several attempts.
-_PICTURE_PATIENCE_S = 3 * PATIENCE_S
-
 _PROJECT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build" / "linux"))
 
-_desk = None
+_desktop = None
 
 
 def scratch(name: str) -> pathlib.Path:
@@ -34,22 +32,22 @@ def scratch(name: str) -> pathlib.Path:
     return folder
 
 
-def desk() -> Desk:
-    """The desk of this process."""
-    global _desk
-    if _desk is None:
-        _desk = Desk(scratch(pathlib.Path(sys.argv[0]).stem + ".desk"))
-        atexit.register(_desk.close)
-    return _desk
+def desktop() -> Desktop:
+    """The desktop of this process."""
+    global _desktop
+    if _desktop is None:
+        _desktop = Desktop(scratch(pathlib.Path(sys.argv[0]).stem + ".desktop"))
+        atexit.register(_desktop.close)
+    return _desktop
 
 
 def install(home: ObsHome):
-    """Lays the built plug-in into a home."""
+    """Installs the built plug-in into a home."""
     home.install_module(BUILD / "plugins" / MODULE / "bin" / "64bit" / f"{MODULE}.so", _PROJECT / "locale")
 
 
-def wait_for_picture(session: ObsSession, timeout_s: float = _PICTURE_PATIENCE_S):
-    """Waits until the source shows the pattern and it moves."""
+def wait_for_picture(session: ObsSession, timeout_s: float = PICTURE_TIMEOUT_S):
+    """Waits until the source shows the pattern and it blinks."""
     seen = set()
 
     def moves():
@@ -69,9 +67,9 @@ def wait_for_picture(session: ObsSession, timeout_s: float = _PICTURE_PATIENCE_S
 
 
 def wait_for_no_picture(session: ObsSession):
-    """Waits until the source shows the pattern no more."""
+    """Waits until the source does not show the pattern any more."""
     def ended():
         picture = session.remote.picture(SOURCE)
         return picture is None or not picture.shows_pattern()
 
-    wait_until(ended, "the picture ends", _PICTURE_PATIENCE_S)
+    wait_until(ended, "the picture ends", PICTURE_TIMEOUT_S)

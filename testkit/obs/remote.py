@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""A client of obs-websocket: what OBS itself says about its inputs, scenes and pictures."""
+"""A client of obs-websocket for inputs, scenes and pictures."""
 
 import base64
 import json
@@ -16,7 +16,7 @@ _IDENTIFY, _IDENTIFIED, _REQUEST, _REQUEST_RESPONSE = 1, 2, 6, 7
 
 
 class RequestFailed(Exception):
-    """OBS refused a request; `code` is obs-websocket's."""
+    """OBS rejected a request; `code` is obs-websocket's status code."""
 
     def __init__(self, request, code, comment):
         super().__init__(f"{request}: {code} {comment}")
@@ -31,17 +31,17 @@ class Remote:
             f"ws://127.0.0.1:{port}", timeout=_REPLY_TIMEOUT_S, enable_multithread=False)
         self._count = 0
         self._receive()
-        # No event subscriptions: every message that comes is then an answer.
+        # Without event subscriptions every message is a response.
         self._send(_IDENTIFY, {"rpcVersion": _RPC_VERSION, "eventSubscriptions": 0})
         if self._receive()["op"] != _IDENTIFIED:
-            raise RuntimeError("obs-websocket did not let the test in")
+            raise RuntimeError("obs-websocket rejected the client")
 
     def close(self):
         """Ends the connection."""
         self._socket.close()
 
     def call(self, request: str, **data) -> dict:
-        """Sends one request and returns its response data; raises RequestFailed when OBS refuses it."""
+        """Sends one request and returns its response data; raises RequestFailed when OBS rejects it."""
         self._count += 1
         wanted = str(self._count)
         self._send(_REQUEST, {"requestType": request, "requestId": wanted, "requestData": data})
@@ -72,11 +72,11 @@ class Remote:
         return [item["sourceName"] for item in self.call("GetSceneItemList", sceneName=scene)["sceneItems"]]
 
     def media_state(self, name: str) -> str:
-        """Where a media source stands, as "OBS_MEDIA_STATE_PLAYING"."""
+        """The state of a media source, for example "OBS_MEDIA_STATE_PLAYING"."""
         return self.call("GetMediaInputStatus", inputName=name)["mediaState"]
 
     def picture(self, source: str) -> Picture | None:
-        """The source's picture; None while it has none."""
+        """The source's current picture, or None."""
         try:
             reply = self.call("GetSourceScreenshot", sourceName=source, imageFormat="ppm")
         except RequestFailed:

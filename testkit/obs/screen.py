@@ -5,7 +5,9 @@ import os
 import subprocess
 import time
 
-from .wait import PATIENCE_S, wait_until
+from timelimits import OBS_TIMEOUT_S
+
+from .wait import wait_until
 from .windowclosing import close_window
 
 # How long an answer is awaited: in general, and in a program's first seconds.
@@ -15,11 +17,11 @@ _MODAL_ANSWER_MS = 500
 _atspi = None
 
 
-def _accessibility(desk):
-    """The AT-SPI library. It joins the session bus of the first desk that asks and stays on it: one desk a process."""
+def _accessibility(desktop):
+    """The AT-SPI library. It joins the session bus of the first desktop that asks and stays on it: one desktop a process."""
     global _atspi
     if _atspi is None:
-        os.environ |= {name: value for name, value in desk.environment().items() if name != "HOME"}
+        os.environ |= {name: value for name, value in desktop.environment().items() if name != "HOME"}
         import gi
         gi.require_version("Atspi", "2.0")
         from gi.repository import Atspi
@@ -98,24 +100,24 @@ class Element:
 class Screen:
     """The windows of one OBS process."""
 
-    def __init__(self, desk, pid: int):
-        self.desk = desk
+    def __init__(self, desktop, pid: int):
+        self.desktop = desktop
         self.pid = pid
-        self.atspi = _accessibility(desk)
+        self.atspi = _accessibility(desktop)
 
     def windows(self) -> list:
-        """The top-level windows that OBS shows at the moment."""
+        """The visible top-level windows of OBS."""
         application = self._application()
         return application.children() if application else []
 
     def main_window(self) -> Element:
-        """OBS's main window, once it stands."""
+        """Waits for OBS's main window and returns it."""
         return wait_until(
             lambda: next((w for w in self._safe_windows() if w.role == "frame" and w.name.startswith("OBS")), None),
             lambda: f"the main window of OBS: {[(w.role, w.name) for w in self._safe_windows()]}")
 
     def menu_entry(self, *path: str) -> Element:
-        """The entry of the menu bar below the given titles, as ("File", "Exit")."""
+        """The menu entry with the given path, for example ("File", "Exit")."""
         place = self.main_window().find("menu bar")
         for title in path:
             below = [entry for child in place.children()
@@ -124,41 +126,41 @@ class Screen:
         return place
 
     def exit(self) -> float:
-        """Chooses File > Exit, and returns the moment of it (time.monotonic)."""
+        """Chooses File > Exit and returns the time of it (time.monotonic)."""
         entry = self.menu_entry("File", "Exit")
         chosen = time.monotonic()
-        # OBS may be gone before it answers.
-        self._without_answer(entry.press)
+        # OBS may end before it replies.
+        self._ignore_missing_reply(entry.press)
         return chosen
 
     def close_main_window(self):
-        """Does what a click on the cross in the main window's frame does."""
+        """Closes the main window as its close button does."""
         found = subprocess.run(["xdotool", "search", "--all", "--onlyvisible", "--pid", str(self.pid), "--name", "^OBS "],
-                               env={"DISPLAY": self.desk.display, "PATH": "/usr/bin:/bin"}, check=True, capture_output=True,
+                               env={"DISPLAY": self.desktop.display, "PATH": "/usr/bin:/bin"}, check=True, capture_output=True,
                                text=True).stdout.split()
-        close_window(self.desk.display, int(found[0]))
+        close_window(self.desktop.display, int(found[0]))
 
     def press_and_leave(self, element: Element):
-        """Presses what opens a modal window: OBS answers the press only when the window closes."""
+        """Presses an element that opens a modal window: OBS replies only when that window is closed."""
         self.atspi.set_timeout(_MODAL_ANSWER_MS, _ANSWER_MS[1])
-        self._without_answer(element.press)
+        self._ignore_missing_reply(element.press)
         self.atspi.set_timeout(*_ANSWER_MS)
 
     def message_boxes(self) -> list:
-        """The message boxes on the screen."""
+        """The visible message boxes."""
         return [w for w in self._safe_windows() if w.role == "alert"]
 
-    def message_box(self, timeout_s=PATIENCE_S) -> "MessageBox":
+    def message_box(self, timeout_s=OBS_TIMEOUT_S) -> "MessageBox":
         """Waits for a message box and returns it."""
         return MessageBox(wait_until(lambda: next(iter(self.message_boxes()), None), "a message box", timeout_s))
 
     def screenshot(self, path, window: Element | None = None):
-        """Saves a PNG of the display, or of one window's place on it."""
+        """Saves a PNG of the display or of one window's area."""
         crop = []
         if window is not None:
             x, y, width, height = window.box
             crop = ["-crop", f"{width}x{height}+{x}+{y}", "+repage"]
-        subprocess.run(["import", "-display", self.desk.display, "-window", "root", *crop, str(path)], check=True)
+        subprocess.run(["import", "-display", self.desktop.display, "-window", "root", *crop, str(path)], check=True)
 
     def _application(self):
         desktop = self.atspi.get_desktop(0)
@@ -173,10 +175,10 @@ class Screen:
         try:
             return self.windows()
         except GLib.Error:
-            # A window went away between two questions.
+            # A window was closed between two calls.
             return []
 
-    def _without_answer(self, action):
+    def _ignore_missing_reply(self, action):
         from gi.repository import GLib
         try:
             action()
@@ -185,7 +187,7 @@ class Screen:
 
 
 class MessageBox:
-    """A warning on the screen."""
+    """A visible message box."""
 
     def __init__(self, element: Element):
         self._element = element
@@ -202,7 +204,7 @@ class MessageBox:
 
     @property
     def buttons(self) -> list:
-        """The words on its buttons."""
+        """The texts of its buttons."""
         return [button.name for button in self._element.find_all("button")]
 
     def dismiss(self):

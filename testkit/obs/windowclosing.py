@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The cross of a window's frame. A display without a window manager has no frames; this sends what a click on the cross
-makes the window manager send (ICCCM 4.2.8.1, WM_DELETE_WINDOW)."""
+"""Closing a window without a window manager: sends the message of a window's close button (ICCCM 4.2.8.1,
+WM_DELETE_WINDOW)."""
 
 import ctypes
 import ctypes.util
@@ -10,7 +10,7 @@ _FORMAT_32 = 32
 
 
 class _ClientMessage(ctypes.Structure):
-    """Xlib's XClientMessageEvent with five longs, filled up to the size of an XEvent."""
+    """Xlib's XClientMessageEvent with five longs, padded to the size of an XEvent."""
 
     _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
                 ("display", ctypes.c_void_p), ("window", ctypes.c_ulong), ("message_type", ctypes.c_ulong),
@@ -18,7 +18,7 @@ class _ClientMessage(ctypes.Structure):
 
 
 def close_window(display_name: str, window: int):
-    """Asks the program behind a window to close it."""
+    """Sends WM_DELETE_WINDOW to a window."""
     xlib = ctypes.CDLL(ctypes.util.find_library("X11") or "libX11.so.6")
     xlib.XOpenDisplay.restype = ctypes.c_void_p
     xlib.XInternAtom.restype = ctypes.c_ulong

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A real SRT caller and listener that carry files, so that a test can compare every byte.
+// SRT caller and listener that transfer files, so that tests can compare every byte.
 #include "srtfile.h"
 
 #include <syslog.h>
@@ -59,7 +59,7 @@ int main(int argc, char **argv)
             return exitUsage;
         }
         srt_startup();
-        srt_setloglevel(LOG_ERR); // what it loses and drops is in the figures
+        srt_setloglevel(LOG_ERR); // losses are in the statistics
         const bool whole = options.mode == "send" ? send(options) : receive(options);
         srt_cleanup();
         return whole ? 0 : 1;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int backlog = 256;
 constexpr int longestStreamId = 512;
-// What a viewer would call a stall, well above what a busy machine does to a thread.
+// Minimum length of a reported pause, above scheduling delays of a loaded machine.
 constexpr std::chrono::milliseconds noticeablePause(300);
 constexpr std::chrono::seconds progressInterval(1);
 
@@ -40,7 +40,7 @@ std::uint64_t readSize(const Message &message)
     return size;
 }
 
-/// When the messages of a stream came: the longest pause, and a line about each long one.
+/// The longest pause of a stream, and a line for each pause.
 class Arrivals
 {
 public:
@@ -60,7 +60,7 @@ public:
         }
     }
 
-    /// What \a socket has received so far as one line.
+    /// The statistics of \a socket as one line.
     [[nodiscard]] std::string line(const char *event, std::uint64_t received, SRTSOCKET socket) const
     {
         SRT_TRACEBSTATS statistics{};
@@ -98,7 +98,7 @@ bool receiveStream(SRTSOCKET socket, const std::string &folder)
     Arrivals arrivals(id);
     while (received < wanted) {
         const int size = srt_recv(socket, message.data(), payloadSize);
-        // SRT delivers in order: at the end message, what is missing will not come any more.
+        // SRT delivers in order: data missing at the end message is lost.
         if (size <= 0 || std::string_view(message.data(), static_cast<std::size_t>(size)) == endMessage) {
             break;
         }

@@ -16,8 +16,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How long the listener may take to hang up after the last byte, besides the latency.
-constexpr std::chrono::seconds patience(60);
+// Time limit for the listener to close the connection after the last byte, in addition to the latency.
+constexpr std::chrono::seconds timeout(60);
 constexpr int connectTimeoutMs = 60'000;
 constexpr double bitsPerByte = 8;
 constexpr double bitsPerMegabit = 1e6;
@@ -31,7 +31,7 @@ std::vector<char> readFile(const std::string &path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The file as often as it is to be sent, with the time at which each byte of it is due.
+/// The repeated file with the send time of each byte.
 class Playback
 {
 public:
@@ -43,7 +43,7 @@ public:
     }
 
     [[nodiscard]] std::uint64_t size() const { return bytes.size() * repeat; }
-    /// The first message that is due \a elapsed after the beginning of the file or later, by its first byte.
+    /// The first byte of the first message whose send time is \a elapsed or later.
     [[nodiscard]] std::uint64_t positionAfter(Clock::duration elapsed) const
     {
         const auto played = static_cast<std::uint64_t>(elapsed / perByte);
@@ -55,7 +55,7 @@ public:
         std::this_thread::sleep_until(started +
                                       std::chrono::duration_cast<Clock::duration>(perByte * static_cast<double>(at)));
     }
-    /// The message that begins with the byte \a at; it ends with the file at the latest.
+    /// The message that begins at byte \a at; it does not cross the end of the file.
     [[nodiscard]] std::span<const char> message(std::uint64_t at) const
     {
         const std::span<const char> rest = std::span(bytes).subspan(at % bytes.size());
@@ -83,7 +83,7 @@ bool sendSize(SRTSOCKET socket, std::uint64_t size)
     return sendMessage(socket, message);
 }
 
-/// Sends from the byte \a at on; returns whether the connection held.
+/// Sends from byte \a at on; returns whether the connection stayed open.
 bool sendPaced(SRTSOCKET socket, const Playback &playback, std::uint64_t at)
 {
     bool holds = sendSize(socket, playback.size() - at);
@@ -96,21 +96,21 @@ bool sendPaced(SRTSOCKET socket, const Playback &playback, std::uint64_t at)
     return holds;
 }
 
-// A live stream goes on: SRT sends a lost packet again when a later one shows the gap, and the last of all never.
+// SRT detects a lost packet by a later one, so the end message is repeated.
 bool goOnUntilHangUp(SRTSOCKET socket)
 {
-    const auto deadline = Clock::now() + patience;
+    const auto deadline = Clock::now() + timeout;
     while (srt_getsockstate(socket) == SRTS_CONNECTED) {
         if (Clock::now() > deadline) {
             return false;
         }
-        sendMessage(socket, endMessage); // fails when the listener has just hung up
+        sendMessage(socket, endMessage); // fails when the listener has closed the connection
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return true;
 }
 
-/// Connects under \a streamId; returns SRT_INVALID_SOCK if nobody answers.
+/// Connects with \a streamId; returns SRT_INVALID_SOCK without a listener.
 SRTSOCKET connect(const Options &options, const std::string &streamId)
 {
     const SRTSOCKET socket = makeSocket(options);
@@ -125,7 +125,8 @@ SRTSOCKET connect(const Options &options, const std::string &streamId)
     return socket;
 }
 
-/// Sends all from the byte \a at on over one connection; returns whether it held until the listener hung up.
+/// Sends everything from byte \a at on over one connection; returns whether it stayed open until the listener closed
+/// it.
 bool sendRest(SRTSOCKET socket, const Playback &playback, std::uint64_t at)
 {
     bool holds = sendPaced(socket, playback, at);

@@ -10,7 +10,7 @@
 namespace srtfile {
 namespace {
 
-// The reordering that OBS's media source is told to tolerate, in packets.
+// Reordering tolerance in packets, as for OBS's media source.
 constexpr int toleratedReordering = 40;
 
 } // namespace

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The programs on a stream's road, in the order in which a datagram passes them: SrtSender, BondSender, EngineHost,
-SrtReceiver. All are found on PATH."""
+"""The programs of a stream in the order of its data flow: SrtSender, BondSender, EngineHost, SrtReceiver. All are looked up
+on PATH."""
 
 import signal
 
@@ -13,18 +13,18 @@ class EngineHost(JsonProcess):
     """The receiver without OBS."""
 
     def __init__(self, target_port: int, port: int | None = None, *, wait=True, below=()):
-        """`below` is the command line of a program that runs it, a memory checker for one."""
+        """`below` is the command line of a program that runs it, for example valgrind."""
         self.port = port or free_udp_port()
         super().__init__([*below, "enginehost", "--listen", self.port, "--target-port", target_port])
         if wait:
             self.wait_for(lambda line: line.get("running"), "the receiver runs")
 
     def log(self) -> list[str]:
-        """The log lines so far."""
+        """The log lines."""
         return [line["line"] for line in self.objects if line["signal"] == "logMessage"]
 
     def statistics(self) -> list[dict]:
-        """All statistics so far."""
+        """All statistics."""
         return [line for line in self.objects if line["signal"] == "statisticsChanged"]
 
     def wait_for_log(self, condition, what) -> str:
@@ -34,7 +34,7 @@ class EngineHost(JsonProcess):
 
 
 class BondSender(JsonProcess):
-    """The bonding sender. `links` are its --link settings; `port` is where it takes the caller."""
+    """The bonding sender. `links` are its --link options; `port` is the port for the SRT caller."""
 
     def __init__(self, receiver_port: int, links, *options, port=0):
         arguments = ["bondsender", "--json", "--listen", port, "--to", f"127.0.0.1:{receiver_port}"]
@@ -45,7 +45,7 @@ class BondSender(JsonProcess):
         self._links = len(links)
 
     def wait_for_links(self):
-        """Waits until every link has been registered in one group."""
+        """Waits until every link is registered in one group."""
         def all_registered(_):
             registered = set()
             for line in list(self.objects):
@@ -57,25 +57,25 @@ class BondSender(JsonProcess):
         self.wait_for(all_registered, "all links are registered")
 
     def events(self, name: str) -> list[dict]:
-        """All events of a name so far."""
+        """All events of a name."""
         return [line for line in self.objects if line["event"] == name]
 
     def totals_now(self) -> dict:
-        """The totals of this moment."""
+        """Requests the current totals and returns them."""
         before = len(self.events("totals"))
         self.send_signal(signal.SIGUSR1)
         self.wait_for(lambda _: len(self.events("totals")) > before, "totals on demand")
         return self.events("totals")[-1]
 
     def finish(self) -> dict:
-        """Ends it and returns its totals."""
+        """Stops the program and returns its totals."""
         code = self.stop()
         assert code == 0, f"bondsender ended with {code}"
         return self.events("totals")[-1]
 
 
 class SrtReceiver(JsonProcess):
-    """A real SRT listener that writes each stream that it accepts into `folder`, under its stream id."""
+    """A real SRT listener that writes each accepted stream to a file in `folder`, named by its stream id."""
 
     def __init__(self, folder, *, port: int | None = None, streams=1, passphrase=""):
         self.port = port or free_udp_port()
@@ -85,8 +85,8 @@ class SrtReceiver(JsonProcess):
 
 
 class SrtSender(JsonProcess):
-    """A real SRT caller that sends a file at a steady rate, `repeat` times. With `reconnect` it connects again when the
-    connection breaks; `from_ms` is how much of the file is over already."""
+    """A real SRT caller that sends a file at a constant rate, `repeat` times. With `reconnect` it connects again when the
+    connection breaks; `from_ms` is the start position in the file."""
 
     def __init__(self, port: int, file, *, stream_id="stream", megabits_per_second=24.0, latency_ms=2000, passphrase="",
                  repeat=1, from_ms=0, reconnect=False):

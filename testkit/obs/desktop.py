@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The desktop that the programs under test run on: an X server without a screen and a session bus of its own, so that
-neither the user's display nor the user's accessibility bus is touched."""
+"""The desktop that the programs under test run on: a virtual X server and a separate session bus, so that neither the
+user's display nor the user's accessibility bus is used."""
 
 import os
 import pathlib
@@ -11,31 +11,31 @@ import tempfile
 _SCREEN = "1600x1000x24"
 
 
-class Desk:
+class Desktop:
     """An X display and a session bus with accessibility. Use as a context manager, or `close` it."""
 
     def __init__(self, folder: pathlib.Path, display: str | None = None):
-        """Makes a virtual display, unless it is to stand on an existing `display`."""
+        """Starts a virtual display unless an existing `display` is given."""
         self.folder = folder
         folder.mkdir(parents=True, exist_ok=True)
-        # Sockets go here, and the system allows their paths little more than a hundred bytes.
-        self.runtime = pathlib.Path(tempfile.mkdtemp(prefix="obs-desk-"))
+        # For sockets, whose paths are limited to 107 bytes (unix(7)).
+        self.runtime = pathlib.Path(tempfile.mkdtemp(prefix="obs-desktop-"))
         self._processes = []
         self.display = display or self._start_display()
         self.bus_address = self._start_bus()
 
     def environment(self) -> dict:
-        """The variables that bring a program onto this desk."""
+        """The environment variables of a program on this desktop."""
         return {
             "DISPLAY": self.display,
             "DBUS_SESSION_BUS_ADDRESS": self.bus_address,
             "XDG_RUNTIME_DIR": str(self.runtime),
-            # The bus's own helpers must not write into the user's home.
+            # Services started by the bus must not write into the user's home.
             "HOME": str(self.folder),
         } | {name: os.environ[name] for name in ("XAUTHORITY",) if name in os.environ}
 
     def close(self):
-        """Ends the desk; every program on it loses its display."""
+        """Ends the X server and the bus."""
         for process in reversed(self._processes):
             process.terminate()
         for process in reversed(self._processes):
@@ -74,7 +74,7 @@ class Desk:
         address = bus.stdout.readline().strip()
         if not address:
             raise RuntimeError(f"dbus-daemon did not start: {(self.folder / 'bus.log').read_text()}")
-        # Qt looks for the accessibility bus once, at its start, and does not wait for one that comes up later.
+        # Qt connects to the accessibility bus at its start only, so the bus has to be running before.
         subprocess.run(
             ["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus",
              "org.a11y.Bus.GetAddress"],

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The road of a stream up to the plug-in: a real encoder with libsrt, and the bonding sender over several links."""
+"""A mobile sender: a real encoder with libsrt, and the bonding sender over several links."""
 
 import pathlib
 import subprocess
@@ -12,12 +12,12 @@ from .picture import ffmpeg_pattern
 _SIZE = (336, 192)
 _FRAME_RATE = 15
 
-# How soon a caller that was refused calls again.
-_REDIAL_S = 0.5
+# Interval between connection attempts of the caller.
+_RECONNECT_INTERVAL_S = 0.5
 
 
 class Encoder:
-    """FFmpeg sending the test pattern as an SRT caller."""
+    """FFmpeg, which sends the test pattern as an SRT caller."""
 
     def __init__(self, port: int, log: pathlib.Path, *, passphrase: str | None = None, bitrate_kbit: int = 800,
                  size=_SIZE, rate=_FRAME_RATE):
@@ -45,7 +45,7 @@ class Encoder:
         return self._process is not None and self._process.poll() is None
 
     def stop(self):
-        """Ends it at once, as an app that crashes or a phone that dies."""
+        """Kills the process."""
         if self._process is not None:
             self._process.kill()
             self._process.wait()
@@ -59,15 +59,15 @@ class Encoder:
 
 
 class BondSender:
-    """The bonding test sender: takes the stream of one SRT caller and spreads it over several links."""
+    """The bonding sender: distributes the stream of one SRT caller over several links."""
 
     def __init__(self, receiver_port: int, log: pathlib.Path, *, links: int = 3, cuts=(), shown=False):
-        """`cuts` holds (link, from, until): the link's number from 0, and seconds from the start of the stream. With
-        `shown` its table of the links goes to the terminal."""
+        """`cuts` contains (link, from, until): the link's index, and seconds since the start of the stream. With `shown`
+        the table of links is printed to the terminal."""
         self.port = free_udp_port()
         self._arguments = ["bondsender", "--listen", str(self.port), "--to", f"127.0.0.1:{receiver_port}"]
         for number in range(links):
-            # Each link leaves from an address of its own, as each modem of a phone does.
+            # A source address for each link, as for the modems of a phone.
             link = f"127.0.0.{number + 2}"
             for cut, begin, end in cuts:
                 if cut == number:
@@ -78,54 +78,53 @@ class BondSender:
         self._process = None
 
     def start(self):
-        """Starts it; it registers its links by itself, and again when the receiver comes back."""
+        """Starts the program, which registers its links, and again after a restart of the receiver."""
         with open(self.log, "ab") as log:
             self._process = subprocess.Popen(self._arguments, stdin=subprocess.DEVNULL,
                                              stdout=None if self._shown else log, stderr=log)
         return self
 
     def stop(self):
-        """Ends it at once: all links go silent."""
+        """Kills the process."""
         if self._process is not None:
             self._process.kill()
             self._process.wait()
             self._process = None
 
 
-class Road:
-    """Encoder and bonding sender together: what a phone is. An SRT caller that lost its listener ends, and as an app
-    does, this one calls again."""
+class MobileSender:
+    """Encoder and bonding sender. The encoder ends when its connection breaks and is then started again, as in an app."""
 
     def __init__(self, folder: pathlib.Path, receiver_port: int, *, links=3, cuts=(), shown=False, **encoder):
-        """The links as BondSender takes them; whatever else is given is the encoder's."""
+        """The links as for BondSender; all other arguments are the encoder's."""
         self._sender = BondSender(receiver_port, folder / "bondsender.log", links=links, cuts=cuts, shown=shown)
         self._encoder = Encoder(self._sender.port, folder / "encoder.log", **encoder)
-        self._redial = None
-        self._leaving = threading.Event()
+        self._reconnecting = None
+        self._stopping = threading.Event()
 
     def start(self):
         """Starts sending."""
-        self._leaving.clear()
+        self._stopping.clear()
         self._sender.start()
-        self._redial = threading.Thread(target=self._keep_calling, daemon=True)
-        self._redial.start()
+        self._reconnecting = threading.Thread(target=self._reconnect, daemon=True)
+        self._reconnecting.start()
         return self
 
     def stop(self):
-        """Vanishes without a word, as a phone without battery or reception."""
-        self._leaving.set()
-        if self._redial is not None:
-            self._redial.join()
-            self._redial = None
+        """Kills both programs without closing their connections."""
+        self._stopping.set()
+        if self._reconnecting is not None:
+            self._reconnecting.join()
+            self._reconnecting = None
         self._encoder.stop()
         self._sender.stop()
 
     def sender_log(self) -> str:
-        """What the bonding sender wrote so far, unless it was `shown`."""
+        """Output of the bonding sender, unless it was `shown`."""
         return self._sender.log.read_text()
 
     def encoder_log(self) -> str:
-        """What the encoder wrote so far."""
+        """Output of the encoder."""
         return self._encoder.log.read_text() if self._encoder.log.exists() else ""
 
     def __enter__(self):
@@ -134,7 +133,7 @@ class Road:
     def __exit__(self, *_):
         self.stop()
 
-    def _keep_calling(self):
-        while not self._leaving.wait(_REDIAL_S):
+    def _reconnect(self):
+        while not self._stopping.wait(_RECONNECT_INTERVAL_S):
             if not self._encoder.running():
                 self._encoder.start()
