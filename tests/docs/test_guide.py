@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The German guide names every text that the panel can show, and its tables name nothing that it cannot show."""
+"""The German guide contains every text of the panel, and its tables contain no other texts."""
 
 import re
 import unittest
@@ -10,29 +10,29 @@ PROJECT = Path(__file__).resolve().parents[2]
 GUIDE = PROJECT / "docs" / "anleitung.de.md"
 ROOMS = ("dock", "engine", "online")
 
-# What the guide need not quote, and why.
+# Texts that the guide does not contain, with the reason.
 NOT_IN_THE_GUIDE = {
-    "konnte nicht geöffnet werden": "the panel looks for it in a status text, and shows the status instead",
+    "konnte nicht geöffnet werden": "searched for in a status text; the panel shows “Fehler”",
     "Läuft auf UDP %1 → %2:%3": "a status text; the panel shows “Aktiv” instead",
     "UDP %1 konnte nicht geöffnet werden: %2": "a status text; the panel shows “Fehler” instead",
     "Gestoppt": "a status text; the panel shows “Inaktiv” instead",
     "<b>Tarvoline SRTLA Receiver</b>": "markup; the guide has the name without it",
 }
-# First cells of the guide's tables that are no text of the program, and why.
+# First cells of the guide's tables that are no text of the program, with the reason.
 NOT_IN_THE_PROGRAM = {
-    "jeder andere Text": "stands for what the vendor's service says",
+    "jeder andere Text": "a message of the vendor's service",
 }
-# The tables whose first column quotes the program, by the heading above them.
+# Headings of the tables whose first column quotes texts of the program.
 QUOTING_TABLES = ("Status", "Protokoll", "Hinweis unter „IP / Domain“", "Meldungsfenster", "Plugin-Version")
 
 LITERAL = r'"((?:[^"\\]|\\.)*)"'
 TRANSLATED = re.compile(r"\btr\(\s*(" + LITERAL + r"(?:\s*" + LITERAL + r")*)")
-# Stands for a value, in whose place the guide has "…" or an example.
+# The guide has "…" or an example in place of a value.
 PLACEHOLDER = re.compile(r"%\d")
 
 
-def translatedTexts():
-    """Every literal that passes through tr, with the adjacent pieces of a long one put together."""
+def translated_texts():
+    """Every literal passed to tr(), with adjacent literals concatenated."""
     texts = {}
     for room in ROOMS:
         for path in sorted((PROJECT / room).glob("*.cpp")):
@@ -43,17 +43,17 @@ def translatedTexts():
 
 
 def flat(text):
-    """One line, without the marks that Markdown needs; the guide has spaces for a text's line breaks."""
+    """The text without Markdown and with spaces for line breaks."""
     return re.sub(r"\s+", " ", text.replace("\\|", "|").replace("`", "").replace("**", "")).strip()
 
 
-def patternOf(text):
-    """Matches the text with anything short in place of its values; the guide leaves out the colon of a label."""
+def pattern_of(text):
+    """A pattern with any short text for each value; the guide omits the colon of a label."""
     pieces = [re.escape(piece) for piece in PLACEHOLDER.split(flat(text).removesuffix(":"))]
     return re.compile(r"[^|]{1,60}?".join(pieces))
 
 
-def quotingRows(guide):
+def quoting_rows(guide):
     heading = ""
     for line in guide.splitlines():
         if line.startswith("#"):
@@ -66,10 +66,10 @@ def quotingRows(guide):
 class Guide(unittest.TestCase):
     def setUp(self):
         self.guide = GUIDE.read_text(encoding="utf-8")
-        self.texts = translatedTexts()
+        self.texts = translated_texts()
 
-    def testTheProgramsTextsAreFound(self):
-        # Pieces of every room, and a text of several pieces: a search that finds nothing would let the rest pass.
+    def test_texts_are_found(self):
+        # Verifies the search with a text of each room and one of several literals.
         for text in ("Aktiv", "REG3 | Weg %1:%2 verbunden, Gruppe %3", "Ungültige Server-Adresse.",
                      "UDP-Port %1 konnte nicht geöffnet werden. Möglicherweise läuft bereits ein anderer Receiver."):
             self.assertIn(text, self.texts)
@@ -78,28 +78,28 @@ class Guide(unittest.TestCase):
                         for path in (PROJECT / room).glob("*.cpp"))
             read = sum(len(TRANSLATED.findall(path.read_text(encoding="utf-8")))
                        for path in (PROJECT / room).glob("*.cpp"))
-            self.assertEqual(read, calls, f"calls of tr in {room}/ whose text is no plain literal")
+            self.assertEqual(read, calls, f"calls of tr() in {room}/ without a literal")
 
-    def testEveryTextStandsInTheGuide(self):
+    def test_guide_has_every_text(self):
         guide = flat(self.guide)
         for text, file in self.texts.items():
             with self.subTest(text=text, file=file):
                 if text not in NOT_IN_THE_GUIDE:
-                    self.assertRegex(guide, patternOf(text))
+                    self.assertRegex(guide, pattern_of(text))
 
-    def testTheTablesQuoteOnlyWhatTheProgramShows(self):
-        rows = list(quotingRows(self.guide))
+    def test_tables_have_only_texts_of_the_program(self):
+        rows = list(quoting_rows(self.guide))
         self.assertGreater(len(rows), 40)
         for row in rows:
             with self.subTest(row=row):
                 if row not in NOT_IN_THE_PROGRAM:
-                    self.assertTrue(any(patternOf(text).fullmatch(row) for text in self.texts), "no text of the program")
+                    self.assertTrue(any(pattern_of(text).fullmatch(row) for text in self.texts), "no text of the program")
 
-    def testTheExceptionsAreStillNeeded(self):
+    def test_exceptions_are_needed(self):
         for text in NOT_IN_THE_GUIDE:
             self.assertIn(text, self.texts)
         for row in NOT_IN_THE_PROGRAM:
-            self.assertIn(row, list(quotingRows(self.guide)))
+            self.assertIn(row, list(quoting_rows(self.guide)))
 
 
 if __name__ == "__main__":

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The engine host as a program: its command line, its lines, its signals and its exit codes."""
+"""The engine host: command line, output, signals, exit codes."""
 
 import errno
 import re
@@ -7,38 +7,39 @@ import signal
 import socket
 import subprocess
 
-from case import RoadCase, main, stream
+from case import ProgramCase, main, stream
 from ports import free_udp_port
+from timelimits import PROGRAM_TIMEOUT_S
 
 USAGE_EXIT = 2
 FAILED_EXIT = 1
 
 
-class CommandLineTest(RoadCase):
-    """What the program makes of its arguments."""
+class CommandLineTest(ProgramCase):
+    """The command line."""
 
     def assert_usage(self, *arguments):
-        """It writes its usage to standard error, nothing else, and says so by its exit code."""
+        """Only the usage is printed, to standard error; the exit code is that of a usage error."""
         result = subprocess.run(["enginehost", *arguments], capture_output=True, encoding="utf-8", check=False,
-                                timeout=stream.PATIENCE_S)
+                                timeout=PROGRAM_TIMEOUT_S)
         self.assertEqual(result.returncode, USAGE_EXIT, arguments)
         self.assertTrue(result.stderr.startswith(
             "usage: enginehost --listen PORT --target-port PORT [--target ADDRESS]\n"), result.stderr)
         self.assertEqual(result.stdout, "")
 
     def test_missing_arguments(self):
-        """Both ports are needed, and each name needs a value."""
+        """Both ports are required, and each option requires a value."""
         for arguments in ([], ["--listen", "5000"], ["--target-port", "5002"],
                           ["--listen", "5000", "--target-port"]):
             self.assert_usage(*arguments)
 
     def test_unknown_arguments(self):
-        """Nothing unknown is passed over."""
+        """Unknown arguments are errors."""
         for more in (["--verbose", "1"], ["5000", "5002"], ["--help"]):
             self.assert_usage("--listen", "5000", "--target-port", "5002", *more)
 
     def test_bad_values(self):
-        """Ports run from 1 to 65535, and the target is an IPv4 address."""
+        """Ports are from 1 to 65535; the target is an IPv4 address."""
         for port in ("0", "65536", "-1", "http", "", "5000x", "+5000", " 5000", "5000 "):
             self.assert_usage("--listen", port, "--target-port", "5002")
             self.assert_usage("--listen", "5000", "--target-port", port)
@@ -46,14 +47,14 @@ class CommandLineTest(RoadCase):
             self.assert_usage("--listen", "5000", "--target-port", "5002", "--target", address)
 
     def test_bad_value_before_a_good_one(self):
-        """A later value doesn't hide a wrong one."""
+        """An invalid value is an error even if a valid one follows."""
         good = ["--listen", "5000", "--target-port", "5002"]
         for bad in (["--listen", "http"], ["--target-port", "0"], ["--target", "localhost", "--target", "127.0.0.1"]):
             self.assert_usage(*bad, *good)
             self.assert_usage(*good, *bad)
 
     def test_target_address(self):
-        """The target is another address where one is given."""
+        """The target address can be set."""
         port = free_udp_port()
         host = self.keep(stream.JsonProcess(["enginehost", "--target", "127.0.0.9", "--target-port", "5002",
                                              "--listen", port]))
@@ -61,11 +62,11 @@ class CommandLineTest(RoadCase):
         self.assertEqual(host.stop(), 0)
 
 
-class RunTest(RoadCase):
-    """A whole run, line by line."""
+class RunTest(ProgramCase):
+    """Complete runs."""
 
     def assert_orderly_run(self, number):
-        """From the start to the end by a signal."""
+        """Start and end by a signal."""
         host = self.engine(5002)
         host.wait_for(lambda line: line["signal"] == "statisticsChanged", "first statistics")
         self.assertEqual(host.stop(number), 0)
@@ -81,20 +82,20 @@ class RunTest(RoadCase):
             '{"signal":"statisticsChanged",' + empty])
 
     def test_interrupt(self):
-        """SIGINT stops the engine in its own order."""
+        """SIGINT stops the engine."""
         self.assert_orderly_run(signal.SIGINT)
 
     def test_terminate(self):
-        """SIGTERM does the same."""
+        """SIGTERM stops the engine."""
         self.assert_orderly_run(signal.SIGTERM)
 
-    def test_statistics_count_what_arrives(self):
-        """Packets and bytes are whole numbers, counted whatever becomes of the datagrams; rates are told to the last bit."""
+    def test_statistics_count_every_datagram(self):
+        """All datagrams are counted; rates are printed with full precision."""
         host = self.engine(5002)
-        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as stranger:
-            # Large ones, and a prime number of bytes in all: rates of many digits, whatever time the engine divides by.
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+            # A prime number of bytes in total results in rates with many digits.
             for size in (0, 100, 1500, 2000, 60001, 60001, 60009):
-                stranger.sendto(bytes(size), ("127.0.0.1", host.port))
+                sender.sendto(bytes(size), ("127.0.0.1", host.port))
         host.wait_for(lambda line: line.get("packets") == 7, "seven packets counted")
         self.assertEqual(host.stop(), 0)
         self.assertEqual(host.lines[-1], '{"signal":"statisticsChanged","groups":0,"paths":0,"megabitsPerSecond":0,'
@@ -110,7 +111,7 @@ class RunTest(RoadCase):
         self.assertTrue(rates)
 
     def test_port_in_use(self):
-        """Without its port it tells why and ends."""
+        """The reason is reported, and the program ends."""
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as holder:
             holder.bind(("0.0.0.0", 0))
             port = holder.getsockname()[1]
@@ -123,7 +124,7 @@ class RunTest(RoadCase):
         self.assertEqual(host.lines[1], f'{{"signal":"logMessage","line":"FEHLER | SRTLA-Port {port}: {status[1]}"}}')
 
     def test_port_is_not_shared(self):
-        """No other program has the port beside the host, whether it shares its sockets' ports or not."""
+        """The port is bound exclusively, also against sockets with SO_REUSEADDR or SO_REUSEPORT."""
         for options in ((), (socket.SO_REUSEADDR,), (socket.SO_REUSEPORT,), (socket.SO_REUSEADDR, socket.SO_REUSEPORT)):
             for address in ("0.0.0.0", "127.0.0.1"):
                 with self.subTest(options=options, address=address):
@@ -144,7 +145,7 @@ class RunTest(RoadCase):
                     self.assertEqual(host.stop(), 0)
 
     def test_second_host_on_the_port(self):
-        """The port is not shared with another host, which leaves the first one as it was."""
+        """A second host on the port fails and does not disturb the first one."""
         first = self.engine(5002)
         second = self.keep(stream.EngineHost(5002, first.port, wait=False))
         self.assertEqual(second.exit_code(), FAILED_EXIT)
@@ -153,7 +154,7 @@ class RunTest(RoadCase):
         self.assertEqual(first.stop(), 0)
 
     def test_restart_on_the_port(self):
-        """The port is free again at once, also after senders were there."""
+        """The port is free immediately after the end, also after a session."""
         port = None
         for _ in range(3):
             host = self.engine(5002, port)

@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Files over real SRT, split over several links, through the receiver: they arrive byte for byte."""
+"""Files over real SRT and several links through the receiver arrive unchanged."""
 
 import filecmp
 import random
 import re
 
-from case import UNDER_WINE, RoadCase, main
+from case import UNDER_WINE, ProgramCase, main
 from ports import udp_drops
 
 FILE_SIZE = 20 * 1024 * 1024 + 777  # not a multiple of a packet
@@ -15,7 +15,7 @@ OTHER_GROUP = "a1b2c3d4e5f6"
 
 
 def up(totals, counter):
-    """A counter of the roads towards the receiver, for each link."""
+    """A counter of each link in the direction to the receiver."""
     return [link["up"][counter] for link in totals["links"]]
 
 
@@ -24,18 +24,18 @@ def of_links(totals, counter):
     return [link[counter] for link in totals["links"]]
 
 
-class StreamTest(RoadCase):
-    """One stream, or two, from file to file."""
+class StreamTest(ProgramCase):
+    """One or two streams from file to file."""
 
     def make_file(self, name="sent", seed=1):
-        """A file of bytes that don't repeat."""
+        """A file of random bytes."""
         path = self.folder / name
         path.write_bytes(random.Random(seed).randbytes(FILE_SIZE))
         return path
 
     def carry(self, links, *, passphrase=""):
-        """Sends a file over `links`, compares it and the engine host's account of it, and returns the bonding sender's
-        totals and the listener's."""
+        """Sends a file over `links`, checks the received file and the engine host's output, and returns the totals of the
+        bonding sender and of the listener."""
         file = self.make_file()
         listener = self.listener(passphrase=passphrase)
         engine = self.engine(listener.port)
@@ -45,19 +45,19 @@ class StreamTest(RoadCase):
         self.assertEqual(caller.exit_code(), 0, caller.tail())
         self.assert_same(file, "one")
         totals = bond.finish()
-        self.check_account(engine, listener, bond, totals)
+        self.check_output(engine, listener, bond, totals)
         return totals, listener.objects[-1]
 
     def assert_same(self, file, stream_id):
-        """The stream arrived as the file that was sent."""
+        """Compares the received stream with the sent file."""
         self.assertTrue(filecmp.cmp(file, self.folder / "received" / stream_id, shallow=False),
                         f"{stream_id} differs from {file.name}")
 
-    def check_account(self, engine, listener, bond, totals):
-        """What the engine host wrote fits what was sent to it, and it ends as it should."""
+    def check_output(self, engine, listener, bond, totals):
+        """Compares the engine host's output with the sent packets, and stops it."""
         delivered = sum(of_links(totals, "sent")) + sum(up(totals, "duplicated")) - sum(
             sum(up(totals, reason)) for reason in ("lost", "cut", "overflowed"))
-        if UNDER_WINE:  # too slow there, on a busy machine, for bursts; SRT sends again what they cost
+        if UNDER_WINE:  # too slow for bursts on a loaded machine; SRT retransmits the dropped packets
             delivered -= udp_drops(engine.port)
         engine.wait_for(lambda line: line.get("packets") == delivered, f"{delivered} packets counted")
         self.assertEqual(engine.stop(), 0)
@@ -70,18 +70,18 @@ class StreamTest(RoadCase):
 
         statistics = engine.statistics()
         self.assertTrue(any(line["groups"] == 1 and line["paths"] == 3 for line in statistics))
-        # A tick that follows a stall shows less, but in the middle of the stream some show about what was sent.
+        # After a stall a rate may be lower; the maximum is about the sent rate.
         self.assertGreater(max(line["megabitsPerSecond"] for line in statistics), 12)
         self.assertEqual(statistics[-1], {"signal": "statisticsChanged", "groups": 0, "paths": 0,
                                           "megabitsPerSecond": 0, "packets": delivered,
                                           "bytes": statistics[-2]["bytes"]})
 
     def check_registration(self, log, bond):
-        """The links have joined one group: the last, where an answer came so late that the sender had asked again.
-        Returns where the log goes on."""
+        """Checks that all links joined the last group; there are several if a REG1 was repeated. Returns the index of the next
+        log line."""
         made = [at for at, line in enumerate(log) if line.startswith("REG1 |")]
         self.assertEqual(made[0], 1)
-        self.assertLessEqual(len(made), self.asked_for_groups(bond), log)
+        self.assertLessEqual(len(made), self.group_requests(bond), log)
         for line in log[1:made[-1]]:
             self.assertRegex(line, r"^(REG1|REG3|GRUPPE) \|")
         for at in made:
@@ -95,13 +95,13 @@ class StreamTest(RoadCase):
         return registered
 
     def assert_every_link_carried(self, totals):
-        """No link stood idle, and SRTLA ACKs came for what each carried."""
+        """Every link carried packets and received SRTLA ACKs for them."""
         for link in totals["links"]:
             self.assertGreater(link["streamSent"], 1000, link)
             self.assertGreater(link["acknowledged"], 500, link)
 
     def test_three_clean_links(self):
-        """Every link takes its share, and no packet is lost."""
+        """Every link is used, and no packet is lost."""
         totals, listener = self.carry(LINKS)
         self.assert_every_link_carried(totals)
         self.assertEqual(up(totals, "lost"), [0, 0, 0])
@@ -109,7 +109,7 @@ class StreamTest(RoadCase):
         self.assertEqual(listener["dropped"], 0)
 
     def test_one_link_is_cut_and_restored(self):
-        """The other links carry the stream meanwhile; the link carries again afterwards."""
+        """The other links carry the stream during the cut; the link is used again afterwards."""
         totals, listener = self.carry([LINKS[0], LINKS[1] + ",cut=2s-4s", LINKS[2]])
         self.assert_every_link_carried(totals)
         cut = up(totals, "cut")
@@ -118,7 +118,7 @@ class StreamTest(RoadCase):
         self.assertGreater(listener["retransmitted"], 0)
 
     def test_loss_and_jitter_on_every_link(self):
-        """2 % of the datagrams vanish in either direction and the rest comes up to 30 ms late, out of order."""
+        """2 % loss in both directions and up to 30 ms jitter with reordering."""
         totals, listener = self.carry([link + ",loss=2%,jitter=30ms" for link in LINKS])
         self.assert_every_link_carried(totals)
         for link in totals["links"]:
@@ -127,12 +127,12 @@ class StreamTest(RoadCase):
         self.assertGreater(listener["retransmitted"], 0)
 
     def test_passphrase(self):
-        """An encrypted stream passes like any other."""
+        """An encrypted stream."""
         totals, _ = self.carry(LINKS, passphrase="correct horse battery")
         self.assert_every_link_carried(totals)
 
     def test_two_senders_at_once(self):
-        """Each is a peer of its own for the listener, and neither gets the other's bytes."""
+        """Each sender is a separate SRT peer; both files arrive unchanged."""
         first = self.make_file("first", seed=1)
         second = self.make_file("second", seed=2)
         listener = self.listener(streams=2)

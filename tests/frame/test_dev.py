@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Shows what ./dev promises, on a machine whose build root exists: python3 tests/frame/test_dev.py
+"""Tests of ./dev on a machine with an existing build root: python3 tests/frame/test_dev.py
 
-It runs on the machine itself, as root, because it looks at what is left there; so it is no part of ./test, but of
-.ci/run.
+Runs outside of the build root, as root, because it checks for left-over processes and mounts. So it is part of .ci/run and
+not of ./test.
 """
 
 import os
@@ -16,8 +16,8 @@ from pathlib import Path
 PROJECT = Path(__file__).resolve().parents[2]
 DEV = str(PROJECT / "dev")
 WITHOUT_MOUNTS = ["setpriv", "--bounding-set", "-sys_admin", "--inh-caps", "-sys_admin"]
-PATIENCE_S = 60
-MARK = f"86{os.getpid()}"  # seconds that a left-over "sleep" would be recognised by
+TIMEOUT_S = 60
+MARK = f"86{os.getpid()}"  # argument of "sleep", to identify left-over processes
 
 REPORTER = f"""trap 'exit 41' INT
 trap 'exit 42' TERM
@@ -26,7 +26,7 @@ echo ready
 wait
 """
 
-# Where the heap ends, as the thread sees it that has just moved the end, and as the first thread sees it.
+# Prints the end of the heap in the thread that has moved it and in the first thread.
 HEAP_ENDS = """
 import ctypes, threading
 BRK = 12
@@ -46,60 +46,59 @@ def running(mark):
     return subprocess.run(["pgrep", "-f", f"^sleep {mark}$"], stdout=subprocess.DEVNULL, check=False).returncode == 0
 
 
-def waitUntilRunning(mark, expected):
-    end = time.monotonic() + PATIENCE_S
+def wait_until_running(mark, expected):
+    end = time.monotonic() + TIMEOUT_S
     while running(mark) != expected and time.monotonic() < end:
         time.sleep(0.1)
     return running(mark) == expected
 
 
-def waitUntilGone(mark):
-    return waitUntilRunning(mark, False)
+def wait_until_gone(mark):
+    return wait_until_running(mark, False)
 
 
-# A caller that runs this in the background may ignore interrupts, and what it starts would do so, too. Python's own
-# handler does not outlive the start of another program.
+# A background process may ignore SIGINT, which child processes inherit. A handler is reset by execve(2).
 signal.signal(signal.SIGINT, signal.default_int_handler)
 
 
 class Dev:
-    """What holds on every kind of machine; "prefix" makes the machine poorer."""
+    """Tests for every kind of machine; "prefix" is a command that removes privileges."""
 
     prefix = []
 
     def dev(self, *command, **options):
         return subprocess.run([*self.prefix, DEV, *command], stdin=subprocess.DEVNULL, capture_output=True, text=True,
-                              timeout=PATIENCE_S, check=False, **options)
+                              timeout=TIMEOUT_S, check=False, **options)
 
-    def testPassesOutputAndExitCode(self):
+    def test_passes_output_and_exit_code(self):
         done = self.dev("sh", "-c", "echo out; echo error >&2; exit 3")
         self.assertEqual((done.returncode, done.stdout, done.stderr), (3, "out\n", "error\n"))
 
-    def testKeepsArgumentsApart(self):
+    def test_keeps_arguments_apart(self):
         self.assertEqual(self.dev("printf", "<%s>", "a b", "", "$x", "*").stdout, "<a b><><$x><*>")
 
-    def testRunsInTheBuildRootAndTheProject(self):
+    def test_runs_in_the_build_root_and_the_project(self):
         done = self.dev("sh", "-c", "pkg-config --atleast-version=31.1 libobs && pwd && id -u")
         self.assertEqual(done.stdout.split(), [str(PROJECT), "0"])
 
-    def testStandardInputArrives(self):
+    def test_standard_input_arrives(self):
         done = subprocess.run([*self.prefix, DEV, "cat"], input="hello", capture_output=True, text=True,
-                              timeout=PATIENCE_S, check=False)
+                              timeout=TIMEOUT_S, check=False)
         self.assertEqual(done.stdout, "hello")
 
-    def testFilesOfTheProjectAreTheMachinesOwn(self):
+    def test_project_files_are_those_of_the_machine(self):
         (PROJECT / "build").mkdir(exist_ok=True)
         name = f"build/frame-{os.getpid()}"
         self.assertEqual(self.dev("sh", "-c", f"echo x >{name} && stat -c %s {name}").stdout, "2\n")
         self.assertEqual((PROJECT / name).read_text(), "x\n")
         (PROJECT / name).unlink()
 
-    def testThreadsShareOneHeap(self):
+    def test_threads_share_one_heap(self):
         ends = self.dev("python3", "-c", HEAP_ENDS).stdout.split()
         self.assertEqual(len(ends), 2)
         self.assertEqual(*ends)
 
-    def testLeavesNoMounts(self):
+    def test_leaves_no_mounts(self):
         before = Path("/proc/mounts").read_text()
         self.dev("true")
         self.assertEqual(Path("/proc/mounts").read_text(), before)
@@ -109,37 +108,37 @@ class Dev:
                               stdout=subprocess.PIPE, text=True) as started:
             try:
                 self.assertEqual(started.stdout.readline(), "ready\n")
-                # The shell may be ready before what it started in the background has become "sleep".
-                self.assertTrue(waitUntilRunning(MARK, True))
+                # The background process may not have executed "sleep" yet.
+                self.assertTrue(wait_until_running(MARK, True))
                 started.send_signal(number)
-                return started.wait(PATIENCE_S)
+                return started.wait(TIMEOUT_S)
             finally:
                 started.kill()
 
-    def testInterruptReachesTheCommandAndLeavesNoProcesses(self):
+    def test_interrupt_reaches_the_command_and_leaves_no_processes(self):
         self.assertEqual(self.interrupt(signal.SIGINT), 41)
-        self.assertTrue(waitUntilGone(MARK))
+        self.assertTrue(wait_until_gone(MARK))
 
-    def testTerminateReachesTheCommandAndLeavesNoProcesses(self):
+    def test_terminate_reaches_the_command_and_leaves_no_processes(self):
         self.assertEqual(self.interrupt(signal.SIGTERM), 42)
-        self.assertTrue(waitUntilGone(MARK))
+        self.assertTrue(wait_until_gone(MARK))
 
-    def testKillLeavesNoProcesses(self):
+    def test_kill_leaves_no_processes(self):
         self.assertEqual(self.interrupt(signal.SIGKILL), -signal.SIGKILL)
-        self.assertTrue(waitUntilGone(MARK))
+        self.assertTrue(wait_until_gone(MARK))
 
 
 @unittest.skipUnless(subprocess.run(["unshare", "--mount", "true"], stderr=subprocess.DEVNULL, check=False).returncode == 0,
-                     "this machine may not mount")
+                     "mounts are not permitted")
 class RootThatMayMount(Dev, unittest.TestCase):
-    def testSeesOnlyProcessesOfItsOwn(self):
+    def test_has_its_own_process_namespace(self):
         self.assertLess(int(self.dev("sh", "-c", "ls -d /proc/[0-9]* | wc -l").stdout), 10)
 
 
 class ContainerThatMayNotMount(Dev, unittest.TestCase):
     prefix = WITHOUT_MOUNTS
 
-    def testCompilesAndRunsAProgram(self):
+    def test_compiles_and_runs_a_program(self):
         done = self.dev("sh", "-c", "echo 'int main() { return 7; }' | c++ -x c++ - -o /tmp/seven && /tmp/seven")
         self.assertEqual(done.returncode, 7, done.stderr)
 

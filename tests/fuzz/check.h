@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the process loudly unless \a holds: a fuzzer takes the abort for a finding and keeps the input, a replay fails.
+/// Aborts the process unless \a holds: the fuzzer keeps the input as a finding, a replay fails.
 inline void require(bool holds, const char *what)
 {
     if (!holds) {
-        std::fprintf(stderr, "Wrong answer: %s\n", what);
+        std::fprintf(stderr, "Difference: %s\n", what);
         std::abort();
     }
 }

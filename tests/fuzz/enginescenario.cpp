@@ -31,7 +31,7 @@ ReceiverModel makeModel()
 
 const SrtlaEndpoint &endpointOf(int endpoint)
 {
-    // Made once: every comparison asks for all of them.
+    // Created once, because every comparison uses all of them.
     static const std::array<SrtlaEndpoint, endpointCount> endpoints = [] {
         std::array<SrtlaEndpoint, endpointCount> made;
         for (int i = 0; i < endpointCount; ++i) {
@@ -65,7 +65,7 @@ void prepareScenarios()
     static char name[] = "fuzz";
     static char *arguments[] = {name, nullptr};
     static const QCoreApplication application(argumentCount, arguments);
-    // The same input shall walk the tables in the same order in every process.
+    // A fixed seed: the same input iterates the hash tables in the same order in every process.
     QHashSeed::setDeterministicGlobalSeed();
 }
 
@@ -220,10 +220,10 @@ void EngineScenario::compareTables()
         require(group != nullptr && group->id == key, "a group is missing");
         require(group->senderId == QByteArray::fromStdString(expected.senderHalf), "a group's sender");
         require(group->lastActivityMs == expected.lastMs, "a group's last activity");
-        require(group->hasReplyEndpoint == expected.carriedSrt, "whether a group has a way back");
-        require(SrtlaEndpoint{group->replyAddress, group->replyPort} == endpointOf(expected.wayBack),
-                "a group's way back");
-        require((group->srtSocket != nullptr) == expected.facesListener, "a group's socket");
+        require(group->hasReplyEndpoint == expected.carriedSrt, "whether a group has a reply endpoint");
+        require(SrtlaEndpoint{group->replyAddress, group->replyPort} == endpointOf(expected.replyEndpoint),
+                "a group's reply endpoint");
+        require((group->srtSocket != nullptr) == expected.hasSocket, "a group's socket");
         require(probe.senderIndex().value(endpointOf(expected.opener)) == key, "the index of openers");
         require(probe.sessionIndex().values(group->senderId) == QList{key}, "the index of senders");
         require(static_cast<std::size_t>(group->paths.size()) == expected.links.size(), "a group's links");

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// An engine whose time stands still until it is moved.
+/// An engine with a simulated clock.
 class SteppedEngine : public SrtlaEngine
 {
 public:
@@ -20,29 +20,29 @@ protected:
     [[nodiscard]] qint64 nowMs() const override { return time; }
 };
 
-/// Plays events to a real engine, over real sockets, and to the model, and ends the process when the two differ: in
-/// what is sent to whom, in the log, in the statistics or in the tables.
+/// Applies events to a real engine with real sockets and to the model, and aborts the process when sent datagrams, log,
+/// statistics or tables differ.
 class EngineScenario
 {
 public:
     EngineScenario();
 
     void sendDatagram(int endpoint, const std::string &datagram);
-    /// Several at once, which wait for the engine together; no REG1 may be among them.
+    /// Several datagrams, queued before the engine reads; without REG1.
     void sendDatagrams(int endpoint, const std::vector<std::string> &datagrams);
-    /// From the SRT listener to the socket that the group with this number once had; nothing when it has none.
+    /// From the SRT listener to the socket of the group with this number; no effect without a socket.
     void sendReply(std::size_t group, const std::string &datagram);
     void advance(std::int64_t milliseconds);
     void cleanup();
     void publishStatistics();
     void restart();
 
-    /// The id of the group with this number in order of creation, gone ones included; zeros when there are none.
+    /// The id of the group with this number in order of creation, including removed ones; zeros without a group.
     [[nodiscard]] std::string groupId(std::size_t group) const;
 
 private:
     void start();
-    /// Compares what arrived and was logged, then the tables.
+    /// Compares the received datagrams and the log, then the tables.
     void compare(Expected expected);
     void compareListener(const Expected &expected, const Arrivals &seen);
     void compareTables();
@@ -55,9 +55,9 @@ private:
     std::map<std::string, std::uint16_t> groupPorts;
     std::int64_t publishedMs = 0;
     std::uint64_t publishedBytes = 0;
-    /// What was collected before the model was asked, as a new group's id is only known from the answer.
+    /// Collected before the model runs, because the id of a new group is known only from the engine's response.
     Arrivals collected;
 };
 
-/// Sets up what all scenarios of a process share: Qt's application, without which nothing is timed or notified.
+/// Creates the QCoreApplication that timers and socket notifiers need.
 void prepareScenarios();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Sequences of datagrams from several endpoints and from the SRT listener, with time moved between them.
+// Sequences of datagrams from several endpoints and from the SRT listener, with a simulated clock.
 #include "enginescenario.h"
 #include "inputreader.h"
 
@@ -9,12 +9,12 @@ constexpr int maximumEvents = 100;
 constexpr std::size_t idBytes = 256;
 constexpr std::size_t maximumRawBytes = 32;
 
-/// Around every length that the rules tell apart.
+/// Lengths around all limits.
 constexpr std::array<std::size_t, 14> lengths{0, 1, 2, 10, 15, 16, 17, 44, 257, 258, 259, 1316, 1500, 1501};
-/// Around the time-out and the timers' intervals.
+/// Times around the time-out and the timer intervals.
 constexpr std::array<int, 8> timeSteps{1, 1000, 2000, 4000, 7999, 8000, 8001, 16000};
 
-/// A few bytes of the input, brought to one of the lengths with zeros.
+/// A few bytes of the input, padded with zeros to one of the lengths.
 std::string rawDatagram(InputReader &input)
 {
     std::string datagram = input.bytes(input.byte() % maximumRawBytes);
@@ -28,7 +28,7 @@ std::string reg1(InputReader &input)
     constexpr std::size_t senderHalf = 128;
     std::string datagram("\x92\0", 2);
     datagram.append(senderHalf - 1, '\x5a');
-    // Senders differ in the last byte that counts, and may differ in the first that does not.
+    // Senders differ in the last byte of their half and may differ in the first ignored byte.
     datagram += static_cast<char>(input.below(senders));
     datagram += static_cast<char>(input.byte());
     datagram.resize(2 + idBytes);
@@ -38,9 +38,9 @@ std::string reg1(InputReader &input)
 std::string reg2(InputReader &input, const EngineScenario &scenario)
 {
     std::string id = scenario.groupId(input.byte());
-    const std::uint8_t spoilt = input.byte();
-    if (spoilt >= 0xC0) { // often enough right to get anywhere
-        id[spoilt % 2 == 0 ? idBytes - 1 : spoilt % idBytes] ^= '\1';
+    const std::uint8_t corruption = input.byte();
+    if (corruption >= 0xC0) { // most ids stay valid
+        id[corruption % 2 == 0 ? idBytes - 1 : corruption % idBytes] ^= '\1';
     }
     return "\x92\x01" + id;
 }
@@ -56,7 +56,7 @@ std::string srtPacket(InputReader &input, std::uint8_t firstByte)
 
 void sendData(int endpoint, InputReader &input, EngineScenario &scenario)
 {
-    const int count = 1 + input.below(12); // some make a full acknowledgement at once
+    const int count = 1 + input.below(12); // ten or more cause an SRTLA ACK at once
     std::string datagram = srtPacket(input, input.byte() & 0x7FU);
     std::vector<std::string> datagrams;
     for (int i = 0; i < count; ++i) {
@@ -75,8 +75,8 @@ std::string keepalive(InputReader &input)
 void playEvent(InputReader &input, EngineScenario &scenario)
 {
     constexpr int kinds = 12;
-    constexpr std::uint8_t restart = 0xFF; // rare in life as well
-    // Each byte is taken in a statement of its own: compilers differ in the order in which they evaluate arguments.
+    constexpr std::uint8_t restart = 0xFF; // rare
+    // One byte per statement, because the evaluation order of arguments is unspecified.
     const int kind = input.below(kinds);
     const std::uint8_t choice = input.byte();
     const int endpoint = choice % endpointCount;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Whatever the SRT listener may send, to a group of three links and one of a single link.
+// Arbitrary datagrams from the SRT listener to a group of three links and to one of a single link.
 #include "enginescenario.h"
 #include "inputreader.h"
 
@@ -27,7 +27,7 @@ void registerGroups(EngineScenario &scenario)
     scenario.sendDatagram(linksOfFirstGroup, handshake);
 }
 
-/// Large ones too: the listener's side has no limit but UDP's own.
+/// Large ones as well: replies are limited only by UDP.
 std::string replyOf(InputReader &input)
 {
     constexpr std::size_t unit = 257;
@@ -44,7 +44,7 @@ void playEvent(InputReader &input, EngineScenario &scenario)
 {
     constexpr int kinds = 8;
     const int kind = input.below(kinds);
-    if (kind == 0) { // the way back moves
+    if (kind == 0) { // changes the reply endpoint
         scenario.sendDatagram(input.below(linksOfFirstGroup), std::string(16, '\1'));
     } else if (kind == 1) {
         scenario.advance(input.byte() * 100);

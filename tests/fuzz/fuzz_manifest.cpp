@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The update manifest's bytes, and whether what was read from them may be installed.
+// Parsing of update manifests, and the decision whether the offer is installable.
 #include "check.h"
 #include "updatedecision.h"
 #include "updatemanifest.h"
@@ -16,7 +16,7 @@ namespace {
 
 constexpr qsizetype mostBytes = 65536;
 
-/// The member as it should have been read; \a value must be a string for anything but an empty text.
+/// The expected text of a member; empty unless \a value is a string.
 QString expectedText(const QJsonObject &object, const char *name)
 {
     const QJsonValue value = object[QLatin1StringView(name)];

@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-/// Takes numbers and bytes off a fuzzer's input; past its end, zeros.
+/// Reads numbers and bytes from a fuzzer's input; zeros past its end.
 class InputReader
 {
 public:

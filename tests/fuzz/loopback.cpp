@@ -22,8 +22,8 @@ sockaddr_in socketAddress(std::uint32_t host, std::uint16_t port)
     return address;
 }
 
-/// Two endpoints to an address: same address with another port, and (as far as free) same port with another address,
-/// so that a table that mixes either up is noticed.
+/// Two endpoints per address: same address with another port and, if free, same port with another address, so that a
+/// lookup by only one of them is detected.
 std::uint32_t hostOf(int endpoint)
 {
     return firstHost + static_cast<std::uint32_t>(endpoint / 2);

@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-/// How many addresses senders send from.
+/// Number of sender endpoints.
 inline constexpr int endpointCount = 6;
 
-/// What arrived since the last look.
+/// Datagrams received since the last call.
 struct Arrivals
 {
     /// By endpoint, each in order of arrival.
@@ -19,9 +19,9 @@ struct Arrivals
     std::vector<std::pair<std::uint16_t, std::string>> atListener;
 };
 
-/// The engine's surroundings on loopback: sockets of a few senders and one SRT listener. The system delivers over
-/// loopback within the call that sends, so whatever the engine sent is there to be collected when its call returns.
-/// The sockets are the system's own, not Qt's: they cost less, and share no mistake with the engine.
+/// Sockets of a few senders and of one SRT listener on loopback. The system delivers a datagram on loopback within the
+/// send call, so that everything the engine sent can be read after its call. System sockets instead of Qt's: they are
+/// cheaper and independent of the engine.
 class Loopback
 {
 public:

@@ -9,7 +9,7 @@ constexpr std::size_t halfSize = 128;
 constexpr std::size_t largest = 1500;
 constexpr std::size_t srtHeader = 16;
 constexpr std::size_t batch = 10;
-constexpr std::int64_t patienceMs = 8000;
+constexpr std::int64_t idleTimeoutMs = 8000;
 
 std::string shortName(const std::string &id)
 {
@@ -107,7 +107,8 @@ void ReceiverModel::open(int endpoint, const std::string &datagram, const std::s
     }
     expected.idIsGood = givenId.size() == idSize && givenId.starts_with(senderHalf) &&
                         receiverHalvesSeen.insert(givenId.substr(halfSize)).second;
-    groups[givenId] = {.senderHalf = senderHalf, .opener = endpoint, .links = {}, .wayBack = endpoint, .lastMs = now};
+    groups[givenId] = {
+        .senderHalf = senderHalf, .opener = endpoint, .links = {}, .replyEndpoint = endpoint, .lastMs = now};
     expected.toEndpoint[static_cast<std::size_t>(endpoint)].push_back("\x92\x01" + givenId);
     expected.log.push_back("REG1 | Neue Gruppe " + shortName(givenId) + " von " +
                            names[static_cast<std::size_t>(endpoint)]);
@@ -133,7 +134,7 @@ void ReceiverModel::join(int endpoint, const std::string &groupId, Expected &exp
                                shortName(groupId));
     }
     group.lastMs = now;
-    group.wayBack = endpoint;
+    group.replyEndpoint = endpoint;
     answers.emplace_back("\x92\x02");
 }
 
@@ -154,7 +155,7 @@ void ReceiverModel::linkPacket(int endpoint, const std::string &datagram, Expect
     if (datagram.size() < srtHeader) {
         return;
     }
-    group.wayBack = endpoint;
+    group.replyEndpoint = endpoint;
     group.carriedSrt = true;
     if (static_cast<unsigned char>(datagram[0]) < 0x80) {
         link.pending.push_back(sequenceOf(datagram));
@@ -163,8 +164,8 @@ void ReceiverModel::linkPacket(int endpoint, const std::string &datagram, Expect
             link.pending.clear();
         }
     }
-    if (!group.facesListener) {
-        group.facesListener = true;
+    if (!group.hasSocket) {
+        group.hasSocket = true;
         expected.log.push_back("SRT | Gruppe " + shortName(id) + " → " + listener);
     }
     expected.toListener.emplace_back(id, datagram);
@@ -183,7 +184,7 @@ Expected ReceiverModel::listenerDatagram(const std::string &groupId, const std::
             expected.toEndpoint[static_cast<std::size_t>(endpoint)].push_back(datagram);
         }
     } else if (group.carriedSrt) {
-        expected.toEndpoint[static_cast<std::size_t>(group.wayBack)].push_back(datagram);
+        expected.toEndpoint[static_cast<std::size_t>(group.replyEndpoint)].push_back(datagram);
     }
     return expected;
 }
@@ -194,14 +195,14 @@ Expected ReceiverModel::cleanup()
     std::vector<std::string> gone;
     for (auto &[id, group] : groups) {
         for (auto link = group.links.begin(); link != group.links.end();) {
-            if (now - link->second.lastMs > patienceMs) {
+            if (now - link->second.lastMs > idleTimeoutMs) {
                 expected.log.push_back("TIMEOUT | Weg " + names[static_cast<std::size_t>(link->first)] + " entfernt");
                 link = group.links.erase(link);
             } else {
                 ++link;
             }
         }
-        if (group.links.empty() && now - group.lastMs > patienceMs) {
+        if (group.links.empty() && now - group.lastMs > idleTimeoutMs) {
             gone.push_back(id);
         }
     }

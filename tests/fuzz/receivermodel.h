@@ -11,23 +11,23 @@
 #include <utility>
 #include <vector>
 
-/// What the receiver has to do in answer to one event.
+/// Expected effect of one event.
 struct Expected
 {
     std::array<std::vector<std::string>, endpointCount> toEndpoint;
     /// The group's id and the datagram.
     std::vector<std::pair<std::string, std::string>> toListener;
-    /// Every line of the event; groups' removals by time-out come after all links'.
+    /// All log lines of the event; time-outs of groups come after those of links.
     std::vector<std::string> log;
-    /// False when the id that the receiver gave a new group is none it may give.
+    /// False when the id of a new group is invalid.
     bool idIsGood = true;
 
-    /// What one more event adds.
+    /// Adds the effect of a further event.
     void append(const Expected &later);
 };
 
-/// The rules of the receiver over again, as plainly as they can be written: no index, no cache, no socket. Shares no
-/// code with the engine, its constants and texts included.
+/// A simple second implementation of the receiver's rules: no index, no cache, no socket. Shares no code, constants or
+/// texts with the engine.
 class ReceiverModel
 {
 public:
@@ -43,23 +43,23 @@ public:
         std::string senderHalf;
         int opener = 0;
         std::map<int, Link> links;
-        int wayBack = 0;
+        int replyEndpoint = 0;
         bool carriedSrt = false;
         std::int64_t lastMs = 0;
-        bool facesListener = false;
+        bool hasSocket = false;
     };
 
-    /// How endpoints and the listener are written in log lines: "address:port".
+    /// Names of the endpoints and of the listener in log lines: "address:port".
     ReceiverModel(std::array<std::string, endpointCount> endpointNames, std::string listenerName);
 
-    /// \a givenId is what the receiver answered a REG1 with; no other datagram looks at it.
+    /// \a givenId is the id in the receiver's response to a REG1; unused for other datagrams.
     Expected datagram(int endpoint, const std::string &datagram, const std::string &givenId);
-    /// A datagram of the listener to the group, which may be gone.
+    /// A datagram from the listener to the group, which may have been removed.
     [[nodiscard]] Expected listenerDatagram(const std::string &groupId, const std::string &datagram) const;
     Expected cleanup();
     /// The totals stay until the next start.
     Expected stop();
-    /// Begins a session: time and totals from zero.
+    /// Starts a session: time and totals are 0.
     void start();
 
     std::int64_t now = 0;

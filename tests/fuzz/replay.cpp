@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Feeds the files named on the command line to a fuzz target, for compilers without libFuzzer.
+// Runs a fuzz target with the files of the command line, for compilers without libFuzzer.
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
@@ -23,7 +23,7 @@ int main(int argc, char **argv)
             return 2;
         }
         const std::vector<char> input(std::istreambuf_iterator<char>(file), {});
-        // Named before it runs: an input that ends the process is then the last one named.
+        // Printed first, so that an input that aborts the process is the last one named.
         std::fprintf(stderr, "%s\n", name);
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(input.data()), input.size());
     }

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What the tests with the real OBS share: sessions that end with the test, and evidence when one fails."""
+"""Base of the tests with the real OBS: sessions that end with the test, logs and screenshots on failure."""
 
 import pathlib
 import sys
@@ -9,15 +9,15 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "testkit"))
 
 import obs  # noqa: E402
 from obs.docklayout import dock_at_the_right  # noqa: E402
-from obs.plugin import (BUILD, LISTEN_PORT, SOURCE, TARGET_PORT, desk, install, scratch,  # noqa: E402
+from obs.plugin import (BUILD, LISTEN_PORT, SOURCE, TARGET_PORT, desktop, install, scratch,  # noqa: E402
                         wait_for_no_picture, wait_for_picture)
 
-__all__ = ["BUILD", "LISTEN_PORT", "SOURCE", "TARGET_PORT", "ObsCase", "desk", "dock_at_the_right", "install", "main",
+__all__ = ["BUILD", "LISTEN_PORT", "SOURCE", "TARGET_PORT", "ObsCase", "desktop", "dock_at_the_right", "install", "main",
            "scratch", "wait_for_no_picture", "wait_for_picture"]
 
 
 class ObsCase(unittest.TestCase):
-    """A test that starts OBS sessions; what it leaves is killed."""
+    """A test with OBS sessions, which are killed at its end."""
 
     maxDiff = None
 
@@ -27,28 +27,28 @@ class ObsCase(unittest.TestCase):
         self.addCleanup(self._clear)
 
     def home(self, name="home", *, dock_open=True, with_module=True) -> obs.ObsHome:
-        """A home with the plug-in in it, in which OBS has never run."""
+        """A new home with the plug-in installed."""
         home = obs.ObsHome(self.folder / name, dock_state=dock_at_the_right() if dock_open else None)
         if with_module:
             install(home)
         return home
 
     def session(self, home: obs.ObsHome | None = None, *, environment=None, **start) -> obs.ObsSession:
-        """A running OBS, with these variables besides its own."""
-        session = obs.ObsSession(desk(), home or self.home(), environment=environment)
+        """A running OBS with additional environment variables."""
+        session = obs.ObsSession(desktop(), home or self.home(), environment=environment)
         self._sessions.append(session)
         return session.start(**start)
 
     def panel(self, session: obs.ObsSession) -> obs.Panel:
-        """The dock of a session, on the screen."""
+        """The opened dock of a session."""
         return obs.Panel(session.screen).open()
 
     def assert_destroyed(self, session: obs.ObsSession, names):
-        """Checks in the log of an OBS that ended that nobody kept a reference to these sources: OBS destroyed them as its
-        scenes went, and not with what it clears away at last."""
-        before_the_rest = session.log().split("Freeing OBS context data")[0]
+        """Checks in the log of an OBS that ended that the sources had no leaked references: they were destroyed with the
+        scenes, before OBS frees the remaining objects."""
+        before_cleanup = session.log().split("Freeing OBS context data")[0]
         for name in names:
-            self.assertIn(f"source '{name}' destroyed", before_the_rest)
+            self.assertIn(f"source '{name}' destroyed", before_cleanup)
 
     def _clear(self):
         failed = any(error for _, error in getattr(self._outcome.result, "failures", []) +
@@ -58,7 +58,7 @@ class ObsCase(unittest.TestCase):
                 session.screen.screenshot(self.folder / f"failed-{number}.png")
             session.kill()
             if failed:
-                print(f"evidence in {self.folder}\nend of the OBS log:\n{session.log()[-1500:]}", file=sys.stderr)
+                print(f"files: {self.folder}\nend of the OBS log:\n{session.log()[-1500:]}", file=sys.stderr)
 
 
 def main():

@@ -27,7 +27,7 @@ OBS_DECLARE_MODULE()
 
 namespace {
 
-constexpr auto patience = std::chrono::seconds(30);
+constexpr auto timeout = std::chrono::seconds(30);
 constexpr int shortHeight = 360; // with a scroll bar, which takes some of the width
 constexpr int tallHeight = 1000; // all groups open
 constexpr int layoutRounds = 20;
@@ -151,7 +151,7 @@ private:
     void resizeTo(int width, int height)
     {
         const QSize wanted(width, height);
-        const QDeadlineTimer deadline(patience);
+        const QDeadlineTimer deadline(timeout);
         do {
             frame->resize(frame->size() + wanted - panel->size());
             QCoreApplication::processEvents(QEventLoop::AllEvents);

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What ./run starts: with a display, and on a machine without one."""
+"""./run with and without a display."""
 
 import os
 import pathlib
@@ -12,13 +12,14 @@ import unittest
 import case
 import obs
 from obs import wait_until
+from timelimits import OBS_TIMEOUT_S
 
 _DEMO = pathlib.Path(__file__).resolve().parents[2] / "tools" / "obsdemo" / "obsdemo.py"
 _PNG = b"\x89PNG\r\n\x1a\n"
-_LAST_WORDS = "Close OBS or press Ctrl+C to end."
+_LAST_LINE = "Close OBS or press Ctrl+C to end."
 
-# An empty display has a single one.
-_COLOURS_OF_A_WINDOW = 50
+# An empty display has one colour.
+_MINIMUM_COLOURS = 50
 
 
 class DemoTest(unittest.TestCase):
@@ -29,9 +30,9 @@ class DemoTest(unittest.TestCase):
         self.users_home.mkdir()
         self.users_config = self.users_home / ".config" / "obs-studio" / "global.ini"
         obs.write_ini(self.users_config, {"General": {"LastVersion": 1}})
-        self.addCleanup(self._expect_the_users_home_as_it_was, self.users_config.read_bytes())
+        self.addCleanup(self._check_users_home_is_unchanged, self.users_config.read_bytes())
 
-    def _expect_the_users_home_as_it_was(self, config):
+    def _check_users_home_is_unchanged(self, config):
         files = [path for path in self.users_home.rglob("*") if path.is_file()]
         self.assertEqual(files, [self.users_config])
         self.assertEqual(self.users_config.read_bytes(), config)
@@ -48,7 +49,7 @@ class DemoTest(unittest.TestCase):
         return subprocess.run(self._command(*arguments), env=self._environment(**environment), capture_output=True,
                               text=True, timeout=300, check=False)
 
-    def test_it_shows_the_picture_and_saves_what_is_seen(self):
+    def test_saves_screenshots_of_the_picture(self):
         run = self._run()
         self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
         self.assertIn("The picture has arrived in OBS.", run.stdout)
@@ -57,56 +58,56 @@ class DemoTest(unittest.TestCase):
             self.assertIn(str(path), run.stdout)
             self.assertTrue(path.read_bytes().startswith(_PNG))
 
-    def test_without_the_stream_it_shows_the_dock(self):
+    def test_without_the_stream(self):
         run = self._run("--no-demo")
         self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
         self.assertNotIn("test picture", run.stdout)
         self.assertTrue((self.shots / "dock-open.png").exists())
 
-    def test_it_says_that_the_port_is_taken(self):
+    def test_port_is_taken(self):
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as other:
             other.bind(("0.0.0.0", case.LISTEN_PORT))
             run = self._run()
         self.assertEqual(run.returncode, 1, run.stdout + run.stderr)
         self.assertIn("UDP port 5000 is taken", run.stdout)
 
-    def test_it_says_that_no_picture_came(self):
+    def test_no_picture(self):
         # An encoder that sends nothing.
         programs = self.folder / "programs"
         programs.mkdir()
         encoder = programs / "ffmpeg"
         encoder.write_text("#!/bin/sh\nexec sleep infinity\n")
         encoder.chmod(0o755)
-        run = self._run("--patience", "2", PATH=f"{programs}:{os.environ['PATH']}")
+        run = self._run("--timeout", "2", PATH=f"{programs}:{os.environ['PATH']}")
         self.assertEqual(run.returncode, 1, run.stdout + run.stderr)
         self.assertIn("No picture within 2 s.", run.stdout)
         self.assertIn("START | SRTLA UDP 5000 → SRT 127.0.0.1:5002", run.stdout)
         self.assertFalse(self.shots.exists())
 
-    def test_by_itself_it_waits_a_minute_for_the_picture(self):
+    def test_default_time_limit(self):
         run = self._run("--help")
-        self.assertRegex(run.stdout, r"--patience SECONDS\s+how long to wait for the picture when there is no\s+display \(60\)")
+        self.assertRegex(run.stdout, r"--timeout SECONDS\s+time limit for the picture when there is no display\s+\(60\)")
 
-    def test_on_a_display_obs_stands_there_until_the_user_ends_it(self):
-        desk = case.desk()
-        said = self.folder / "said"
-        with open(said, "wb") as output:
-            demo = subprocess.Popen(self._command(), env=self._environment(DISPLAY=desk.display), stdout=output,
+    def test_on_a_display_obs_runs_until_the_user_ends_it(self):
+        desktop = case.desktop()
+        log = self.folder / "output"
+        with open(log, "wb") as output:
+            demo = subprocess.Popen(self._command(), env=self._environment(DISPLAY=desktop.display), stdout=output,
                                     stderr=output, stdin=subprocess.DEVNULL)
         self.addCleanup(demo.kill)
-        wait_until(lambda: _LAST_WORDS in said.read_text() or demo.poll() is not None, said.read_text)
-        self.assertIsNone(demo.poll(), said.read_text())
-        self.assertIn("srtla://", said.read_text())
-        self.assertIn("forward UDP port 5000", said.read_text())
-        wait_until(lambda: self._colours_on(desk) > _COLOURS_OF_A_WINDOW, "OBS stands on the display")
+        wait_until(lambda: _LAST_LINE in log.read_text() or demo.poll() is not None, log.read_text)
+        self.assertIsNone(demo.poll(), log.read_text())
+        self.assertIn("srtla://", log.read_text())
+        self.assertIn("forward UDP port 5000", log.read_text())
+        wait_until(lambda: self._colours_on(desktop) > _MINIMUM_COLOURS, "OBS is visible on the display")
 
         demo.send_signal(signal.SIGINT)
-        self.assertEqual(demo.wait(obs.PATIENCE_S), 0, said.read_text())
+        self.assertEqual(demo.wait(OBS_TIMEOUT_S), 0, log.read_text())
         self.assertFalse(self.shots.exists())
 
-    def _colours_on(self, desk):
+    def _colours_on(self, desktop):
         picture = self.folder / "display.png"
-        subprocess.run(["import", "-display", desk.display, "-window", "root", picture], check=True)
+        subprocess.run(["import", "-display", desktop.display, "-window", "root", picture], check=True)
         return int(subprocess.run(["identify", "-format", "%k", picture], capture_output=True, text=True,
                                   check=True).stdout)
 

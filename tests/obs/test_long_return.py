@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""As test_return.py, with silences as long as a tunnel and as a changed battery."""
+"""As test_return.py, with gaps of 30 s and 3 min."""
 
 import case
 import test_return

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The eyes of the other tests: does a picture show the pattern?"""
+"""Detection of the test pattern, which the other tests rely on."""
 
 import unittest
 
@@ -18,7 +18,7 @@ class PictureTest(unittest.TestCase):
     def test_the_pattern_is_recognised(self):
         self.assertTrue(_picture(BARS).shows_pattern())
 
-    def test_one_wrong_bar_is_noticed(self):
+    def test_one_wrong_bar_is_detected(self):
         for place in range(len(BARS)):
             wrong = list(BARS)
             wrong[place] = (128, 128, 128)
@@ -28,7 +28,7 @@ class PictureTest(unittest.TestCase):
     def test_black_is_not_the_pattern(self):
         self.assertFalse(_picture([(0, 0, 0)] * len(BARS)).shows_pattern())
 
-    def test_what_is_no_picture_is_refused(self):
+    def test_invalid_data_is_rejected(self):
         with self.assertRaises(ValueError):
             Picture.from_ppm(b"P6\n4 4\n255\nshort")
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The plug-in's manifest.json, as OBS's plug-in manager shows and stores it."""
+"""The plug-in's manifest.json in OBS's plug-in manager."""
 
 import json
 import shutil
@@ -9,7 +9,7 @@ import obs
 
 _TITLE = "Plugin Manager"
 _NAME = "Tarvoline SRTLA"
-_WITHOUT_MANIFEST = "tarvoline-srtla"  # OBS falls back to the name of the file
+_WITHOUT_MANIFEST = "tarvoline-srtla"  # OBS falls back to the file name
 
 
 class PluginManagerTest(case.ObsCase):
@@ -20,7 +20,7 @@ class PluginManagerTest(case.ObsCase):
         return home
 
     def _shown(self, session):
-        """The names in the plug-in manager's list; leaves a picture of it beside the home."""
+        """The names in the plug-in manager's list; saves a screenshot of it."""
         session.screen.press_and_leave(session.screen.menu_entry("Tools", _TITLE))
         window = obs.wait_until(
             lambda: next((w for w in session.screen.windows() if w.name == _TITLE and w.find_all("check box")), None),
@@ -32,12 +32,12 @@ class PluginManagerTest(case.ObsCase):
         modules = json.loads((home.config / "plugin_manager" / "modules.json").read_text())
         return [(module["display_name"], module["id"], module["version"]) for module in modules]
 
-    def test_the_manager_names_the_plugin_as_its_manifest_does(self):
+    def test_name_of_the_manifest(self):
         home = self._home()
         self.assertEqual(self._shown(self.session(home)), [_NAME])
         self.assertEqual(self._stored(home), [(_NAME, obs.MODULE, "0.9.2")])
 
-    def test_without_the_manifest_it_knows_the_file_alone(self):
+    def test_without_the_manifest(self):
         home = self._home()
         (self.plugin / "data" / "manifest.json").unlink()
         self.assertEqual(self._shown(self.session(home)), [_WITHOUT_MANIFEST])

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The user asks for the public address in OBS; withjsonservice.py stands in for the vendor's service."""
+"""Query for the public address in OBS, with withjsonservice.py in place of the vendor's service."""
 
 import json
 import os
@@ -12,8 +12,8 @@ _IP = "203.0.113.7"
 _OBS_ADDRESS = "srt://127.0.0.1:5002?mode=listener&latency=2000&lossmaxttl=40"
 
 
-def _answer(status, body):
-    """What the service answers from now on."""
+def _set_response(status, body):
+    """Sets the service's response."""
     _control({"probe": {"status": status, "body": body}})
 
 
@@ -33,14 +33,14 @@ class PublicIpTest(case.ObsCase):
         texts = panel.opened("Verbindungsadressen").find_all("text")
         return sorted(text.text for text in texts)
 
-    def test_the_answer_reaches_field_store_address_and_log(self):
+    def test_result_in_field_settings_address_and_log(self):
         home = self.home()
         session = self.session(home)
         panel = self.panel(session)
         panel.wait_for_status("Aktiv")
         self.assertEqual(self._addresses(panel), [_OBS_ADDRESS, "srtla://ÖFFENTLICHE-IP-EINTRAGEN:5000/live"])
 
-        _answer(200, json.dumps({"ok": True, "ip": f" {_IP}\n"}))
+        _set_response(200, json.dumps({"ok": True, "ip": f" {_IP}\n"}))
         panel.press("IP ermitteln")
         panel.wait_for_log(f"NETZWERK | Öffentliche IP: {_IP}")
         self.assertEqual(panel.values()["publicHost"], _IP)
@@ -49,16 +49,16 @@ class PublicIpTest(case.ObsCase):
         store = home.folder / ".config" / "Tarvoline" / "SRTLA OBS Plugin.conf"
         self.assertIn(f"publicHost={_IP}\n", store.read_text())
 
-        _answer(429, json.dumps({"ok": False, "message": "Zu viele Anfragen."}))
+        _set_response(429, json.dumps({"ok": False, "message": "Zu viele Anfragen."}))
         panel.press("IP ermitteln")
         wait_until(lambda: "Zu viele Anfragen." in self._hints(panel), lambda: self._hints(panel))
         self.assertEqual(panel.values()["publicHost"], _IP)
-        wait_until(lambda: panel.button("IP ermitteln").has_state("enabled"), "the button can be pressed again")
+        wait_until(lambda: panel.button("IP ermitteln").has_state("enabled"), "the button is enabled again")
 
         session.quit()
         self.assertIn("Number of memory leaks: 0", session.log())
 
-    def test_keys_pressed_while_the_service_thinks_change_nothing_and_the_focus_comes_back(self):
+    def test_keys_and_focus_during_the_query(self):
         panel = self.panel(self.session())
         panel.wait_for_status("Aktiv")
         before = panel.values()
@@ -71,7 +71,7 @@ class PublicIpTest(case.ObsCase):
         panel.press_keys("x", "space", "Delete")
         self.assertEqual(panel.values(), before)
         _control({"release": True})
-        wait_until(lambda: panel.focused() == "IP ermitteln", lambda: f"the focus is back, not at {panel.focused()}")
+        wait_until(lambda: panel.focused() == "IP ermitteln", lambda: f"the focus returns, it is at {panel.focused()}")
         self.assertEqual(panel.values(), before)
 
 

@@ -1,25 +1,23 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""OBS ends, or hides the source, in the moments in which a stream, or a listener that waits for one, could hold it up."""
+"""OBS ends, or hides the source, during a stream and while the listener waits for a caller."""
 
 import concurrent.futures
 import signal
 
 import case
 import obs
-from obs import Road, wait_until
+from obs import MobileSender, wait_until
 from ports import held_udp_ports
 
 _UNLOADED = "[Tarvoline SRTLA] Plugin sicher entladen"
 _CRASH_DIALOG = "OBS Studio Crash Detected"
 
-# The very last line of OBS's log, with the number behind it: when it is written, the application is gone, and with it the
-# note from which OBS knows at its next start that it did not end well.
+# The last line of OBS's log, followed by the number. It is written after the crash detection file was removed.
 _LAST_LINE = "Number of memory leaks: "
 
-# How long a user lets OBS vanish before he thinks that it hangs.
+# Maximum time to end on an idle machine.
 _END_WITHIN_S = 5.0
-# What OBS needs for that without the plug-in and without a stream, at most, where little else keeps the processors busy:
-# 0.2 to 0.4 s were measured.
+# Time to end without the plug-in and without a stream on an idle machine (measured: 0.2 to 0.4 s).
 _BARE_END_S = 0.5
 
 
@@ -33,28 +31,27 @@ class QuitTest(case.ObsCase):
         wait_until(lambda: case.TARGET_PORT in held_udp_ports(), "the media source listens")
         return session
 
-    def _expect_a_clean_end(self, session):
+    def _check_normal_exit(self, session):
         self.assertEqual(session.exit_code(), 0)
         self.assertIn(_UNLOADED, session.log())
         self.assertIn(_LAST_LINE, session.log())
         self.assertEqual(session.home.unfinished_runs(), [])
 
-    def _expect_a_quiet_next_start(self, home):
-        # A dialog would stand in the way of all that a start waits for.
+    def _check_next_start_without_crash_dialog(self, home):
+        # The dialog would block the start.
         session = self.session(home, alone=True)
         self.panel(session).wait_for_status("Aktiv")
         self.assertNotIn(_CRASH_DIALOG, [window.name for window in session.screen.windows()])
 
-    def test_quitting_in_the_middle_of_a_stream(self):
+    def test_quitting_during_a_stream(self):
         home = self.home()
         session = self._with_a_source(home)
-        road = Road(self.folder, case.LISTEN_PORT)
-        self.addCleanup(road.stop)
-        road.start()
+        sender = MobileSender(self.folder, case.LISTEN_PORT)
+        self.addCleanup(sender.stop)
+        sender.start()
         case.wait_for_picture(session)
 
-        # A loaded machine takes longer for everything. How much longer, an OBS without the plug-in shows that ends at the
-        # same moment, under the same load. Where that one is gone as soon as usual, the limit is five seconds by the clock.
+        # The limit is scaled by the load: an OBS without the plug-in ends at the same time for comparison.
         bare = self.session(self.home("bare", with_module=False, dock_open=False))
         with concurrent.futures.ThreadPoolExecutor() as other:
             bare_end = other.submit(bare.interrupt)
@@ -64,20 +61,20 @@ class QuitTest(case.ObsCase):
               f"{bare_took_s:.1f} s", flush=True)
         self.assertLess(took_s, _END_WITHIN_S * max(1.0, bare_took_s / _BARE_END_S))
 
-        self._expect_a_clean_end(session)
+        self._check_normal_exit(session)
         self.assertIn(_LAST_LINE + "0", session.log())
-        road.stop()
-        self._expect_a_quiet_next_start(home)
+        sender.stop()
+        self._check_next_start_without_crash_dialog(home)
 
     def test_quitting_while_the_source_waits_for_a_caller(self):
         home = self.home()
         session = self._with_a_source(home)
         session.quit()
-        # How many leaks there are is not looked at: OBS loses some memory now and then when a source ends while it waits
-        # for a caller, also without the plug-in.
-        self._expect_a_clean_end(session)
+        # The number of leaks is not checked: OBS sometimes leaks when a source ends while it waits for a caller, also
+        # without the plug-in.
+        self._check_normal_exit(session)
         self.assert_destroyed(session, [case.SOURCE])
-        self._expect_a_quiet_next_start(home)
+        self._check_next_start_without_crash_dialog(home)
 
     def test_hiding_and_removing_the_source_while_it_waits_for_a_caller(self):
         session = self._with_a_source(self.home())
@@ -88,14 +85,14 @@ class QuitTest(case.ObsCase):
             remote.call("SetSceneItemEnabled", sceneName=scene, sceneItemId=item, sceneItemEnabled=visible)
             self.assertEqual(self.panel(session).status(), "Aktiv")
         remote.call("RemoveInput", inputName=case.SOURCE)
-        wait_until(lambda: case.TARGET_PORT not in held_udp_ports(), "the listener of a removed source is gone")
+        wait_until(lambda: case.TARGET_PORT not in held_udp_ports(), "the listener of the removed source is closed")
         session.quit()
-        # The leaks are not counted here either, for the same reason.
-        self._expect_a_clean_end(session)
+        # Leaks are not checked, as above.
+        self._check_normal_exit(session)
         self.assert_destroyed(session, [case.SOURCE])
 
-    def test_the_end_of_a_killed_obs_is_told_from_a_clean_one(self):
-        # The eyes of the tests above: an OBS that dies leaves all the traces that they look for.
+    def test_killed_obs_is_detected(self):
+        # Verifies the checks of the tests above with an OBS that is killed.
         home = self.home()
         session = self._with_a_source(home)
         noted = home.unfinished_runs()
@@ -105,12 +102,12 @@ class QuitTest(case.ObsCase):
         self.assertNotIn(_LAST_LINE, session.log())
         self.assertEqual(home.unfinished_runs(), noted)
         if not noted:
-            # Built without its detection of crashes, as in Debian, OBS notes nothing and never shows the dialog.
+            # Built without crash detection, as in Debian.
             return
-        session = obs.ObsSession(case.desk(), home)
+        session = obs.ObsSession(case.desktop(), home)
         self.addCleanup(session.kill)
         session.launch(alone=True)
-        wait_until(lambda: _CRASH_DIALOG in [window.name for window in session.screen.windows()], "the dialog about the crash")
+        wait_until(lambda: _CRASH_DIALOG in [window.name for window in session.screen.windows()], "the crash dialog")
 
 
 if __name__ == "__main__":

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""OBS is closed while a query for the public address is on its way, and the service says nothing: OBS's window and the
-plug-in go at once, the process ends by itself when the query has ended."""
+"""OBS is closed during a query for the public address without a response: the window and the plug-in are closed at once,
+the process ends with the query."""
 
 import json
 import os
@@ -14,7 +14,7 @@ _LAST_LINE = "Number of memory leaks: 0"
 
 
 def _control(**command):
-    """Tells the stand-in for the service what to do; returns what it has seen so far."""
+    """Sends a command to the test service; returns its counters and received requests."""
     ports = json.loads(os.environ["TARVOLINE_JSON_SERVICE"])
     with socket.create_connection(("127.0.0.1", ports["control"])) as control, control.makefile("rw") as stream:
         stream.write(json.dumps(command) + "\n")
@@ -23,28 +23,28 @@ def _control(**command):
 
 
 class QuitQueryTest(case.ObsCase):
-    def _quit_while_it_asks(self, path):
-        """Quits OBS with a query that the service treats as `path` says."""
+    def _quit_during_query(self, path):
+        """Quits OBS during a query to `path` of the test service."""
         session = self.session()
         panel = self.panel(session)
         panel.wait_for_status("Aktiv")
-        asked = len(_control(probe={"path": path})["probes"])
+        before = len(_control(probe={"path": path})["probes"])
         panel.press("IP ermitteln")
-        wait_until(lambda: len(_control()["probes"]) > asked, "the service is asked")
+        wait_until(lambda: len(_control()["probes"]) > before, "the query arrives")
         took_s = session.quit()
-        print(f"OBS ended {took_s:.1f} s after File > Exit; the service's answer: {path}", flush=True)
+        print(f"OBS ended {took_s:.1f} s after File > Exit; response: {path}", flush=True)
         self.assertEqual(session.exit_code(), 0)
         self.assertIn(_UNLOADED, session.log())
         self.assertIn(_LAST_LINE, session.log())
 
-    def test_the_service_says_nothing(self):
-        self._quit_while_it_asks("/stall")
+    def test_no_response(self):
+        self._quit_during_query("/stall")
 
-    def test_the_answer_breaks_off(self):
-        self._quit_while_it_asks("/stall/middle")
+    def test_incomplete_response(self):
+        self._quit_during_query("/stall/middle")
 
-    def test_the_answer_comes_in_pieces(self):
-        self._quit_while_it_asks("/slow")
+    def test_slow_response(self):
+        self._quit_during_query("/slow")
 
 
 if __name__ == "__main__":

@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""On air: OBS records while the sender vanishes and comes back. The picture returns by itself and the recording goes on."""
+"""OBS records while the sender is interrupted: the picture returns and the recording continues."""
 
 import subprocess
 import time
 
 import case
-from obs import Road
+from obs import MobileSender
 
 _SHORT_GAP_S = 3
 
@@ -19,24 +19,24 @@ class ReturnTest(case.ObsCase):
         panel.wait_for_status("Aktiv")
         panel.press("Quelle reparieren")
         panel.wait_for_log("OBS | Neue SRT-Quelle angelegt")
-        road = Road(self.folder, case.LISTEN_PORT)
-        self.addCleanup(road.stop)
-        road.start()
+        sender = MobileSender(self.folder, case.LISTEN_PORT)
+        self.addCleanup(sender.stop)
+        sender.start()
         case.wait_for_picture(session)
         session.remote.call("StartRecord")
 
         for gap in self.gaps_s:
             with self.subTest(gap_s=gap):
-                road.stop()
-                # The silence is what this is about; nothing else is waited for.
+                sender.stop()
+                # The duration of the gap is the tested condition.
                 time.sleep(gap)
-                road.start()
-                # What the source still shows may be the picture from before.
+                sender.start()
+                # The source may still show the previous picture.
                 case.wait_for_no_picture(session)
                 case.wait_for_picture(session)
                 self.assertTrue(session.remote.call("GetRecordStatus")["outputActive"])
 
-        # The way out that the documentation names works on air, too.
+        # The documented repair works while recording.
         panel.press("Quelle reparieren")
         case.wait_for_no_picture(session)
         case.wait_for_picture(session)

@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What a user meets when OBS comes up with the plug-in, the first time and later."""
-
+"""Start of OBS with the plug-in: first and later starts."""
 
 import case
 from obs import wait_until
@@ -18,12 +17,12 @@ def _checks(*, start, repair, link):
 
 
 class StartTest(case.ObsCase):
-    def test_the_first_start_shows_the_defaults_and_receives(self):
+    def test_first_start(self):
         session = self.session(self.home(dock_open=False))
         self.assertIn(_LOADED, session.log())
 
         panel = case.obs.Panel(session.screen)
-        self.assertIsNone(panel.dock(), "a fresh dock is closed until the user opens it")
+        self.assertIsNone(panel.dock(), "the dock is closed by default")
         session.screen.menu_entry("Docks", TITLE).press()
         wait_until(panel.dock, "the dock opens from the Docks menu")
 
@@ -33,13 +32,13 @@ class StartTest(case.ObsCase):
         self.assertFalse(panel.button("Start").has_state("enabled"))
         self.assertTrue(panel.button("Stopp").has_state("enabled"))
         self.assertEqual(panel.log(), [_START_LINE])
-        self.assertEqual(session.remote.inputs(), {}, "the first start makes no source by itself")
+        self.assertEqual(session.remote.inputs(), {}, "the first start creates no source")
 
         session.quit()
         self.assertIn(_UNLOADED, session.log())
         self.assertIn("Number of memory leaks: 0", session.log())
 
-    def test_the_second_start_keeps_what_the_user_typed(self):
+    def test_second_start_keeps_settings(self):
         home = self.home()
         session = self.session(home)
         panel = self.panel(session)
@@ -56,7 +55,7 @@ class StartTest(case.ObsCase):
         session.quit()
         self.assertIn("Number of memory leaks: 0", session.log())
 
-    def test_another_listen_port_is_all_that_the_second_start_keeps(self):
+    def test_changed_listen_port_resets_other_settings(self):
         home = self.home()
         session = self.session(home)
         panel = self.panel(session)
@@ -65,7 +64,7 @@ class StartTest(case.ObsCase):
             panel.type(edit, text)
         session.quit()
 
-        # The port links the OBS port while the settings are still being read, and that saves the panel as it was built.
+        # While loading, the changed port updates the linked OBS port, and that saves the panel's default values.
         session = self.session(home)
         panel = self.panel(session)
         self.assertEqual(panel.values(), _DEFAULTS | {"listenPort": "6000", "targetPort": "6002"})
@@ -76,7 +75,7 @@ class StartTest(case.ObsCase):
         session.quit()
         self.assertIn("Number of memory leaks: 0", session.log())
 
-    def test_without_automatic_start_the_repair_at_the_start_survives_and_works(self):
+    def test_automatic_repair_without_automatic_start(self):
         home = self.home()
         session = self.session(home)
         panel = self.panel(session)
@@ -89,14 +88,14 @@ class StartTest(case.ObsCase):
         session = self.session(home)
         panel = self.panel(session)
         self.assertEqual(panel.checks(), _checks(start=False, repair=True, link=True))
-        wait_until(lambda: case.SOURCE in session.remote.items(), "the source is made at the start")
+        wait_until(lambda: case.SOURCE in session.remote.items(), "the source is created at the start")
         self.assertEqual(panel.log(), ["OBS | Neue SRT-Quelle angelegt"])
         self.assertEqual(panel.status(), "Inaktiv")
         panel.press("Start")
         panel.wait_for_status("Aktiv")
         session.quit()
 
-    def test_a_second_obs_finds_the_port_taken_and_says_so(self):
+    def test_second_obs_reports_the_taken_port(self):
         first = self.session(self.home("first"))
         self.panel(first).wait_for_status("Aktiv")
 
@@ -109,7 +108,7 @@ class StartTest(case.ObsCase):
         panel = self.panel(second)
         self.assertEqual(panel.status(), "Fehler")
         box.dismiss()
-        wait_until(lambda: not second.screen.message_boxes(), "the message box goes")
+        wait_until(lambda: not second.screen.message_boxes(), "the message box is closed")
         self.assertTrue(panel.button("Start").has_state("enabled"))
         self.assertFalse(panel.button("Stopp").has_state("enabled"))
         self.assertEqual(self.panel(first).status(), "Aktiv")
@@ -119,12 +118,12 @@ class StartTest(case.ObsCase):
         panel.wait_for_status("Aktiv")
         second.quit()
 
-    def test_obs_quits_while_the_message_box_of_the_start_is_open(self):
+    def test_quitting_during_the_message_box_of_the_start(self):
         first = self.session(self.home("first"))
         self.panel(first).wait_for_status("Aktiv")
         second = self.session(self.home("second"))
         second.screen.message_box()
-        # A message box keeps the menu from the user; the end of the desktop session does not ask.
+        # The message box blocks the menu, so OBS is ended as at the end of a desktop session.
         second.interrupt()
         self.assertIn(_UNLOADED, second.log())
         self.assertEqual(second.exit_code(), 0)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The panel in OBS's own theme and font, in every size: no word is cut off, nothing is out of reach, no long text makes it
-wider. panelmeter.cpp measures it from within OBS and leaves the pictures that tools/pictures puts on one sheet."""
+"""The panel in OBS's theme and font at every font size: no text is truncated, nothing is outside the panel, long texts do
+not widen it. panelmeter.cpp measures in OBS and saves the pictures for tools/pictures."""
 
 import json
 
@@ -11,7 +11,7 @@ from obs import plugin
 _POINTS = (10, 11, 12)
 _SCALES = ("1", "1.25", "2")
 
-# "Ausblenden" has 74 pixels, whatever the font.
+# The button "Ausblenden" has a fixed width of 74 pixels.
 _TOO_LONG = 'QPushButton "Ausblenden"'
 _TOO_LONG_FROM_POINTS = 11
 
@@ -28,13 +28,13 @@ class WidthsTest(case.ObsCase):
         session.interrupt()
         return json.loads(report.read_text())
 
-    def test_every_word_is_seen_at_every_font_size_and_scale(self):
+    def test_no_text_is_truncated(self):
         for points in _POINTS:
             for scale in _SCALES:
                 with self.subTest(points=points, scale=scale):
-                    self._expect_all_seen(self._measured(points, scale), points, scale)
+                    self._check_report(self._measured(points, scale), points, scale)
 
-    def _expect_all_seen(self, report, points, scale):
+    def _check_report(self, report, points, scale):
         self.assertEqual(report["font"], "Open Sans", "OBS's own font")
         self.assertAlmostEqual(report["points"], points, delta=0.5)
         self.assertEqual(report["scale"], float(scale))

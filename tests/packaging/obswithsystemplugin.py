@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Starts and quits the real OBS with an empty home of its own, and prints as JSON which plug-in file it had loaded and
-what it wrote into its log."""
+"""Starts and quits the real OBS with an empty home, and prints the path of the loaded
+plug-in and the log as JSON."""
 
 import json
 import pathlib
@@ -18,7 +18,7 @@ _LOADED = "[Tarvoline SRTLA] Plugin"
 def main():
     with tempfile.TemporaryDirectory() as folder:
         folder = pathlib.Path(folder)
-        with obs.Desk(folder / "desk") as desk, obs.ObsSession(desk, obs.ObsHome(folder / "home")) as session:
+        with obs.Desktop(folder / "desktop") as desktop, obs.ObsSession(desktop, obs.ObsHome(folder / "home")) as session:
             session.start()
             session.wait_for_log(_LOADED)
             maps = pathlib.Path(f"/proc/{session.pid}/maps").read_text()

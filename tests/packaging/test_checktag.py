@@ -19,30 +19,30 @@ class CheckTag(unittest.TestCase):
         self.assertEqual(done.stdout, "")
         return done.returncode, done.stderr
 
-    def testTheVersionsTagWithAHostPasses(self):
+    def test_the_versions_tag_with_a_host_passes(self):
         self.assertEqual(self.check(f"v{VERSION}", HOST), (0, ""))
         # Only whole names are reserved.
         self.assertEqual(self.check(f"v{VERSION}", "myexample.com"), (0, ""))
         self.assertEqual(self.check(f"v{VERSION}", "test.vendor.net"), (0, ""))
 
-    def testAnotherVersionIsRefused(self):
+    def test_another_version_is_refused(self):
         for tag in (VERSION, f"v{VERSION}.1", f"v{VERSION}-rc1", "v0.0.1", "", "main"):
             code, message = self.check(tag, HOST)
             self.assertEqual(code, 1)
             self.assertEqual(message, f"The tag {tag!r} is not v{VERSION}, the version in buildspec.json.\n")
 
-    def testAMissingHostIsRefused(self):
+    def test_a_missing_host_is_refused(self):
         code, message = self.check(f"v{VERSION}", "")
         self.assertEqual(code, 1)
         self.assertIn("No vendor host is set", message)
 
-    def testAReservedHostIsRefused(self):
+    def test_a_reserved_host_is_refused(self):
         for host in ("tarvoline.example", "vendor.test", "localhost", "www.example.com", "a.invalid"):
             code, message = self.check(f"v{VERSION}", host)
             self.assertEqual(code, 1)
             self.assertIn(f"The vendor host {host} is a reserved name", message)
 
-    def testWithoutBothTheUsageIsShown(self):
+    def test_without_both_the_usage_is_shown(self):
         for arguments in ((), ("v1",), ("v1", HOST, "more")):
             self.assertEqual(self.check(*arguments), (1, "usage: checktag.py TAG VENDOR-HOST\n"))
 

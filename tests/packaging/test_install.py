@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What `cmake --install` lays where, and what the module file shows to the outside."""
+"""The files that `cmake --install` installs, and the exported symbols of the module."""
 
 import json
 import os

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The Debian package: its files, its dependencies, and its install into a copy of this system."""
+"""The Debian package: its files, its dependencies, and its installation into a copy of this system."""
 
 import json
 import os

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Plain CMake without tests: asks for nothing but what the plug-in needs, and would build nothing but the plug-in. Its sources
-are those of the build that this test belongs to, so they are not compiled once more."""
+"""Plain CMake without tests needs only the dependencies of the plug-in and builds only the plug-in. The sources are compiled in
+the build of this test and not again."""
 
 import pathlib
 import subprocess

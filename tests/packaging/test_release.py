@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""packaging/release: the archive of the sources, and what it refuses. The packages have tests of their own."""
+"""packaging/release: the source archive and error handling. The packages have separate tests."""
 
 import os
 import shutil
@@ -65,13 +65,13 @@ class Release(unittest.TestCase):
         return subprocess.run(["packaging/release", *arguments], cwd=self.project, capture_output=True, text=True,
                               check=False)
 
-    def haveMiniature(self):
+    def have_miniature(self):
         for name, text in MINIATURE.items():
             (self.project / name).write_text(text)
         (self.project / "dev").chmod(0o755)
         self.commit()
 
-    def readyPackages(self, **modules):
+    def ready_packages(self, **modules):
         """A folder with an installer, and an archive for each of the modules."""
         ready = self.folder / "ready"
         ready.mkdir()
@@ -85,13 +85,13 @@ class Release(unittest.TestCase):
     def archive(self):
         return self.project / "dist" / ARCHIVE
 
-    def assertRefused(self, done, *words):
+    def assert_refused(self, done, *words):
         self.assertEqual(done.returncode, 1, done.stderr)
         for word in words:
             self.assertIn(word, done.stderr)
         self.assertFalse((self.project / "dist").exists())
 
-    def testTwoRunsGiveTheSameBytes(self):
+    def test_two_runs_give_the_same_bytes(self):
         self.assertEqual(self.release("--sources-only").returncode, 0)
         first = self.archive().read_bytes()
         # Other times of the files, another folder and another time of day must not show.
@@ -103,9 +103,9 @@ class Release(unittest.TestCase):
         # gzip keeps a time in these bytes unless told not to: two runs within one second would agree all the same.
         self.assertEqual(first[4:8], bytes(4))
 
-    def testAnotherFolderGivesTheSamePackages(self):
-        self.haveMiniature()
-        ready = self.readyPackages(narrow=b"\x90a\0https://vendor.test\0", wide="\x90vendor.test/".encode("utf-16-le"))
+    def test_another_folder_gives_the_same_packages(self):
+        self.have_miniature()
+        ready = self.ready_packages(narrow=b"\x90a\0https://vendor.test\0", wide="\x90vendor.test/".encode("utf-16-le"))
 
         def released():
             done = self.release("--windows", ready)
@@ -120,7 +120,7 @@ class Release(unittest.TestCase):
         second = released()
         self.assertEqual([name for name in first if first[name] != second[name]], [])
 
-    def testTheArchiveHoldsTheCommitInOneFolder(self):
+    def test_the_archive_holds_the_commit_in_one_folder(self):
         (self.project / "build").mkdir()
         (self.project / "build" / "leftover").write_text("x")
         self.assertEqual(self.release("--sources-only").returncode, 0)
@@ -130,52 +130,53 @@ class Release(unittest.TestCase):
                               for name in ("buildspec.json", ".gitignore", *SCRIPTS)})
             self.assertEqual({entry.mtime for entry in archive}, {COMMITTED_AT_S})
 
-    def testTheSumsAreThoseOfTheFiles(self):
+    def test_the_sums_are_those_of_the_files(self):
         self.assertEqual(self.release("--sources-only").returncode, 0)
         done = subprocess.run(["sha256sum", "--check", "--strict", "SHA256SUMS"], cwd=self.project / "dist",
                               capture_output=True, text=True, check=False)
         self.assertEqual((done.returncode, done.stdout), (0, f"{ARCHIVE}: OK\n"))
 
-    def testAnEarlierReleaseIsReplaced(self):
+    def test_an_earlier_release_is_replaced(self):
         (self.project / "dist").mkdir()
         (self.project / "dist" / "old").write_text("x")
         self.assertEqual(self.release("--sources-only").returncode, 0)
         self.assertEqual({path.name for path in (self.project / "dist").iterdir()}, {ARCHIVE, "SHA256SUMS"})
 
-    def testAChangedFileIsRefused(self):
+    def test_a_changed_file_is_refused(self):
         (self.project / "buildspec.json").write_text("{}")
-        self.assertRefused(self.release("--sources-only"), "buildspec.json", "Commit or stash")
+        self.assert_refused(self.release("--sources-only"), "buildspec.json", "Commit or stash")
 
-    def testANewFileIsRefused(self):
+    def test_a_new_file_is_refused(self):
         (self.project / "forgotten.cpp").write_text("")
-        self.assertRefused(self.release("--sources-only"), "forgotten.cpp", "Commit or stash")
+        self.assert_refused(self.release("--sources-only"), "forgotten.cpp", "Commit or stash")
 
-    def testSourcesWithoutGitAreRefused(self):
+    def test_sources_without_git_are_refused(self):
         shutil.rmtree(self.project / ".git")
-        self.assertRefused(self.release("--sources-only"), "no Git checkout")
+        self.assert_refused(self.release("--sources-only"), "no Git checkout")
 
-    def testAFolderWithoutTheInstallerIsRefused(self):
-        self.assertRefused(self.release("--windows", str(self.folder)), f"holds no {INSTALLER}")
+    def test_a_folder_without_the_installer_is_refused(self):
+        self.assert_refused(self.release("--windows", str(self.folder)), f"holds no {INSTALLER}")
 
-    def testAModuleForAnotherHostIsRefused(self):
-        self.haveMiniature()
+    def test_a_module_for_another_host_is_refused(self):
+        self.have_miniature()
         ours = b"https://vendor.test\0"
         others = {"another": b"https://other.test\0", "subdomain": b"https://a.vendor.test\0",
                   "longer": b"https://vendor.test.de\0", "wide": "https://my-vendor.test".encode("utf-16-le")}
-        ready = self.readyPackages(ours=ours, **others)
+        ready = self.ready_packages(ours=ours, **others)
         done = self.release("--windows", ready)
-        self.assertRefused(done, *(f"{name}.zip: bin/{name}.DLL was not built for the vendor's host vendor.test" for name in others))
+        self.assert_refused(done, *(f"{name}.zip: bin/{name}.DLL was not built for the vendor's host vendor.test"
+                                    for name in others))
         self.assertNotIn("ours.zip", done.stderr)
         self.assertFalse((self.project / "build/release/linux").exists())
-        self.assertRefused(self.release("--windows", ready, "--vendor-host", "else.test"), "ours.zip", "host else.test")
+        self.assert_refused(self.release("--windows", ready, "--vendor-host", "else.test"), "ours.zip", "host else.test")
 
-    def testADamagedArchiveIsRefused(self):
-        self.haveMiniature()
-        ready = self.readyPackages()
+    def test_a_damaged_archive_is_refused(self):
+        self.have_miniature()
+        ready = self.ready_packages()
         Path(ready, "damaged.zip").write_text("x")
-        self.assertRefused(self.release("--windows", ready), "damaged.zip is no zip archive")
+        self.assert_refused(self.release("--windows", ready), "damaged.zip is no zip archive")
 
-    def testABuildThatFailsLeavesTheEarlierRelease(self):
+    def test_a_build_that_fails_leaves_the_earlier_release(self):
         (self.project / "dev").write_text("#!/bin/sh\nexit 1\n")
         (self.project / "dev").chmod(0o755)
         self.commit()
@@ -183,7 +184,7 @@ class Release(unittest.TestCase):
         self.assertNotEqual(self.release().returncode, 0)
         self.assertTrue(self.archive().exists())
 
-    def testAnUnknownOptionShowsTheUsage(self):
+    def test_an_unknown_option_shows_the_usage(self):
         for arguments in (["--fast"], ["--windows"]):
             done = self.release(*arguments)
             self.assertEqual(done.returncode, 2)

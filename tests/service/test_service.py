@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The vendor's service in a real nginx: its two answers, its files and its limits."""
+"""The vendor's service in a real nginx: public address query, files, limits."""
 
 import http.client
 import json
@@ -16,7 +16,7 @@ from vendorservice import VendorService
 VENDOR = os.environ["TARVOLINE_VENDOR_HOST"]
 CONFIGURATION = Path(os.environ["TARVOLINE_SERVICE"]) / "tarvoline-service.conf"
 PROBE = "/api/network_probe.php"
-QUESTION = b'{"action":"ip"}'
+QUERY = b'{"action":"ip"}'
 
 
 class ServiceTest(unittest.TestCase):
@@ -31,7 +31,7 @@ class ServiceTest(unittest.TestCase):
         cls.home.cleanup()
 
     def setUp(self):
-        # A service for each test: the rate limits remember their clients.
+        # A new service for each test, because of the rate limits per client.
         self.folder = tempfile.TemporaryDirectory()
         self.addCleanup(self.folder.cleanup)
         self.service = VendorService(Path(self.folder.name) / "service", CONFIGURATION, self.certificate)
@@ -46,7 +46,7 @@ class ServiceTest(unittest.TestCase):
         self.addCleanup(secured.close)
         return secured
 
-    def ask(self, method, target, body=None, headers=None, source="127.0.0.1", chunked=False):
+    def request(self, method, target, body=None, headers=None, source="127.0.0.1", chunked=False):
         connection = http.client.HTTPConnection(VENDOR)
         connection.sock = self.connect(source)
         if chunked:
@@ -57,7 +57,7 @@ class ServiceTest(unittest.TestCase):
         response.content = response.read()
         return response
 
-    def assertRefused(self, response, status):
+    def assert_refused(self, response, status):
         self.assertEqual(response.status, status)
         self.assertEqual(response.headers.get_content_type(), "application/json")
         answer = json.loads(response.content)
@@ -67,127 +67,127 @@ class ServiceTest(unittest.TestCase):
 
 
 class ProbeTest(ServiceTest):
-    def testAnswersWithTheClientsAddress(self):
+    def test_answers_with_the_clients_address(self):
         for source in ("127.0.0.1", "127.0.0.2", "127.1.2.3"):
-            response = self.ask("POST", PROBE, QUESTION, {"Content-Type": "application/json"}, source)
+            response = self.request("POST", PROBE, QUERY, {"Content-Type": "application/json"}, source)
             self.assertEqual(response.status, 200)
             self.assertEqual(response.content.decode(), '{"ok":true,"ip":"%s"}' % source)
             self.assertEqual(response.headers["Content-Type"], "application/json; charset=utf-8")
             self.assertEqual(response.headers["Cache-Control"], "no-store")
 
-    def testTakesTheQuestionInAnyFormThatMeansIt(self):
-        for body in (b' {\n "action" : "ip" }\r\n', QUESTION):
+    def test_accepts_equivalent_queries(self):
+        for body in (b' {\n "action" : "ip" }\r\n', QUERY):
             with self.subTest(body=body):
-                self.assertEqual(self.ask("POST", PROBE, body).status, 200)
-        self.assertEqual(self.ask("POST", PROBE, QUESTION, chunked=True).status, 200)
-        self.assertEqual(self.ask("POST", PROBE + "?x=1", QUESTION).status, 200)
+                self.assertEqual(self.request("POST", PROBE, body).status, 200)
+        self.assertEqual(self.request("POST", PROBE, QUERY, chunked=True).status, 200)
+        self.assertEqual(self.request("POST", PROBE + "?x=1", QUERY).status, 200)
 
-    def testIgnoresWhatAClientSaysAboutItsAddress(self):
-        response = self.ask("POST", PROBE, QUESTION, {"X-Forwarded-For": "192.0.2.1", "X-Real-IP": "192.0.2.1"})
+    def test_ignores_forwarded_addresses(self):
+        response = self.request("POST", PROBE, QUERY, {"X-Forwarded-For": "192.0.2.1", "X-Real-IP": "192.0.2.1"})
         self.assertEqual(json.loads(response.content)["ip"], "127.0.0.1")
 
-    def testRefusesOtherQuestions(self):
+    def test_rejects_other_queries(self):
         for body in (b"", b"{}", b"[]", b'{"action":"IP"}', b'{"action":"ping"}', b'{"action":"ip","x":1}',
                      b'{"action":"ip"', b'{"action":"ip"}{"action":"ip"}', b"action=ip"):
             with self.subTest(body=body):
-                self.assertRefused(self.ask("POST", PROBE, body), 400)
+                self.assert_refused(self.request("POST", PROBE, body), 400)
 
-    def testRefusesOtherMethods(self):
+    def test_rejects_other_methods(self):
         for method in ("GET", "PUT", "DELETE", "PATCH", "OPTIONS"):
             with self.subTest(method=method):
-                response = self.ask(method, PROBE, QUESTION)
-                self.assertRefused(response, 405)
+                response = self.request(method, PROBE, QUERY)
+                self.assert_refused(response, 405)
                 self.assertEqual(response.headers["Allow"], "POST")
 
-    def testRefusesBodiesOverFourKibibytes(self):
+    def test_rejects_bodies_over_4_kib(self):
         for chunked in (False, True):
             with self.subTest(chunked=chunked):
-                largest = QUESTION + b" " * (4096 - len(QUESTION))
-                self.assertEqual(self.ask("POST", PROBE, largest, chunked=chunked).status, 200)
-                self.assertRefused(self.ask("POST", PROBE, largest + b" ", chunked=chunked), 413)
+                largest = QUERY + b" " * (4096 - len(QUERY))
+                self.assertEqual(self.request("POST", PROBE, largest, chunked=chunked).status, 200)
+                self.assert_refused(self.request("POST", PROBE, largest + b" ", chunked=chunked), 413)
 
-    def testRefusesAClientThatAsksTooOften(self):
-        answers = [self.ask("POST", PROBE, QUESTION) for _ in range(40)]
+    def test_limits_the_rate_per_client(self):
+        answers = [self.request("POST", PROBE, QUERY) for _ in range(40)]
         self.assertEqual(answers[0].status, 200)
         refused = [answer for answer in answers if answer.status != 200]
         self.assertTrue(refused)
         for answer in refused:
-            self.assertRefused(answer, 429)
-        self.assertEqual(self.ask("POST", PROBE, QUESTION, source="127.0.0.9").status, 200)
+            self.assert_refused(answer, 429)
+        self.assertEqual(self.request("POST", PROBE, QUERY, source="127.0.0.9").status, 200)
 
 
 class FilesTest(ServiceTest):
     def put(self, name, data):
         (self.service.root / name).write_bytes(data)
 
-    def testServesTheManifest(self):
+    def test_serves_the_manifest(self):
         manifest = '{"latest_version":"1.0","release_notes":"Größer"}\n'.encode()
         self.put("update.json", manifest)
-        response = self.ask("GET", "/update.json")
+        response = self.request("GET", "/update.json")
         self.assertEqual((response.status, response.content), (200, manifest))
         self.assertEqual(response.headers["Content-Type"], "application/json")
         self.assertEqual(response.headers["Cache-Control"], "no-cache")
 
-    def testServesInstallersBesideIt(self):
+    def test_serves_installers(self):
         installer = b"MZ" + bytes(range(256)) * 1000
         for name in ("Setup-1.0.exe", "SETUP.EXE", "SETUP.EXE.exe"):
             self.put(name, installer)
-            response = self.ask("GET", f"/{name}")
+            response = self.request("GET", f"/{name}")
             self.assertEqual((response.status, response.content), (200, installer))
             self.assertEqual(response.headers["Content-Type"], "application/octet-stream")
             self.assertEqual(response.headers["Content-Length"], str(len(installer)))
 
-    def testServesNothingElse(self):
+    def test_serves_nothing_else(self):
         self.put("secret.txt", b"secret")
         self.put(".hidden", b"secret")
         for target in ("/", "/secret.txt", "/.hidden", "/api/", "/api/other.php", "/update.json", "/none.exe",
                        "/update.json/", "/../secret.txt", "/..%2fservice.conf"):
             with self.subTest(target=target):
-                response = self.ask("GET", target)
-                if response.status == 400:  # nginx's own answer to a path that leaves the root
+                response = self.request("GET", target)
+                if response.status == 400:  # nginx's response to a path outside of the root
                     self.assertNotIn(b"secret", response.content)
                 else:
-                    self.assertRefused(response, 404)
+                    self.assert_refused(response, 404)
 
-    def testFilesAreOnlyRead(self):
+    def test_rejects_writes(self):
         self.put("update.json", b"{}")
         for method in ("POST", "PUT", "DELETE"):
             with self.subTest(method=method):
-                self.assertRefused(self.ask(method, "/update.json", b"{}"), 405)
+                self.assert_refused(self.request(method, "/update.json", b"{}"), 405)
         self.assertEqual((self.service.root / "update.json").read_bytes(), b"{}")
 
-    def testRefusesMoreThanTwoDownloadsAtOnceFromOneClient(self):
+    def test_limits_concurrent_downloads_per_client(self):
         self.put("big.exe", b"MZ" + bytes(64 << 20))
         request = f"GET /big.exe HTTP/1.1\r\nHost: {VENDOR}\r\n\r\n".encode()
-        # Downloads that nobody reads on from stay open.
+        # Downloads stay open as long as the client does not read.
         running = [self.connect() for _ in range(2)]
         for connection in running:
             connection.sendall(request)
             self.assertTrue(connection.recv(100).startswith(b"HTTP/1.1 200 "))
-        self.assertRefused(self.ask("GET", "/big.exe"), 429)
-        self.assertEqual(self.ask("HEAD", "/big.exe", source="127.0.0.9").status, 200)
+        self.assert_refused(self.request("GET", "/big.exe"), 429)
+        self.assertEqual(self.request("HEAD", "/big.exe", source="127.0.0.9").status, 200)
 
 
 class TransportTest(ServiceTest):
-    def testSpeaksNothingButTls(self):
+    def test_rejects_plain_http(self):
         with socket.create_connection(("127.0.0.1", self.service.port)) as plain:
-            plain.sendall(f"POST {PROBE} HTTP/1.1\r\nHost: {VENDOR}\r\nContent-Length: 15\r\n\r\n".encode() + QUESTION)
+            plain.sendall(f"POST {PROBE} HTTP/1.1\r\nHost: {VENDOR}\r\nContent-Length: 15\r\n\r\n".encode() + QUERY)
             self.assertTrue(plain.recv(100).startswith(b"HTTP/1.1 400 "))
 
-    def testListensForTlsOnlyAndOnIpv4Only(self):
+    def test_listens_for_tls_only_and_on_ipv4_only(self):
         directives = [line.strip() for line in CONFIGURATION.read_text().splitlines()]
         self.assertEqual([line for line in directives if line.startswith("listen ")], ["listen 443 ssl;"])
         self.assertIn(f"server_name {VENDOR};", directives)
-        # Today's OpenSSL refuses older versions by itself; the configuration is to say it where another doesn't.
+        # Current versions of OpenSSL reject older TLS by default; the configuration must not rely on it.
         self.assertIn("ssl_protocols TLSv1.2 TLSv1.3;", directives)
 
-    def testSpeaksTls12And13(self):
+    def test_accepts_tls_1_2_and_1_3(self):
         for version in (ssl.TLSVersion.TLSv1_2, ssl.TLSVersion.TLSv1_3):
             context = self.context()
             context.minimum_version = context.maximum_version = version
             self.connect(context=context)
 
-    def testRefusesOlderTls(self):
+    def test_rejects_older_tls(self):
         context = self.context()
         context.set_ciphers("DEFAULT:@SECLEVEL=0")
         context.minimum_version = ssl.TLSVersion.TLSv1

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-// What the tests of the registration share: three links of one sender, and what a receiver says to them.
+// Shared by the tests of the registration: three links of one sender, and a receiver's datagrams.
 
 inline constexpr std::size_t linkCount = 3;
 inline constexpr bondsender::TimePoint start{std::chrono::seconds(100)};
@@ -38,8 +38,8 @@ inline bondsender::Registration joined()
     return registration;
 }
 
-/// Whether these are a REG2 for \a id on each link.
-inline bool asksOnEveryLink(const std::vector<bondsender::Outgoing> &outgoing, const bondsender::GroupId &id)
+/// Whether \a outgoing is a REG2 for \a id on each link.
+inline bool isReg2OnEveryLink(const std::vector<bondsender::Outgoing> &outgoing, const bondsender::GroupId &id)
 {
     bool all = outgoing.size() == linkCount;
     for (std::size_t link = 0; all && link < linkCount; ++link) {

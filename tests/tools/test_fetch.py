@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""tools/msvc/fetch.py against a server of this machine whose archives have the layout of the real ones. A program that
-notes its arguments stands in for CMake, because Visual Studio is on Windows alone."""
+"""tools/msvc/fetch.py with a local server whose archives have the layout of the real ones. CMake is replaced by a program
+that records its arguments, because Visual Studio exists for Windows only."""
 
 import functools
 import hashlib
@@ -31,7 +31,7 @@ case $* in *"$FAIL_AT"*) [ -z "$FAIL_AT" ] || exit 3 ;; esac
 """
 
 
-def zipOf(files):
+def zip_of(files):
     """A zip archive of texts by name."""
     buffer = io.BytesIO()
     with zipfile.ZipFile(buffer, "w") as archive:
@@ -40,7 +40,7 @@ def zipOf(files):
     return buffer.getvalue()
 
 
-def digestOf(data):
+def digest_of(data):
     return hashlib.sha256(data).hexdigest()
 
 
@@ -71,135 +71,135 @@ class Fetch(unittest.TestCase):
         (self.root / "bin/cmake").chmod(0o755)
         shutil.copy(SCRIPT, self.root)
         self.folder = self.root / "build/dependencies"
-        self.serve(DEPENDENCIES_ARCHIVE, zipOf({"include/zlib.h": "x"}))
-        self.serve(QT_ARCHIVE, zipOf({"lib/cmake/Qt6/Qt6Config.cmake": "x"}))
-        self.serveObs()
+        self.serve(DEPENDENCIES_ARCHIVE, zip_of({"include/zlib.h": "x"}))
+        self.serve(QT_ARCHIVE, zip_of({"lib/cmake/Qt6/Qt6Config.cmake": "x"}))
+        self.serve_obs()
 
     def serve(self, name, data):
         path = self.served / name
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_bytes(data)
 
-    def servedDigest(self, name):
-        return digestOf((self.served / name).read_bytes())
+    def served_digest(self, name):
+        return digest_of((self.served / name).read_bytes())
 
-    def serveObs(self, **changed):
+    def serve_obs(self, **changed):
         """The sources' archive with a buildspec.json of the real layout; "changed" replaces digests in it."""
-        hashes = {"prebuilt": self.servedDigest(DEPENDENCIES_ARCHIVE), "qt6": self.servedDigest(QT_ARCHIVE)} | changed
+        hashes = {"prebuilt": self.served_digest(DEPENDENCIES_ARCHIVE), "qt6": self.served_digest(QT_ARCHIVE)} | changed
         url = f"{self.base}/obs-deps/releases/download"
         buildspec = {"dependencies": {
             "prebuilt": {"version": RELEASE, "baseUrl": url, "hashes": {"windows-x64": hashes["prebuilt"]}},
             "qt6": {"version": RELEASE, "baseUrl": url, "hashes": {"windows-x64": hashes["qt6"]},
                     "revision": {"macos-arm64": 4, "windows-x64": 2}},
         }}
-        self.serve(OBS_ARCHIVE, zipOf({"obs-studio-31.1.1/buildspec.json": json.dumps(buildspec),
+        self.serve(OBS_ARCHIVE, zip_of({"obs-studio-31.1.1/buildspec.json": json.dumps(buildspec),
                                        "obs-studio-31.1.1/CMakeLists.txt": ""}))
-        self.dependOn(self.servedDigest(OBS_ARCHIVE))
+        self.depend_on(self.served_digest(OBS_ARCHIVE))
 
-    def dependOn(self, sha256):
+    def depend_on(self, sha256):
         (self.root / "dependencies.json").write_text(json.dumps({"obs-studio": {
             "version": "31.1.1", "url": f"{self.base}/{OBS_ARCHIVE}", "sha256": sha256}}))
 
-    def runFetch(self, *arguments, failAt=""):
-        environment = os.environ | {"PATH": f"{self.root}/bin:{os.environ['PATH']}", "FAIL_AT": failAt}
+    def run_fetch(self, *arguments, fail_at=""):
+        environment = os.environ | {"PATH": f"{self.root}/bin:{os.environ['PATH']}", "FAIL_AT": fail_at}
         return subprocess.run([sys.executable, self.root / "fetch.py", *arguments], env=environment, capture_output=True,
                               text=True, check=False)
 
-    def cmakeCalls(self):
+    def cmake_calls(self):
         log = self.root / "bin/cmake.log"
         return log.read_text().splitlines() if log.exists() else []
 
-    def assertRefused(self, done, sentence):
+    def assert_refused(self, done, sentence):
         self.assertEqual((done.returncode, done.stderr.strip()), (1, sentence))
         self.assertFalse(self.folder.exists())
 
-    def testFillsTheFolder(self):
-        done = self.runFetch(self.folder)
+    def test_fills_the_folder(self):
+        done = self.run_fetch(self.folder)
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         self.assertEqual({path.name for path in self.folder.iterdir()}, {"include", "lib", "obs-studio-31.1.1", STATE})
-        configure, build, install = self.cmakeCalls()
+        configure, build, install = self.cmake_calls()
         sources = self.folder / "obs-studio-31.1.1"
         self.assertIn(f"-S {sources} -B {sources}/build_x64 -G Visual Studio 17 2022", configure)
         self.assertIn(f"-DCMAKE_PREFIX_PATH={self.folder}", configure)
         self.assertIn("--target obs-frontend-api", build)
         self.assertIn(f"--component Development --config Release --prefix {self.folder}", install)
 
-    def testACompleteFolderIsLeftAsItIs(self):
-        self.runFetch(self.folder)
+    def test_a_complete_folder_is_left_as_it_is(self):
+        self.run_fetch(self.folder)
         shutil.rmtree(self.served)  # nothing is asked for again
-        done = self.runFetch(self.folder)
+        done = self.run_fetch(self.folder)
         self.assertEqual((done.returncode, done.stdout), (0, f"{self.folder} is complete.\n"))
-        self.assertEqual(len(self.cmakeCalls()), 3)
+        self.assertEqual(len(self.cmake_calls()), 3)
 
-    def testOtherDependenciesReplaceTheFolder(self):
-        self.runFetch(self.folder)
+    def test_other_dependencies_replace_the_folder(self):
+        self.run_fetch(self.folder)
         (self.folder / "old").write_text("x")
-        self.serve(QT_ARCHIVE, zipOf({"lib/other": "x"}))
-        self.serveObs()
-        self.assertEqual(self.runFetch(self.folder).returncode, 0)
+        self.serve(QT_ARCHIVE, zip_of({"lib/other": "x"}))
+        self.serve_obs()
+        self.assertEqual(self.run_fetch(self.folder).returncode, 0)
         self.assertFalse((self.folder / "old").exists())
         self.assertTrue((self.folder / "lib/other").exists())
 
-    def testAnInterruptedCallsFolderIsMadeAnew(self):
+    def test_an_interrupted_calls_folder_is_made_anew(self):
         self.folder.mkdir(parents=True)
         (self.folder / STATE).write_text("")
         (self.folder / "half").write_text("x")
-        self.assertEqual(self.runFetch(self.folder).returncode, 0)
+        self.assertEqual(self.run_fetch(self.folder).returncode, 0)
         self.assertFalse((self.folder / "half").exists())
 
-    def testSomebodyElsesFolderIsRefused(self):
+    def test_somebody_elses_folder_is_refused(self):
         self.folder.mkdir(parents=True)
         (self.folder / "mine").write_text("x")
-        done = self.runFetch(self.folder)
+        done = self.run_fetch(self.folder)
         self.assertEqual((done.returncode, done.stderr), (1, f"{self.folder} holds other files: name a new folder.\n"))
         self.assertTrue((self.folder / "mine").exists())
 
-    def testAFileInPlaceOfTheFolderIsRefused(self):
+    def test_a_file_in_place_of_the_folder_is_refused(self):
         self.folder.parent.mkdir()
         self.folder.write_text("x")
-        self.assertEqual(self.runFetch(self.folder).stderr, f"{self.folder} is no folder.\n")
+        self.assertEqual(self.run_fetch(self.folder).stderr, f"{self.folder} is no folder.\n")
         self.assertEqual(self.folder.read_text(), "x")
 
-    def testAnotherDigestIsRefused(self):
+    def test_another_digest_is_refused(self):
         zeros = "0" * 64
-        self.dependOn(zeros)
-        found = self.servedDigest(OBS_ARCHIVE)
-        self.assertRefused(self.runFetch(self.folder), f"{self.base}/{OBS_ARCHIVE} has the digest {found}, not {zeros}.")
+        self.depend_on(zeros)
+        found = self.served_digest(OBS_ARCHIVE)
+        self.assert_refused(self.run_fetch(self.folder), f"{self.base}/{OBS_ARCHIVE} has the digest {found}, not {zeros}.")
         for name, archive in (("prebuilt", DEPENDENCIES_ARCHIVE), ("qt6", QT_ARCHIVE)):
-            self.serveObs(**{name: zeros})
-            found = self.servedDigest(archive)
-            self.assertRefused(self.runFetch(self.folder), f"{self.base}/{archive} has the digest {found}, not {zeros}.")
-        self.assertEqual(self.cmakeCalls(), [])
+            self.serve_obs(**{name: zeros})
+            found = self.served_digest(archive)
+            self.assert_refused(self.run_fetch(self.folder), f"{self.base}/{archive} has the digest {found}, not {zeros}.")
+        self.assertEqual(self.cmake_calls(), [])
 
-    def testAMissingDigestIsRefusedBeforeAnythingIsFetched(self):
-        self.dependOn("")
+    def test_a_missing_digest_is_refused_before_anything_is_fetched(self):
+        self.depend_on("")
         shutil.rmtree(self.served)
-        self.assertRefused(self.runFetch(self.folder),
-                           f"No digest is known for {self.base}/{OBS_ARCHIVE}: enter it in dependencies.json first.")
+        self.assert_refused(self.run_fetch(self.folder),
+                            f"No digest is known for {self.base}/{OBS_ARCHIVE}: enter it in dependencies.json first.")
 
-    def testWhatTheServerDoesNotHaveIsRefused(self):
+    def test_what_the_server_does_not_have_is_refused(self):
         (self.served / QT_ARCHIVE).unlink()
-        self.assertRefused(self.runFetch(self.folder), f"{self.base}/{QT_ARCHIVE} could not be fetched: File not found.")
+        self.assert_refused(self.run_fetch(self.folder), f"{self.base}/{QT_ARCHIVE} could not be fetched: File not found.")
 
-    def testADownloadCutShortIsRefused(self):
+    def test_a_download_cut_short_is_refused(self):
         self.serve(QT_ARCHIVE, (self.served / QT_ARCHIVE).read_bytes()[:-1])
-        done = self.runFetch(self.folder)
+        done = self.run_fetch(self.folder)
         self.assertRegex(done.stderr, re.escape(f"{self.base}/{QT_ARCHIVE} has the digest "))
         self.assertFalse(self.folder.exists())
 
-    def testAFailedBuildLeavesNothing(self):
-        done = self.runFetch(self.folder, failAt="--build")
+    def test_a_failed_build_leaves_nothing(self):
+        done = self.run_fetch(self.folder, fail_at="--build")
         build = self.folder / "obs-studio-31.1.1/build_x64"
-        self.assertRefused(done, f'"cmake --build {build} …" ended with 3; its own words stand above.')
+        self.assert_refused(done, f'"cmake --build {build} …" ended with 3; its own words stand above.')
 
-    def testWithoutAFolderTheUsageIsShown(self):
+    def test_without_a_folder_the_usage_is_shown(self):
         for arguments in ((), ("a", "b")):
-            done = self.runFetch(*arguments)
+            done = self.run_fetch(*arguments)
             self.assertEqual((done.returncode, done.stderr), (1, "usage: fetch.py FOLDER\n"))
 
 
 class Dependencies(unittest.TestCase):
-    def testTheSourcesHaveADigest(self):
+    def test_the_sources_have_a_digest(self):
         obs = json.loads((SCRIPT.parent / "dependencies.json").read_text())["obs-studio"]
         self.assertRegex(obs["sha256"], "^[0-9a-f]{64}$")
         self.assertTrue(obs["url"].endswith(f"/{obs['version']}.zip"), obs["url"])

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What tools/buildroot/fetch-innosetup refuses, with a program in npm's place. The Windows build fetches the real package."""
+"""Error handling of tools/buildroot/fetch-innosetup, with a replacement for npm. The Windows build has the real package."""
 
 import os
 import subprocess
@@ -23,12 +23,12 @@ class FetchInnoSetup(unittest.TestCase):
                               capture_output=True, text=True, check=False)
         return done.returncode, done.stderr
 
-    def testAFailedDownloadLeavesNothing(self):
+    def test_a_failed_download_leaves_nothing(self):
         self.assertEqual(self.fetch(self.folder),
                          (1, "Inno Setup (innosetup-compiler@6.3.1) could not be fetched from npm.\n"))
         self.assertEqual({path.name for path in self.root.iterdir()}, {"bin"})
 
-    def testOtherBytesAreRefused(self):
+    def test_other_bytes_are_refused(self):
         for npm in ("echo x >innosetup-compiler-6.3.1.tgz", "true"):
             with self.subTest(npm=npm):
                 code, message = self.fetch(self.folder, npm=npm)
@@ -38,19 +38,19 @@ class FetchInnoSetup(unittest.TestCase):
                 (self.root / "bin").rmdir()
                 self.assertEqual(list(self.root.iterdir()), [])
 
-    def testAFetchedCompilerIsLeftAsItIs(self):
+    def test_a_fetched_compiler_is_left_as_it_is(self):
         (self.folder / "bin").mkdir(parents=True)
         (self.folder / "bin/ISCC.exe").write_text("x")
         self.assertEqual(self.fetch(self.folder), (0, ""))
 
-    def testAnotherFolderIsRefused(self):
+    def test_another_folder_is_refused(self):
         self.folder.mkdir()
         (self.folder / "mine").write_text("x")
         code, message = self.fetch(self.folder)
         self.assertEqual((code, message), (1, f"{self.folder} exists and holds no Inno Setup: name a new folder.\n"))
         self.assertTrue((self.folder / "mine").exists())
 
-    def testWithoutAFolderTheUsageIsShown(self):
+    def test_without_a_folder_the_usage_is_shown(self):
         self.assertEqual(self.fetch(), (2, "usage: fetch-innosetup FOLDER\n"))
 
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Groups that take one another's place, and answers that come late, twice or never.
+// Replaced groups, and late, repeated or lost responses.
 #include "registrationcase.h"
 
 #include <QTest>
@@ -15,13 +15,13 @@ class TestBondsenderGroups : public QObject
 
 private Q_SLOTS:
     void aNewGroupReplacesTheOld();
-    void ignoresItsGroupAgain();
-    void aWayOfMoreThanTheRetryInterval();
-    void anOvertakenAnswerIsGivenUpAgain();
-    void aReplayedGroupIsGivenUpAgain();
-    void aLateAnswerAboutTheOldGroupIsNoNews();
-    void aLateRegistrationInTheOldGroupDoesNotCount();
-    void aLostAnswerIsNotWaitedForForever();
+    void repeatedGroupIsIgnored();
+    void roundTripLongerThanTheRetryInterval();
+    void overtakenResponseIsDropped();
+    void replayedGroupIsDropped();
+    void lateResponseAboutTheOldGroupIsIgnored();
+    void lateReg3OfTheOldGroupIsIgnored();
+    void lostResponseTimesOut();
 };
 
 void TestBondsenderGroups::aNewGroupReplacesTheOld()
@@ -32,17 +32,17 @@ void TestBondsenderGroups::aNewGroupReplacesTheOld()
     for (std::size_t link = 0; link < linkCount; ++link) {
         QVERIFY(registration.state(link) == LinkState::Joining);
     }
-    QVERIFY(asksOnEveryLink(registration.due(start), otherGroup));
+    QVERIFY(isReg2OnEveryLink(registration.due(start), otherGroup));
     for (std::size_t link = 0; link < linkCount; ++link) {
         QVERIFY(registration.take(link, reg3, start) == Change::LinkRegistered);
     }
     registration.linkFellSilent(1, start);
     (void)registration.due(start);
     QVERIFY(registration.take(1, regNgp, start) == Change::GroupGone);
-    QVERIFY(!registration.groupId()); // the old one, gone for certain, is not tried again
+    QVERIFY(!registration.groupId()); // the old group is not tried again
 }
 
-void TestBondsenderGroups::ignoresItsGroupAgain()
+void TestBondsenderGroups::repeatedGroupIsIgnored()
 {
     Registration registration = joined();
     QVERIFY(registration.take(0, makeReg2(group), start) == Change::None);
@@ -50,21 +50,21 @@ void TestBondsenderGroups::ignoresItsGroupAgain()
     QVERIFY(registration.due(start + 1h).empty());
 }
 
-/// Every link takes 600 ms there and as long back, so that the repeated REG1 replaces the group in the first answer.
-void TestBondsenderGroups::aWayOfMoreThanTheRetryInterval()
+/// Round trip of 1200 ms: the repeated REG1 replaces the group of the first response.
+void TestBondsenderGroups::roundTripLongerThanTheRetryInterval()
 {
     Registration registration(proposal, linkCount);
     QCOMPARE(registration.due(start).size(), 1U);
     QCOMPARE(registration.due(start + 1000ms).size(), 1U);
     QVERIFY(registration.take(0, makeReg2(group), start + 1200ms) == Change::GroupCreated);
-    QVERIFY(asksOnEveryLink(registration.due(start + 1200ms), group));
+    QVERIFY(isReg2OnEveryLink(registration.due(start + 1200ms), group));
     QVERIFY(registration.take(1, makeReg2(otherGroup), start + 2200ms) == Change::GroupCreated);
-    QVERIFY(asksOnEveryLink(registration.due(start + 2200ms), otherGroup));
+    QVERIFY(isReg2OnEveryLink(registration.due(start + 2200ms), otherGroup));
     for (std::size_t link = 0; link < linkCount; ++link) {
         QVERIFY(registration.take(link, regNgp, start + 2400ms) == Change::None);
     }
     QVERIFY(registration.due(start + 2400ms).empty());
-    QVERIFY(asksOnEveryLink(registration.due(start + 3200ms), otherGroup));
+    QVERIFY(isReg2OnEveryLink(registration.due(start + 3200ms), otherGroup));
     for (std::size_t link = 0; link < linkCount; ++link) {
         QVERIFY(registration.take(link, reg3, start + 3400ms) == Change::LinkRegistered);
         QVERIFY(registration.take(link, reg3, start + 4400ms) == Change::None);
@@ -73,17 +73,17 @@ void TestBondsenderGroups::aWayOfMoreThanTheRetryInterval()
     QVERIFY(registration.due(start + 1h).empty());
 }
 
-void TestBondsenderGroups::anOvertakenAnswerIsGivenUpAgain()
+void TestBondsenderGroups::overtakenResponseIsDropped()
 {
     Registration registration(proposal, linkCount);
     (void)registration.due(start);
     (void)registration.due(start + Registration::retryInterval);
     const TimePoint now = start + Registration::retryInterval + 100ms;
     registration.take(1, makeReg2(group), now);
-    registration.take(0, makeReg2(otherGroup), now); // the answer to the first REG1
-    QVERIFY(asksOnEveryLink(registration.due(now), otherGroup));
+    registration.take(0, makeReg2(otherGroup), now); // the response to the first REG1
+    QVERIFY(isReg2OnEveryLink(registration.due(now), otherGroup));
     QVERIFY(registration.take(2, regNgp, now) == Change::GroupGone);
-    QVERIFY(asksOnEveryLink(registration.due(now), group));
+    QVERIFY(isReg2OnEveryLink(registration.due(now), group));
     for (std::size_t link = 0; link < linkCount - 1; ++link) {
         QVERIFY(registration.take(link, regNgp, now) == Change::None);
     }
@@ -93,18 +93,18 @@ void TestBondsenderGroups::anOvertakenAnswerIsGivenUpAgain()
     QVERIFY(registration.groupId() == group);
 }
 
-void TestBondsenderGroups::aReplayedGroupIsGivenUpAgain()
+void TestBondsenderGroups::replayedGroupIsDropped()
 {
     Registration registration = joined();
     registration.take(0, makeReg2(otherGroup), start);
     (void)registration.due(start);
     QVERIFY(registration.take(0, regNgp, start) == Change::GroupGone);
     QVERIFY(registration.groupId() == group);
-    QVERIFY(asksOnEveryLink(registration.due(start), group));
+    QVERIFY(isReg2OnEveryLink(registration.due(start), group));
     QVERIFY(registration.take(0, reg3, start) == Change::LinkRegistered);
 }
 
-void TestBondsenderGroups::aLateAnswerAboutTheOldGroupIsNoNews()
+void TestBondsenderGroups::lateResponseAboutTheOldGroupIsIgnored()
 {
     Registration registration = joined();
     registration.linkFellSilent(0, start);
@@ -119,7 +119,7 @@ void TestBondsenderGroups::aLateAnswerAboutTheOldGroupIsNoNews()
     QVERIFY(registration.take(1, regNgp, start) == Change::GroupGone);
 }
 
-void TestBondsenderGroups::aLateRegistrationInTheOldGroupDoesNotCount()
+void TestBondsenderGroups::lateReg3OfTheOldGroupIsIgnored()
 {
     Registration registration = joined();
     registration.linkFellSilent(1, start);
@@ -131,7 +131,7 @@ void TestBondsenderGroups::aLateRegistrationInTheOldGroupDoesNotCount()
     QVERIFY(registration.take(1, reg3, start) == Change::LinkRegistered);
 }
 
-void TestBondsenderGroups::aLostAnswerIsNotWaitedForForever()
+void TestBondsenderGroups::lostResponseTimesOut()
 {
     Registration registration = joined();
     registration.linkFellSilent(1, start);

@@ -11,13 +11,13 @@ class TestBondsenderInFlight : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aPacketSentTwiceIsTakenTwice();
+    void packetSentTwiceIsRemovedTwice();
     void rangesIncludeBothEnds();
-    void takesWhatComesBeforeAlsoAcrossTheWrap();
-    void takesWhatIsOld();
+    void removesEarlierPacketsAcrossTheWrap();
+    void removesOldPackets();
 };
 
-void TestBondsenderInFlight::aPacketSentTwiceIsTakenTwice()
+void TestBondsenderInFlight::packetSentTwiceIsRemovedTwice()
 {
     InFlight packets;
     packets.add(7, TimePoint{});
@@ -40,7 +40,7 @@ void TestBondsenderInFlight::rangesIncludeBothEnds()
     QVERIFY(packets.take(5));
 }
 
-void TestBondsenderInFlight::takesWhatComesBeforeAlsoAcrossTheWrap()
+void TestBondsenderInFlight::removesEarlierPacketsAcrossTheWrap()
 {
     InFlight packets;
     packets.add(0x7FFFFFFE, TimePoint{});
@@ -51,7 +51,7 @@ void TestBondsenderInFlight::takesWhatComesBeforeAlsoAcrossTheWrap()
     QVERIFY(packets.take(1));
 }
 
-void TestBondsenderInFlight::takesWhatIsOld()
+void TestBondsenderInFlight::removesOldPackets()
 {
     InFlight packets;
     packets.add(1, TimePoint(1s));

@@ -29,17 +29,17 @@ class TestBondsenderOptions : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsTheNeeded();
-    void readsEverythingOfALink();
-    void readsTheRest();
+    void parsesRequiredOptions();
+    void parsesAllLinkSettings();
+    void parsesOptionalOptions();
     void refuses_data();
     void refuses();
     void durations_data();
     void durations();
-    void saysWhatIsMissing();
+    void namesTheMissingOption();
 };
 
-void TestBondsenderOptions::readsTheNeeded()
+void TestBondsenderOptions::parsesRequiredOptions()
 {
     const Options options = parsed({}).value_or(Options{});
     QCOMPARE(options.listenPort, 6000);
@@ -50,7 +50,7 @@ void TestBondsenderOptions::readsTheNeeded()
     QVERIFY(!options.json && !options.seed && !options.reportEvery && options.id.empty());
 }
 
-void TestBondsenderOptions::readsEverythingOfALink()
+void TestBondsenderOptions::parsesAllLinkSettings()
 {
     std::string error;
     const LinkOptions link =
@@ -64,7 +64,7 @@ void TestBondsenderOptions::readsEverythingOfALink()
     QVERIFY(link.rebinds == std::vector<Microseconds>{7s});
 }
 
-void TestBondsenderOptions::readsTheRest()
+void TestBondsenderOptions::parsesOptionalOptions()
 {
     const Options options = parsed({"--link", "127.0.0.12", "--id", "3fA0", "--seed", "7", "--json", "--every", "1.5s"})
                                 .value_or(Options{});
@@ -129,11 +129,11 @@ void TestBondsenderOptions::durations()
     QVERIFY(!parseDuration(text.toStdString()));
 }
 
-void TestBondsenderOptions::saysWhatIsMissing()
+void TestBondsenderOptions::namesTheMissingOption()
 {
     std::string reason;
     QVERIFY(!parseOptions({}, reason));
-    QCOMPARE(reason, "--listen, --to and --link are needed");
+    QCOMPARE(reason, "--listen, --to and --link are required");
     QVERIFY(!parsed({"--seed"}, &reason));
     QCOMPARE(reason, "missing value: --seed");
     QVERIFY(!parsed({"--link", "127.0.0.1,loss=2"}, &reason));

@@ -33,13 +33,13 @@ private Q_SLOTS:
     void classification_data();
     void classification();
     void registrationsCarryTheId();
-    void keepaliveBringsItsStampBack();
-    void srtlaAckNamesTenNumbers();
+    void keepaliveEchoContainsItsTimeStamp();
+    void srtlaAckHasTenSequenceNumbers();
     void dataPacketsHaveASequence();
-    void srtAckTellsWhatIsMissing();
-    void lossReportNamesNumbersAndRanges();
-    void cutOffLossReportIsReadAsFarAsItGoes();
-    void sequencesRunInACircle();
+    void srtAckHasTheNextSequenceNumber();
+    void lossReportHasNumbersAndRanges();
+    void truncatedLossReportIsParsedPartially();
+    void sequenceNumbersWrap();
 };
 
 void TestBondsenderPackets::classification_data()
@@ -83,7 +83,7 @@ void TestBondsenderPackets::registrationsCarryTheId()
     QVERIFY(!groupIdOf(reg1));
 }
 
-void TestBondsenderPackets::keepaliveBringsItsStampBack()
+void TestBondsenderPackets::keepaliveEchoContainsItsTimeStamp()
 {
     const Bytes keepalive = makeKeepalive(0x0102030405060708);
     QCOMPARE(keepalive, (Bytes{0x90, 0x00, 1, 2, 3, 4, 5, 6, 7, 8}));
@@ -91,7 +91,7 @@ void TestBondsenderPackets::keepaliveBringsItsStampBack()
     QVERIFY(!keepaliveStamp(Bytes{0x90, 0x00}));
 }
 
-void TestBondsenderPackets::srtlaAckNamesTenNumbers()
+void TestBondsenderPackets::srtlaAckHasTenSequenceNumbers()
 {
     Bytes ack{0x91, 0x00, 0x00, 0x00};
     std::vector<std::uint32_t> expected;
@@ -112,7 +112,7 @@ void TestBondsenderPackets::dataPacketsHaveASequence()
     QVERIFY(!dataSequence(filled({0x00, 0x00}, 15)));
 }
 
-void TestBondsenderPackets::srtAckTellsWhatIsMissing()
+void TestBondsenderPackets::srtAckHasTheNextSequenceNumber()
 {
     Bytes ack = filled({0x80, 0x02}, 16);
     QVERIFY(!srtAckedUpTo(ack));
@@ -122,7 +122,7 @@ void TestBondsenderPackets::srtAckTellsWhatIsMissing()
     QVERIFY(!srtAckedUpTo(ack));
 }
 
-void TestBondsenderPackets::lossReportNamesNumbersAndRanges()
+void TestBondsenderPackets::lossReportHasNumbersAndRanges()
 {
     Bytes nak = filled({0x80, 0x03}, 16);
     nak.insert(nak.end(), {0, 0, 0, 5});
@@ -131,7 +131,7 @@ void TestBondsenderPackets::lossReportNamesNumbersAndRanges()
     QVERIFY(srtLossReport(filled({0x80, 0x02}, 24)).empty());
 }
 
-void TestBondsenderPackets::cutOffLossReportIsReadAsFarAsItGoes()
+void TestBondsenderPackets::truncatedLossReportIsParsedPartially()
 {
     Bytes nak = filled({0x80, 0x03}, 16);
     QVERIFY(srtLossReport(nak).empty());
@@ -139,7 +139,7 @@ void TestBondsenderPackets::cutOffLossReportIsReadAsFarAsItGoes()
     QVERIFY((srtLossReport(nak) == std::vector<SequenceRange>{{5, 5}}));
 }
 
-void TestBondsenderPackets::sequencesRunInACircle()
+void TestBondsenderPackets::sequenceNumbersWrap()
 {
     QVERIFY(sequenceBefore(1, 2));
     QVERIFY(!sequenceBefore(2, 2));

@@ -15,12 +15,12 @@ class TestBondsenderRegistration : public QObject
 private Q_SLOTS:
     void repeatsReg1OnTheNextLink();
     void everyLinkJoinsTheGroup();
-    void answeredLinksAreRegistered();
+    void linksWithReg3AreRegistered();
     void repeatsReg2UntilAnswered();
     void ignoresAGroupOfAnotherSender();
-    void beginsAnewWhenTheGroupIsGone();
-    void repeatsReg1LessOftenAfterShortLives();
-    void ignoresALateAnswerOnARegisteredLink();
+    void restartsWhenTheGroupIsGone();
+    void backsOffReg1AfterShortSessions();
+    void ignoresALateResponseOnARegisteredLink();
     void silentLinkJoinsAgain();
     void refusedLinkWaitsLonger();
 };
@@ -43,10 +43,10 @@ void TestBondsenderRegistration::everyLinkJoinsTheGroup()
     Registration registration(proposal, linkCount);
     (void)registration.due(start);
     QVERIFY(registration.take(0, makeReg2(group), start) == Change::GroupCreated);
-    QVERIFY(asksOnEveryLink(registration.due(start), group));
+    QVERIFY(isReg2OnEveryLink(registration.due(start), group));
 }
 
-void TestBondsenderRegistration::answeredLinksAreRegistered()
+void TestBondsenderRegistration::linksWithReg3AreRegistered()
 {
     Registration registration(proposal, linkCount);
     registration.take(0, makeReg2(group), start);
@@ -79,7 +79,7 @@ void TestBondsenderRegistration::ignoresAGroupOfAnotherSender()
     QVERIFY(!registration.groupId());
 }
 
-void TestBondsenderRegistration::beginsAnewWhenTheGroupIsGone()
+void TestBondsenderRegistration::restartsWhenTheGroupIsGone()
 {
     Registration registration = joined();
     const TimePoint later = start + Registration::shortLife;
@@ -95,7 +95,7 @@ void TestBondsenderRegistration::beginsAnewWhenTheGroupIsGone()
     QCOMPARE(registration.due(later + Registration::retryInterval).size(), 1U);
 }
 
-void TestBondsenderRegistration::repeatsReg1LessOftenAfterShortLives()
+void TestBondsenderRegistration::backsOffReg1AfterShortSessions()
 {
     Registration registration(proposal, linkCount);
     TimePoint now = start;
@@ -107,7 +107,7 @@ void TestBondsenderRegistration::repeatsReg1LessOftenAfterShortLives()
         registration.take(0, makeReg2(group), now);
         (void)registration.due(now);
         QVERIFY(registration.take(0, regNgp, now) == Change::GroupGone);
-        now += std::min(2 * interval, 8000ms); // counted from the last REG1
+        now += std::min(2 * interval, 8000ms); // since the last REG1
     }
     (void)registration.due(now);
     registration.take(0, makeReg2(group), now);
@@ -118,7 +118,7 @@ void TestBondsenderRegistration::repeatsReg1LessOftenAfterShortLives()
     QCOMPARE(registration.due(now + Registration::retryInterval).size(), 1U);
 }
 
-void TestBondsenderRegistration::ignoresALateAnswerOnARegisteredLink()
+void TestBondsenderRegistration::ignoresALateResponseOnARegisteredLink()
 {
     Registration registration = joined();
     QVERIFY(registration.take(0, regNgp, start) == Change::None);

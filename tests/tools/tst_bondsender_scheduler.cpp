@@ -13,10 +13,10 @@ class TestBondsenderScheduler : public QObject
 
 private Q_SLOTS:
     void nothingWithoutARegisteredLink();
-    void takesTheLeastLoaded();
-    void lossesCountLikeLoad();
-    void equalsTakeTurns();
-    void quietLinksComeLast();
+    void selectsTheLeastLoadedLink();
+    void lossesCountAsLoad();
+    void equalLinksAlternate();
+    void silentLinksAreLast();
 };
 
 void TestBondsenderScheduler::nothingWithoutARegisteredLink()
@@ -25,20 +25,20 @@ void TestBondsenderScheduler::nothingWithoutARegisteredLink()
     QVERIFY(!chooseLink(std::vector<LinkLoad>(2), 0));
 }
 
-void TestBondsenderScheduler::takesTheLeastLoaded()
+void TestBondsenderScheduler::selectsTheLeastLoadedLink()
 {
     const std::vector<LinkLoad> links{{true, false, 12, 0}, {true, false, 3, 0}, {false, false, 0, 0}};
     QCOMPARE(chooseLink(links, 0), std::optional<std::size_t>(1));
     QCOMPARE(chooseLink(links, 1), std::optional<std::size_t>(1));
 }
 
-void TestBondsenderScheduler::lossesCountLikeLoad()
+void TestBondsenderScheduler::lossesCountAsLoad()
 {
     const std::vector<LinkLoad> links{{true, false, 5, 0}, {true, false, 3, 2.5}};
     QCOMPARE(chooseLink(links, 0), std::optional<std::size_t>(0));
 }
 
-void TestBondsenderScheduler::equalsTakeTurns()
+void TestBondsenderScheduler::equalLinksAlternate()
 {
     const std::vector<LinkLoad> links(3, {true, false, 4, 0});
     QCOMPARE(chooseLink(links, 0), std::optional<std::size_t>(1));
@@ -46,7 +46,7 @@ void TestBondsenderScheduler::equalsTakeTurns()
     QCOMPARE(chooseLink(links, 2), std::optional<std::size_t>(0));
 }
 
-void TestBondsenderScheduler::quietLinksComeLast()
+void TestBondsenderScheduler::silentLinksAreLast()
 {
     const std::vector<LinkLoad> links{{true, true, 0, 0}, {true, false, 90, 30}};
     QCOMPARE(chooseLink(links, 0), std::optional<std::size_t>(1));

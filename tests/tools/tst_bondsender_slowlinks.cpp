@@ -17,13 +17,13 @@ constexpr auto stepInterval = 10ms;
 constexpr auto keepaliveInterval = 1000ms;
 constexpr auto silentAfter = 4000ms;
 constexpr std::uint64_t keepaliveStamp = 1;
-constexpr auto watchedFor = 60s;
+constexpr auto observationTime = 60s;
 
-/// What a receiver knows of one sender: the group that the last REG1 made, and the links that joined it.
+/// A receiver's state of one sender: the group of the last REG1 and its links.
 class Receiver
 {
 public:
-    /// The answer to a datagram that came on the link \a index; empty if there is none.
+    /// The response to a datagram received on the link \a index; empty without one.
     Bytes take(std::size_t index, const Bytes &datagram)
     {
         if (datagram == makeReg1(proposal)) {
@@ -55,14 +55,15 @@ private:
     std::set<std::size_t> members;
 };
 
-/// A sender's registration and a receiver, with a road in each direction for each link, by a clock of their own.
-class World
+/// A sender's registration and a receiver, connected by an impaired path in each direction per link, with a simulated
+/// clock.
+class Simulation
 {
 public:
-    World(const Impairments &impairments, std::uint64_t seed) : registration(proposal, impairments.size())
+    Simulation(const Impairments &impairments, std::uint64_t seed) : registration(proposal, impairments.size())
     {
         for (const Impairment &impairment : impairments) {
-            links.push_back({Road(impairment, seed++), Road(impairment, seed++), start});
+            links.push_back({ImpairedPath(impairment, seed++), ImpairedPath(impairment, seed++), start});
         }
     }
 
@@ -78,7 +79,7 @@ public:
         }
     }
 
-    /// Whether both sides hold every link for registered, in the same group.
+    /// Whether every link is registered in the same group on both sides.
     [[nodiscard]] bool settled() const
     {
         for (std::size_t index = 0; index < links.size(); ++index) {
@@ -95,8 +96,8 @@ public:
 private:
     struct Link
     {
-        Road up;
-        Road down;
+        ImpairedPath up;
+        ImpairedPath down;
         TimePoint heard;
     };
 
@@ -135,7 +136,7 @@ private:
 
 } // namespace
 
-/// Whether a sender and a receiver agree in the end, whatever the links between them do.
+/// Sender and receiver reach the same state with any impairment of the links.
 class TestBondsenderSlowLinks : public QObject
 {
     Q_OBJECT
@@ -161,12 +162,12 @@ void TestBondsenderSlowLinks::everyLinkGetsRegistered_data()
     Impairment twice = slow(50ms);
     twice.duplicate = 0.5;
 
-    QTest::newRow("quick links") << Impairments(3, slow(20ms)) << 1s;
-    QTest::newRow("every answer comes after the repetition") << Impairments(3, slow(600ms)) << 4s;
-    QTest::newRow("every answer comes after three repetitions") << Impairments(3, slow(1700ms)) << 20s;
-    QTest::newRow("the second answer overtakes the first") << Impairments{slow(900ms), slow(50ms)} << 4s;
-    QTest::newRow("repetitions arrive long after the answers") << Impairments{slow(510ms), slow(2400ms)} << 60s;
-    QTest::newRow("anything overtakes anything") << Impairments(3, uneven) << 60s;
+    QTest::newRow("fast links") << Impairments(3, slow(20ms)) << 1s;
+    QTest::newRow("responses arrive after the repetition") << Impairments(3, slow(600ms)) << 4s;
+    QTest::newRow("responses arrive after three repetitions") << Impairments(3, slow(1700ms)) << 20s;
+    QTest::newRow("second response overtakes the first") << Impairments{slow(900ms), slow(50ms)} << 4s;
+    QTest::newRow("repetitions arrive long after the responses") << Impairments{slow(510ms), slow(2400ms)} << 60s;
+    QTest::newRow("reordering") << Impairments(3, uneven) << 60s;
     QTest::newRow("losses") << Impairments(3, lossy) << 60s;
     QTest::newRow("duplicates") << Impairments(3, twice) << 60s;
 }
@@ -177,17 +178,17 @@ void TestBondsenderSlowLinks::everyLinkGetsRegistered()
     QFETCH(const std::chrono::seconds, within);
     constexpr std::uint64_t throws = 20;
     for (std::uint64_t seed = 0; seed < throws; ++seed) {
-        World world(links, seed);
-        while (world.runningFor() < within) {
-            world.step();
+        Simulation simulation(links, seed);
+        while (simulation.runningFor() < within) {
+            simulation.step();
         }
-        const int groupsMade = world.groupsMade();
+        const int groupsMade = simulation.groupsMade();
         QVERIFY(groupsMade > 0);
-        while (world.runningFor() < within + watchedFor) {
-            // Losses alone can make a link silent for a moment; it keeps its group all the same.
-            QVERIFY2(world.settled() || links[0].loss > 0, qPrintable(QString::number(seed)));
-            QCOMPARE(world.groupsMade(), groupsMade);
-            world.step();
+        while (simulation.runningFor() < within + observationTime) {
+            // Losses can make a link silent for a moment; the group stays.
+            QVERIFY2(simulation.settled() || links[0].loss > 0, qPrintable(QString::number(seed)));
+            QCOMPARE(simulation.groupsMade(), groupsMade);
+            simulation.step();
         }
     }
 }

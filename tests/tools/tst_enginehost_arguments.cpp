@@ -10,15 +10,15 @@ class TestEnginehostArguments : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsThePorts_data();
-    void readsThePorts();
-    void readsTheTarget();
-    void theLastOfSeveralCounts();
+    void parsesThePorts_data();
+    void parsesThePorts();
+    void parsesTheTarget();
+    void lastOccurrenceWins();
     void refuses_data();
     void refuses();
 };
 
-void TestEnginehostArguments::readsThePorts_data()
+void TestEnginehostArguments::parsesThePorts_data()
 {
     QTest::addColumn<QString>("word");
     QTest::addColumn<quint16>("port");
@@ -28,7 +28,7 @@ void TestEnginehostArguments::readsThePorts_data()
     QTest::newRow("leading zeros") << u"00080"_s << quint16(80);
 }
 
-void TestEnginehostArguments::readsThePorts()
+void TestEnginehostArguments::parsesThePorts()
 {
     QFETCH(const QString, word);
     QFETCH(const quint16, port);
@@ -39,7 +39,7 @@ void TestEnginehostArguments::readsThePorts()
     QVERIFY(asTarget && asTarget->targetPort == port && asTarget->listenPort == 5002);
 }
 
-void TestEnginehostArguments::readsTheTarget()
+void TestEnginehostArguments::parsesTheTarget()
 {
     const auto arguments =
         parseArguments({u"--target"_s, u"192.0.2.7"_s, u"--listen"_s, u"1"_s, u"--target-port"_s, u"2"_s});
@@ -47,7 +47,7 @@ void TestEnginehostArguments::readsTheTarget()
     QCOMPARE(arguments->target.toString(), u"192.0.2.7"_s);
 }
 
-void TestEnginehostArguments::theLastOfSeveralCounts()
+void TestEnginehostArguments::lastOccurrenceWins()
 {
     const auto arguments = parseArguments({u"--listen"_s, u"1"_s, u"--target-port"_s, u"2"_s, u"--listen"_s, u"3"_s});
     QVERIFY(arguments);

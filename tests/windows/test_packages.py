@@ -37,7 +37,8 @@ class Packages(MachineCase):
     def testInstallsTheTable(self):
         self.assertEqual(self.install(), 0)
         self.assertEqual(self.installedFiles(), INSTALLED)
-        self.assertEqual(self.machine.files("ProgramData/obs-studio"), {"plugins/tarvoline-srtla/" + name for name in INSTALLED})
+        self.assertEqual(self.machine.files("ProgramData/obs-studio"),
+                         {"plugins/tarvoline-srtla/" + name for name in INSTALLED})
         entry = self.machine.registry(APP_KEY)
         self.assertEqual(entry["DisplayName"], "Tarvoline SRTLA for OBS Studio")
         self.assertEqual(entry["DisplayVersion"], self.version)
@@ -101,7 +102,8 @@ class Packages(MachineCase):
         self.machine.write(OBS_FOLDER + "/data/obs-plugins/obs-ffmpeg/locale/de-DE.ini")
         self.assertEqual(self.install(), 0)
         self.assertEqual(self.machine.files(OBS_FOLDER), {
-            "bin/64bit/obs64.exe", "bin/64bit/obs.dll", "obs-plugins/64bit/obs-ffmpeg.dll", "data/obs-plugins/obs-ffmpeg/locale/de-DE.ini"})
+            "bin/64bit/obs64.exe", "bin/64bit/obs.dll", "obs-plugins/64bit/obs-ffmpeg.dll",
+            "data/obs-plugins/obs-ffmpeg/locale/de-DE.ini"})
 
     def testUpdatersSwitchesAloneShowTheWizard(self):
         setup = self.machine.start(self.setup, *UPDATERS_SWITCHES)
@@ -109,6 +111,7 @@ class Packages(MachineCase):
         self.addCleanup(setup.kill)
         waitFor(windowWithTheKeyboard, "Setup's first window")
         self.assertEqual(windowWithTheKeyboard(), f"Setup - Tarvoline SRTLA {self.version} for OBS Studio")
+
         # Enter presses each page's default button: Install, then Finish.
         def pressEnterUntilItEnds():
             press("Return")

@@ -73,8 +73,8 @@ void TestDockInstallSetup::offer(UpdateFixture &fixture, const QByteArray &serve
                                {u"download_url"_s, address},
                                {u"sha256"_s, QString::fromLatin1(digest)},
                                {u"install_mode"_s, u"installer_exe"_s}};
-    fixture.servers.answer(u"/update.json"_s, {.body = QJsonDocument(manifest).toJson()});
-    fixture.servers.answer(u"/Setup.exe"_s, {.body = served});
+    fixture.servers.respond(u"/update.json"_s, {.body = QJsonDocument(manifest).toJson()});
+    fixture.servers.respond(u"/Setup.exe"_s, {.body = served});
     fixture.boxes.answerWith([](QMessageBox &box) { MessageBoxes::press(box, QMessageBox::Yes); });
     fixture.invoke("checkForUpdatesManually");
     QTRY_COMPARE_WITH_TIMEOUT(fixture.label(), u"Neue Version 1.0 verfügbar. Installiert ist 0.9.2."_s, installMs);

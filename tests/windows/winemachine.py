@@ -61,7 +61,8 @@ class WineMachine:
         result = self.run("reg", "query", key)
         if result.returncode != 0:
             return None
-        return {name: value.rstrip() for name, value in re.findall(r"^    (.*?)    REG_\w+    (.*)$", result.stdout, re.MULTILINE)}
+        return {name: value.rstrip()
+                for name, value in re.findall(r"^    (.*?)    REG_\w+    (.*)$", result.stdout, re.MULTILINE)}
 
     def registryKeysBelow(self, key):
         result = self.run("reg", "query", key)

@@ -40,5 +40,6 @@ def tables(command, classes, firstHeaders=None):
         first = ["-I", firstHeaders] if firstHeaders else []
         # Some of Qt's classes can only be made and deleted by Qt itself.
         options = ("-w", "-O0", "-g0", "-fno-access-control", "-S", "-emit-llvm", "-o", "-")
-        result = subprocess.run([command[0], *first, *command[1:], *options, source], check=True, stdout=subprocess.PIPE, text=True)
+        result = subprocess.run([command[0], *first, *command[1:], *options, source], check=True, stdout=subprocess.PIPE,
+                                text=True)
     return {"??_7" + name: SLOT.findall(slots) for name, slots in TABLE.findall(result.stdout)}

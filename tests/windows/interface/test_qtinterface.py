@@ -84,8 +84,8 @@ class QtInterface(unittest.TestCase):
     def report(self, classes, tables):
         compared = [names for table, compiled in tables.items() for _, names, _ in self.comparable(table, compiled)]
         alone = sum(len(names) == 1 for names in compared)
-        print(f"{len(classes)} classes, {len(tables)} tables, {sum(map(len, tables.values()))} slots; {len(compared)} compared by "
-              f"name, of which {alone} share their code with no other function: {' '.join(classes)}")
+        print(f"{len(classes)} classes, {len(tables)} tables, {sum(map(len, tables.values()))} slots; {len(compared)} compared "
+              f"by name, of which {alone} share their code with no other function: {' '.join(classes)}")
 
     def testAWrongSwitchIsNoticed(self):
         header = "QtGui/qtgui-config.h"

@@ -35,7 +35,8 @@ class LoadedModule(unittest.TestCase):
     def setUpClass(cls):
         cls.picture.parent.mkdir(parents=True, exist_ok=True)
         cls.picture.unlink(missing_ok=True)
-        prefix = subprocess.run([cls.winerun.with_name("wineprefix")], check=True, capture_output=True, text=True).stdout.strip()
+        prefix = subprocess.run([cls.winerun.with_name("wineprefix")], check=True, capture_output=True,
+                                text=True).stdout.strip()
         environment = dict(os.environ, WINEPREFIX=prefix, WINEPATH=windowsPath(cls.sdk / "bin"))
         arguments = map(windowsPath, (cls.sdk, cls.module, cls.module.parents[2] / "data"))
         host = subprocess.Popen([cls.winerun, cls.host, *arguments, str(SECONDS), windowsPath(cls.picture)], env=environment,
@@ -80,5 +81,6 @@ class LoadedModule(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    LoadedModule.winerun, LoadedModule.host, LoadedModule.sdk, LoadedModule.module, LoadedModule.picture = map(Path, sys.argv[1:6])
+    (LoadedModule.winerun, LoadedModule.host, LoadedModule.sdk, LoadedModule.module,
+     LoadedModule.picture) = map(Path, sys.argv[1:6])
     unittest.main(argv=sys.argv[:1] + sys.argv[6:])

@@ -1,23 +1,23 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The whole road: encoder, libsrt, bonding sender, three links, the plug-in, OBS's media source, its picture."""
+"""The complete path: encoder, libsrt, bonding sender, three links, plug-in, OBS's media source, picture."""
 
 import re
 
 import case
-from obs import Road, wait_until
+from obs import MobileSender, wait_until
 
 _PASSPHRASE = "four words of secret"
 _GUESS = "four words of guessing"
-# libsrt's own words, in the log of the caller.
+# libsrt's message in the log of the caller.
 _REFUSED = "REJECT reported from HS processing: Incorrect passphrase"
 
-# Longer than the receiver lets a link be silent, so that the cut link is dropped and has to register again.
+# Longer than the receiver's time-out, so that the link is removed and registers again.
 _CUT_FROM_S, _CUT_UNTIL_S = 6, 20
 
 _REGISTERED = re.compile(r"REG3 \| Weg 127\.0\.0\.3:\d+ verbunden")
 
 
-class RoadTest(case.ObsCase):
+class StreamTest(case.ObsCase):
     def _ready(self, passphrase=None):
         session = self.session()
         panel = self.panel(session)
@@ -28,14 +28,14 @@ class RoadTest(case.ObsCase):
         panel.wait_for_log("OBS | Neue SRT-Quelle angelegt")
         return session, panel
 
-    def _road(self, **options):
-        road = Road(self.folder, case.LISTEN_PORT, **options)
-        self.addCleanup(road.stop)
-        return road
+    def _sender(self, **options):
+        sender = MobileSender(self.folder, case.LISTEN_PORT, **options)
+        self.addCleanup(sender.stop)
+        return sender
 
-    def test_the_picture_survives_a_cut_link_and_follows_stop_and_start(self):
+    def test_cut_link_and_receiver_restart(self):
         session, panel = self._ready()
-        self._road(cuts=[(1, _CUT_FROM_S, _CUT_UNTIL_S)]).start()
+        self._sender(cuts=[(1, _CUT_FROM_S, _CUT_UNTIL_S)]).start()
         case.wait_for_picture(session)
 
         panel.wait_for_log("TIMEOUT | Weg 127.0.0.3:")
@@ -53,35 +53,35 @@ class RoadTest(case.ObsCase):
         panel.wait_for_status("Aktiv")
         case.wait_for_picture(session)
 
-        # OBS ends in the middle of the stream.
+        # OBS ends during the stream.
         session.quit()
         self.assertEqual(session.exit_code(), 0)
         self.assertIn("[Tarvoline SRTLA] Plugin sicher entladen", session.log())
         self.assertIn("Number of memory leaks: 0", session.log())
 
-    def test_a_passphrase_lets_in_who_knows_it(self):
+    def test_passphrase(self):
         session, panel = self._ready(_PASSPHRASE)
-        stranger = self._road(passphrase=_GUESS).start()
-        wait_until(lambda: _REFUSED in stranger.encoder_log(), "the caller with another passphrase is refused")
+        rejected = self._sender(passphrase=_GUESS).start()
+        wait_until(lambda: _REFUSED in rejected.encoder_log(), "the caller with another passphrase is rejected")
         self.assertIsNone(session.remote.picture(case.SOURCE))
-        stranger.stop()
+        rejected.stop()
 
-        self._road(passphrase=_PASSPHRASE).start()
+        self._sender(passphrase=_PASSPHRASE).start()
         case.wait_for_picture(session)
 
-    def test_the_sender_is_stopped_and_started_again(self):
+    def test_sender_restart(self):
         session, panel = self._ready()
-        road = self._road().start()
+        sender = self._sender().start()
         case.wait_for_picture(session)
-        road.stop()
+        sender.stop()
         case.wait_for_no_picture(session)
-        road.start()
+        sender.start()
         case.wait_for_picture(session)
 
     def test_switching_scenes_and_hiding_the_source(self):
         session, panel = self._ready()
         remote = session.remote
-        self._road().start()
+        self._sender().start()
         case.wait_for_picture(session)
 
         scene = remote.current_scene()
@@ -99,7 +99,7 @@ class RoadTest(case.ObsCase):
     def test_switching_the_scene_collection_while_streaming(self):
         session, panel = self._ready()
         remote = session.remote
-        self._road().start()
+        self._sender().start()
         case.wait_for_picture(session)
         first = remote.call("GetSceneCollectionList")["currentSceneCollectionName"]
 
