@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Sends the same load through four kinds of relay and tells what each costs.
+// Sends the same load through four kinds of relay and prints the cost of each.
 //   benchload [--json FILE] [--rounds N] [--compare RELAY_ENGINE]
-// RELAY_ENGINE is the absolute path of another build's relay_engine, which takes turns with the rest.
+// RELAY_ENGINE is the absolute path of another build's relay_engine, which is measured alternately.
 
 #include "load.h"
 #include "relayprocess.h"
@@ -19,7 +19,7 @@
 
 namespace {
 
-struct Contestant
+struct RelayUnderTest
 {
     const char *key;
     const char *what;
@@ -50,8 +50,8 @@ Spread spread(std::vector<double> values)
     return {median, values.front(), values.back()};
 }
 
-/// The ratios of two contestants, round by round: what disturbs the machine for longer than a round hits both.
-Spread ratio(const Contestant &above, const Contestant &below)
+/// The ratios of two relays per round, so that other load affects both.
+Spread ratio(const RelayUnderTest &above, const RelayUnderTest &below)
 {
     std::vector<double> values;
     values.reserve(above.usPerDatagram.size());
@@ -86,7 +86,7 @@ void allowManyFiles()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// The engine's own account of its memory: a JSON object without its braces.
+/// The engine's memory use as members of a JSON object.
 std::string memory()
 {
     std::array<char, 256> line{};
@@ -104,59 +104,58 @@ double lossPercent(const LoadResult &result)
     return 100.0 * static_cast<double>(result.sent - result.delivered) / static_cast<double>(result.sent);
 }
 
-/// One round of one relay; false when it lost so much that its figure would not be one of relaying: links that timed
-/// out because the machine was busy elsewhere, for instance.
-bool measure(Contestant &contestant, const LoadShape &shape, bool counts)
+/// One round of one relay; false if the loss is too high for a valid figure, for example because links timed out on a
+/// loaded machine.
+bool measure(RelayUnderTest &relay, const LoadShape &shape, bool counts)
 {
     constexpr double usableLossPercent = 1.0;
-    if (contestant.isEngine()) {
-        contestant.load->registerLinks(contestant.port); // they may have timed out meanwhile
+    if (relay.isEngine()) {
+        relay.load->registerLinks(relay.port); // they may have timed out
     }
-    const std::int64_t before = contestant.relay->cpuNs();
-    const LoadResult result = contestant.load->run(contestant.port, shape);
-    const std::int64_t used = contestant.relay->cpuNs() - before;
+    const std::int64_t before = relay.relay->cpuNs();
+    const LoadResult result = relay.load->run(relay.port, shape);
+    const std::int64_t used = relay.relay->cpuNs() - before;
     if (lossPercent(result) > usableLossPercent) {
         return false;
     }
     if (counts) {
         constexpr double nsPerUs = 1000.0;
-        contestant.usPerDatagram.push_back(static_cast<double>(used) / nsPerUs / static_cast<double>(result.sent));
-        contestant.total.sent += result.sent;
-        contestant.total.delivered += result.delivered;
+        relay.usPerDatagram.push_back(static_cast<double>(used) / nsPerUs / static_cast<double>(result.sent));
+        relay.total.sent += result.sent;
+        relay.total.delivered += result.delivered;
     }
     return true;
 }
 
-void writeJson(const char *path, const std::vector<Contestant> &contestants, const std::string &memoryText, int rounds)
+void writeJson(const char *path, const std::vector<RelayUnderTest> &relays, const std::string &memoryText, int rounds)
 {
     FILE *const file = std::fopen(path, "w");
     if (file == nullptr) {
         std::perror(path);
         std::exit(1);
     }
-    const Contestant &raw = contestants[0];
-    const Contestant &qt = contestants[1];
+    const RelayUnderTest &raw = relays[0];
+    const RelayUnderTest &qt = relays[1];
     std::fprintf(file, "{\n  \"rounds\": %d,\n", rounds);
-    for (std::size_t i = 2; i < contestants.size(); ++i) {
+    for (std::size_t i = 2; i < relays.size(); ++i) {
         for (const auto &[name, base] : {std::pair{"qt", &qt}, std::pair{"raw", &raw}}) {
-            const Spread value = ratio(contestants[i], *base);
-            std::fprintf(file, "  \"%s_per_%s\": %.4f,\n  \"%s_per_%s_range\": [%.4f, %.4f],\n", contestants[i].key,
-                         name, value.median, contestants[i].key, name, value.min, value.max);
+            const Spread value = ratio(relays[i], *base);
+            std::fprintf(file, "  \"%s_per_%s\": %.4f,\n  \"%s_per_%s_range\": [%.4f, %.4f],\n", relays[i].key, name,
+                         value.median, relays[i].key, name, value.min, value.max);
         }
     }
-    for (const Contestant &contestant : contestants) {
-        const Spread value = spread(contestant.usPerDatagram);
+    for (const RelayUnderTest &relay : relays) {
+        const Spread value = spread(relay.usPerDatagram);
         std::fprintf(file,
                      "  \"%s_us_per_datagram\": %.4f,\n  \"%s_us_per_datagram_range\": [%.4f, %.4f],\n"
                      "  \"%s_loss_percent\": %.4f,\n",
-                     contestant.key, value.median, contestant.key, value.min, value.max, contestant.key,
-                     lossPercent(contestant.total));
+                     relay.key, value.median, relay.key, value.min, value.max, relay.key, lossPercent(relay.total));
     }
     std::fprintf(file, "  %s\n}\n", memoryText.c_str());
     std::fclose(file);
 }
 
-void printTable(const std::vector<Contestant> &contestants, const std::string &memoryText, const LoadShape &shape,
+void printTable(const std::vector<RelayUnderTest> &relays, const std::string &memoryText, const LoadShape &shape,
                 int rounds)
 {
     std::printf("%d rounds of %d datagrams of 1316 bytes, %d a second in bursts of %d; median (min to max)\n\n", rounds,
@@ -164,15 +163,15 @@ void printTable(const std::vector<Contestant> &contestants, const std::string &m
                 shape.datagramsPerBurst);
     std::printf("%-30s %-24s %-24s %-24s %s\n", "relay", "CPU us per datagram", "per bare Qt relay",
                 "per plain C relay", "loss");
-    for (const Contestant &contestant : contestants) {
+    for (const RelayUnderTest &relay : relays) {
         const auto text = [](const Spread &value) {
             std::array<char, 64> buffer{};
             std::snprintf(buffer.data(), buffer.size(), "%.2f (%.2f to %.2f)", value.median, value.min, value.max);
             return std::string(buffer.data());
         };
-        std::printf("%-30s %-24s %-24s %-24s %.2f %%\n", contestant.what,
-                    text(spread(contestant.usPerDatagram)).c_str(), text(ratio(contestant, contestants[1])).c_str(),
-                    text(ratio(contestant, contestants[0])).c_str(), lossPercent(contestant.total));
+        std::printf("%-30s %-24s %-24s %-24s %.2f %%\n", relay.what, text(spread(relay.usPerDatagram)).c_str(),
+                    text(ratio(relay, relays[1])).c_str(), text(ratio(relay, relays[0])).c_str(),
+                    lossPercent(relay.total));
     }
     std::printf("\nuser memory: %s\n", memoryText.c_str());
 }
@@ -203,29 +202,28 @@ int main(int argc, char **argv)
     std::printf("relays on core %d, load on core %d%s\n", relayCore, loadCore,
                 relayCore == loadCore ? " (the only one: figures are rough)" : "");
 
-    std::vector<Contestant> contestants;
-    contestants.push_back({"raw", "plain C relay", "relay_raw", 1, 3});
-    contestants.push_back({"qt", "bare Qt relay", "relay_qt", 1, 3});
-    contestants.push_back({"qtread", "Qt's readDatagram and write", "relay_qtread", 1, 3});
-    contestants.push_back({"engine_1x3", "engine, 1 group x 3 links", "relay_engine", 1, 3});
-    contestants.push_back({"engine_100x4", "engine, 100 groups x 4 links", "relay_engine", 100, 4});
-    contestants.push_back({"engine_10000", "engine, 2500 groups x 4 links", "relay_engine", 2500, 4});
+    std::vector<RelayUnderTest> relays;
+    relays.push_back({"raw", "plain C relay", "relay_raw", 1, 3});
+    relays.push_back({"qt", "bare Qt relay", "relay_qt", 1, 3});
+    relays.push_back({"qtread", "Qt's readDatagram and write", "relay_qtread", 1, 3});
+    relays.push_back({"engine_1x3", "engine, 1 group x 3 links", "relay_engine", 1, 3});
+    relays.push_back({"engine_100x4", "engine, 100 groups x 4 links", "relay_engine", 100, 4});
+    relays.push_back({"engine_10000", "engine, 2500 groups x 4 links", "relay_engine", 2500, 4});
     if (compared != nullptr) {
-        contestants.push_back({"engine_compared", "the other engine, 1 group x 3", compared, 1, 3});
+        relays.push_back({"engine_compared", "the other engine, 1 group x 3", compared, 1, 3});
     }
     const LoadShape shape;
-    for (Contestant &contestant : contestants) {
-        contestant.load = std::make_unique<Load>(contestant.groups, contestant.linksPerGroup);
-        contestant.port = freePort();
-        contestant.relay = std::make_unique<RelayProcess>(contestant.program, contestant.port,
-                                                          contestant.load->listenerPort(), relayCore);
-        contestant.load->waitForRelay(contestant.port, contestant.isEngine());
+    for (RelayUnderTest &relay : relays) {
+        relay.load = std::make_unique<Load>(relay.groups, relay.linksPerGroup);
+        relay.port = freePort();
+        relay.relay = std::make_unique<RelayProcess>(relay.program, relay.port, relay.load->listenerPort(), relayCore);
+        relay.load->waitForRelay(relay.port, relay.isEngine());
     }
-    for (int round = -1; round < rounds; ++round) { // the first one warms up
-        for (Contestant &contestant : contestants) {
+    for (int round = -1; round < rounds; ++round) { // the first round is a warm-up
+        for (RelayUnderTest &relay : relays) {
             int attempts = 0;
-            while (!measure(contestant, shape, round >= 0)) {
-                std::fprintf(stderr, "%s lost too much in a round; once more\n", contestant.what);
+            while (!measure(relay, shape, round >= 0)) {
+                std::fprintf(stderr, "%s lost too much in a round; once more\n", relay.what);
                 if (++attempts == maxAttempts) {
                     return 1;
                 }
@@ -233,9 +231,9 @@ int main(int argc, char **argv)
         }
     }
     const std::string memoryText = memory();
-    printTable(contestants, memoryText, shape, rounds);
+    printTable(relays, memoryText, shape, rounds);
     if (json != nullptr) {
-        writeJson(json, contestants, memoryText, rounds);
+        writeJson(json, relays, memoryText, rounds);
     }
     return 0;
 }

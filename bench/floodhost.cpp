@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The plug-in's dock with its engine in a host that measures stalls of its UI thread. Usage: floodhost
-// LISTEN-PORT TARGET-PORT [ERROR-LINES]. Its engine tells so many errors of a group's socket a second (at most 1000),
-// each in a turn of the event loop of its own, as a system does that reports every datagram to a closed port. Writes a
-// line of JSON a second, until it is killed.
+// The plug-in's dock with its engine in a host that measures stalls of the UI thread: floodhost LISTEN-PORT TARGET-PORT
+// [ERROR-LINES]. The engine logs ERROR-LINES socket errors per second (at most 1000), each in a separate event loop
+// iteration, as on a system that reports every datagram to a closed port. Prints a line of JSON per second.
 #include "testkit/dockprobe.h"
 #include "testkit/obsdouble.h"
 #include "testkit/settingsstore.h"
@@ -25,7 +24,7 @@ namespace {
 
 constexpr std::chrono::milliseconds heartbeatInterval(1);
 
-/// The longest time between two beats of a timer that wants to beat every millisecond.
+/// The longest interval of a 1 ms timer.
 class Heartbeat
 {
 public:
@@ -36,7 +35,7 @@ public:
         clock.start();
         timer.start(heartbeatInterval);
     }
-    /// The longest time so far, in milliseconds; counts anew from here.
+    /// The longest interval since the last call, in milliseconds.
     double takeLongestMs()
     {
         constexpr double nanosecondsPerMillisecond = 1e6;
@@ -58,7 +57,7 @@ private:
     qint64 longestNs = 0;
 };
 
-/// What the process has of the C library's memory, without what the library keeps for later.
+/// Allocated heap memory, without free memory kept by the C library.
 size_t heapKiB()
 {
     constexpr size_t bytesPerKiB = 1024;
@@ -66,7 +65,7 @@ size_t heapKiB()
     return (account.uordblks + account.hblkhd) / bytesPerKiB;
 }
 
-/// What a user who watches the log has opened, started on the given ports.
+/// Opens the log group and starts the receiver on the given ports.
 void startOpened(TarvolineDock &dock, const QString &listenPort, const QString &targetPort)
 {
     const DockProbe probe(dock);

@@ -12,7 +12,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// What an SRT packet with a full load of MPEG transport stream carries, close enough to its size on the wire.
+/// Payload of an SRT packet with seven MPEG-TS packets.
 constexpr std::size_t packetBytes = 1316;
 constexpr std::size_t registrationBytes = 258;
 constexpr std::size_t maxDatagramBytes = 65536;
@@ -20,16 +20,15 @@ constexpr std::size_t srtAckBytes = 44;
 /// SRT sends a light acknowledgement every 64 packets (draft-sharabayko-srt, "ACK").
 constexpr int packetsPerSrtAck = 64;
 constexpr int receiveBufferBytes = 8 * 1024 * 1024;
-/// How long a relay gets to start, asked at each step of the way; how long to an answer once it runs.
+/// Time limit and poll interval for the start of a relay; time limit of a response.
 constexpr int startMs = 10000;
 constexpr int stepMs = 100;
 constexpr int answerMs = 5000;
-/// A round has ended when nothing more arrives for so long.
+/// A round ends after this time without a datagram.
 constexpr int quietMs = 100;
-/// A link that is registered answers a keepalive well within this, or has timed out. Short, because every link is to be
-/// refreshed before others time out meanwhile: relaying is measured, not what comes anew with each registration.
+/// Time limit for the echo of a keepalive. Short, because all links have to be refreshed before others time out.
 constexpr int keepaliveMs = 1000;
-/// How many groups register, or links are refreshed, at once.
+/// Number of groups registered, or links refreshed, at once.
 constexpr std::size_t batchGroups = 500;
 
 void setType(std::vector<std::byte> &datagram, unsigned type)
@@ -61,7 +60,7 @@ Load::Load(std::size_t groups, std::size_t linksOfGroup)
 void Load::registerLinks(std::uint16_t port)
 {
     if (!keepAlive(port)) {
-        // In batches: waiting for every single answer would take longer than a link lives on a busy machine.
+        // In batches, because waiting for single responses could exceed the time-out of a link.
         const std::size_t batch = batchGroups * linksPerGroup;
         for (std::size_t first = 0; first < links.size(); first += batch) {
             registerBatch(port, first, std::min(first + batch, links.size()));
@@ -76,7 +75,7 @@ void Load::registerLinks(std::uint16_t port)
 void Load::registerBatch(std::uint16_t port, std::size_t first, std::size_t end)
 {
     for (std::size_t i = first; i < end; ++i) {
-        takeReplies(links[i]); // of the time before
+        takeReplies(links[i]); // earlier replies
     }
     std::vector<std::byte> registration(registrationBytes);
     setType(registration, 0x9200);
@@ -89,7 +88,7 @@ void Load::registerBatch(std::uint16_t port, std::size_t first, std::size_t end)
             fail("the engine does not answer REG1");
         }
         for (std::size_t link = i; link < i + linksPerGroup; ++link) {
-            links[link].sendTo(port, registration); // the answer to REG1 is the REG2 to send
+            links[link].sendTo(port, registration); // the response to REG1 is the REG2 to send
         }
     }
     for (std::size_t i = first; i < end; ++i) {
@@ -98,7 +97,7 @@ void Load::registerBatch(std::uint16_t port, std::size_t first, std::size_t end)
         }
     }
     for (nextLink = first; nextLink < end; nextLink += linksPerGroup - 1) {
-        sendOne(port); // the first packet of a group opens its socket
+        sendOne(port); // the first packet of a group creates its socket
     }
     for (std::size_t i = first; i < end; i += linksPerGroup) {
         if (!listener.wait(answerMs)) {
@@ -115,11 +114,11 @@ bool Load::keepAlive(std::uint16_t port)
     for (std::size_t first = 0; first < links.size(); first += batchGroups) {
         const std::size_t end = std::min(first + batchGroups, links.size());
         for (std::size_t i = first; i < end; ++i) {
-            takeReplies(links[i]); // of the last round
+            takeReplies(links[i]); // of the previous round
             links[i].sendTo(port, keepalive);
         }
         for (std::size_t i = first; i < end; ++i) {
-            do { // past replies that come late
+            do { // skips late replies
                 if (!links[i].wait(keepaliveMs)) {
                     return false;
                 }
@@ -131,7 +130,7 @@ bool Load::keepAlive(std::uint16_t port)
 
 void Load::waitForRelay(std::uint16_t port, bool isEngine)
 {
-    std::vector<std::byte> reg2(registrationBytes); // of no group: an engine refuses it, other relays deliver it
+    std::vector<std::byte> reg2(registrationBytes); // unknown group: an engine responds, other relays deliver it
     setType(reg2, 0x9201);
     const Udp &answered = isEngine ? links.front() : listener;
     for (int attempt = 0; attempt < startMs / stepMs; ++attempt) {
@@ -149,7 +148,7 @@ LoadResult Load::run(std::uint16_t port, const LoadShape &shape)
 {
     const auto interval = std::chrono::nanoseconds(std::chrono::seconds(1)) / shape.burstsPerSecond;
     LoadResult result;
-    takeDelivered(); // what came late in the last round
+    takeDelivered(); // late datagrams of the previous round
     auto due = Clock::now();
     for (int burst = 0; burst < shape.bursts; ++burst) {
         for (int i = 0; i < shape.datagramsPerBurst; ++i) {

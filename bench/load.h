@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-/// How much is sent, and in which rhythm.
+/// Amount and timing of the load.
 struct LoadShape
 {
     int datagramsPerBurst = 20;
@@ -15,29 +15,28 @@ struct LoadShape
     int bursts = 500; ///< of one round
 };
 
-/// What became of a round's datagrams.
+/// Result of a round.
 struct LoadResult
 {
     std::int64_t sent = 0;
     std::int64_t delivered = 0;
 };
 
-/// Both ends of a relay's traffic: senders with their links on one side, the SRT listener on the other. It sends bursts
-/// of SRT data packets round robin over all links, takes what the relay delivers, and answers as an SRT listener does,
-/// with an SRT ACK after so many packets.
+/// Both ends of a relay: senders with links on one side, the SRT listener on the other. Sends bursts of SRT data
+/// packets round robin over all links, receives the relayed packets, and sends an SRT ACK every 64 packets.
 class Load
 {
 public:
     Load(std::size_t groups, std::size_t linksOfGroup);
 
-    /// Where the relay is to deliver.
+    /// The relay's target port.
     [[nodiscard]] std::uint16_t listenerPort() const { return listener.port(); }
 
-    /// Has every link that isn't so already registered with the engine at \a port, and every group's socket opened.
+    /// Registers all links at the engine at \a port and opens every group's socket.
     void registerLinks(std::uint16_t port);
-    /// Waits until the relay at \a port works; an engine delivers nothing of strangers but answers.
+    /// Waits until the relay at \a port works; an engine only responds to unregistered senders.
     void waitForRelay(std::uint16_t port, bool isEngine);
-    /// One round; ends when everything has arrived or nothing more comes.
+    /// One round; ends when everything has arrived or after a time limit.
     LoadResult run(std::uint16_t port, const LoadShape &shape);
 
 private:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""A long stream over links whose delay jitters: what the receiver's process holds, minute by minute."""
+"""A long stream over links with jitter: memory and descriptors of the receiver's process, per minute."""
 
 import dataclasses
 import math
@@ -12,28 +12,28 @@ import time
 import stream
 from ports import udp_drops
 
-# Two links of a city's mobile networks and one of a train's, in each direction.
+# Delays of two urban mobile networks and of one in a train, in each direction.
 LINKS = ("127.0.0.11,delay=20ms,jitter=30ms", "127.0.0.12,delay=35ms,jitter=60ms", "127.0.0.13,delay=10ms,jitter=90ms")
 MEGABITS_PER_SECOND = 8.0
 LATENCY_MS = 2000
-PIECE_SECONDS = 10  # of the stream; the piece is sent again and again
+PIECE_SECONDS = 10  # length of the repeated file
 MINUTE_S = 60
-# From here on the process has what it needs; the rows before it are its warming up.
+# Rows before are warm-up.
 SETTLED_AFTER_MINUTES = 2
-# What the C library may still take for itself after that. One leaked byte per datagram would be 2.7 MiB in an hour.
+# Tolerance for the C library's allocator. One leaked byte per datagram would be 2.7 MiB in an hour.
 ALLOWED_GROWTH_KIB = 1024
 
 
 @dataclasses.dataclass(frozen=True)
-class Look:
-    """What the receiver's process holds at one moment, and what has become of the stream until then."""
+class Sample:
+    """Resources of the receiver's process and totals of the stream at one time."""
 
     minute: int
     rss_kib: int
     handles: int
-    system_drops: int  # datagrams that came to the receiver's port and found its buffer full
+    system_drops: int  # datagrams dropped because the receiver's buffer was full
     delivered_bytes: int
-    srt_dropped: int  # packets that came too late or never: what a viewer misses
+    srt_dropped: int  # packets that arrived too late or not at all
 
     def text(self) -> str:
         """One row of the table."""
@@ -53,21 +53,21 @@ def rss_kib(pid) -> int:
 
 
 def handles(pid) -> int:
-    """Open descriptors of a process."""
+    """Number of open descriptors of a process."""
     return len(os.listdir(f"/proc/{pid}/fd"))
 
 
-def findings(looks) -> list[str]:
-    """What is wrong with the rows: growth after the first minutes, or loss. Nothing: all is well."""
-    settled = [look for look in looks if look.minute >= SETTLED_AFTER_MINUTES]
+def findings(samples) -> list[str]:
+    """Errors in the rows: growth after the warm-up, or loss; empty without errors."""
+    settled = [sample for sample in samples if sample.minute >= SETTLED_AFTER_MINUTES]
     found = []
     if not settled:
         return ["too short to say anything"]
     first, last = settled[0], settled[-1]
     if last.rss_kib - first.rss_kib > ALLOWED_GROWTH_KIB:
         found.append(f"memory grew from {first.rss_kib} to {last.rss_kib} KiB")
-    if max(look.handles for look in settled) > first.handles:
-        found.append(f"handles grew from {first.handles} to {max(look.handles for look in settled)}")
+    if max(sample.handles for sample in settled) > first.handles:
+        found.append(f"handles grew from {first.handles} to {max(sample.handles for sample in settled)}")
     if last.srt_dropped:
         found.append(f"{last.srt_dropped} packets of the stream were lost")
     return found
@@ -79,7 +79,7 @@ def run(folder, minutes) -> int:
     folder.mkdir(parents=True)
     file = folder / "piece"
     file.write_bytes(random.Random(1).randbytes(int(MEGABITS_PER_SECOND * 1e6 / 8) * PIECE_SECONDS))
-    # The listener writes each stream to a file of its name, and nobody needs these gigabytes.
+    # The listener writes each stream to a file; the data is not needed.
     (folder / "stream").symlink_to(os.devnull)
     listener = stream.SrtReceiver(folder)
     engine = stream.EngineHost(listener.port)
@@ -87,7 +87,7 @@ def run(folder, minutes) -> int:
     caller = None
     try:
         bond.wait_for_links()
-        # One piece more than is looked at, so that the last row is still in the middle of the stream.
+        # One piece more, so that the last row is within the stream.
         repeat = math.ceil(minutes * MINUTE_S / PIECE_SECONDS) + 1
         caller = stream.SrtSender(bond.port, file, megabits_per_second=MEGABITS_PER_SECOND, latency_ms=LATENCY_MS,
                                   repeat=repeat)
@@ -95,21 +95,21 @@ def run(folder, minutes) -> int:
         begin = time.monotonic()
         print(f"{MEGABITS_PER_SECOND:g} Mbit/s for {minutes} min over {len(LINKS)} links with jitter, latency "
               f"{LATENCY_MS} ms\n{HEADER}", flush=True)
-        looks = []
+        samples = []
         for minute in range(1, minutes + 1):
             time.sleep(max(0.0, begin + minute * MINUTE_S - time.monotonic()))
             progress = [line for line in listener.objects if line["event"] == "progress"][-1]
-            looks.append(Look(minute, rss_kib(engine.pid), handles(engine.pid), udp_drops(engine.port),
-                              progress["bytes"], progress["dropped"]))
-            print(looks[-1].text(), flush=True)
+            samples.append(Sample(minute, rss_kib(engine.pid), handles(engine.pid), udp_drops(engine.port),
+                                  progress["bytes"], progress["dropped"]))
+            print(samples[-1].text(), flush=True)
         end = listener.wait_for(lambda line: line["event"] == "ended", "the stream ends")
         lost = file.stat().st_size * repeat - end["bytes"]
-        print(f"in the end {end['bytes']} bytes delivered, {lost} lost, longest pause {end['longestPauseMs']} ms, "
+        print(f"total: {end['bytes']} bytes delivered, {lost} lost, longest pause {end['longestPauseMs']} ms, "
               f"{end['retransmitted']} packets sent again, load {os.getloadavg()[0]:.1f}")
     finally:
         for program in filter(None, (caller, bond, engine, listener)):
             program.kill()
-    found = findings(looks) + ([f"{lost} bytes of the stream were lost"] if lost else [])
+    found = findings(samples) + ([f"{lost} bytes of the stream were lost"] if lost else [])
     for text in found:
         print(f"WRONG: {text}")
     return 1 if found else 0

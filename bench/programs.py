@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Builds the programs that the commands of this folder run, and keeps their traffic apart from the machine's."""
+"""Builds the programs of the benchmark commands and isolates their network traffic."""
 
 import os
 import pathlib
@@ -10,7 +10,7 @@ _PROJECT = pathlib.Path(__file__).resolve().parents[1]
 
 
 def build():
-    """Brings them up to date, unless the environment names a build that has them (as CTest does)."""
+    """Builds the programs unless the environment names a build (as CTest does)."""
     if "TARVOLINE_BUILD" not in os.environ:
         subprocess.run(["cmake", "--preset", "linux", "-DTARVOLINE_BENCH=ON"], cwd=_PROJECT, stdout=subprocess.DEVNULL,
                        check=True)
@@ -19,8 +19,7 @@ def build():
 
 
 def isolate():
-    """Starts the running command over in a network namespace of its own, where the system grants one: fixed ports must not
-    meet those of another program, and a flood must not leave it."""
+    """Restarts the command in a new network namespace if the system permits it, because of fixed ports and floods."""
     if "TARVOLINE_ISOLATED" not in os.environ:
         os.environ["TARVOLINE_ISOLATED"] = "1"
         launcher = _PROJECT / "testkit" / "isolate.sh"

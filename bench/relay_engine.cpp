@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The engine alone in a process.
+// The engine in a process of its own.
 //   relay_engine LISTEN_PORT TARGET_PORT
-//   relay_engine --memory    print what a group and a link take, as one JSON object, and end
+//   relay_engine --memory    prints the memory per group and link as one JSON object
 
 #include "srtlaengine.h"
 #include "srtlagroup.h"
@@ -13,7 +13,7 @@
 #include <malloc.h>
 #include <sys/resource.h>
 
-/// Feeds datagrams into an engine without a network.
+/// Passes datagrams directly to an engine.
 struct EngineProbe
 {
     SrtlaEngine &engine;
@@ -31,7 +31,7 @@ constexpr quint16 firstPort = 1024;
 constexpr int groups = 1000;
 constexpr int linksPerGroup = 4;
 
-/// One socket per group: the usual limit of 1024 files is too small for thousands of groups.
+/// Raises the descriptor limit, because each group has a socket.
 void raiseFileLimit()
 {
     rlimit limit{};
@@ -45,7 +45,7 @@ size_t allocatedBytes()
     return mallinfo2().uordblks;
 }
 
-/// Any endpoint, told apart by its number; nobody answers there.
+/// An endpoint by number, without a socket.
 SrtlaEndpoint endpoint(int number)
 {
     constexpr quint32 loopbackNet = 0x7f010000;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The plainest relay that Qt's classes make: what Qt costs before the engine does anything.
+// A minimal relay with Qt's classes, as baseline for Qt's cost.
 //   relay_qt LISTEN_PORT TARGET_PORT
 
 #include <QCoreApplication>
@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int receiveBufferBytes = 8 * 1024 * 1024; // what the engine asks for
+constexpr int receiveBufferBytes = 8 * 1024 * 1024; // as in the engine
 
 } // namespace
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The cheapest relay that QUdpSocket makes: it reads into one buffer until nothing is pending. What the engine costs
-// beyond it is the engine's own, its acknowledgements included.
+// The cheapest relay with QUdpSocket: reads into one buffer until the socket is empty. The difference from the engine's
+// cost is the cost of SRTLA, acknowledgements included.
 //   relay_qtread LISTEN_PORT TARGET_PORT
 
 #include <QCoreApplication>
@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int receiveBufferBytes = 8 * 1024 * 1024; // what the engine asks for
+constexpr int receiveBufferBytes = 8 * 1024 * 1024; // as the engine
 constexpr size_t maxDatagramBytes = 65527;
 
 } // namespace

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The cheapest relay that does the job in the plain way: one receive and one send call per datagram, in both
-// directions.
+// A minimal relay in C: one receive and one send call per datagram, in both directions.
 //   relay_raw LISTEN_PORT TARGET_PORT
 
 #define _GNU_SOURCE
@@ -13,7 +12,7 @@
 
 enum {
     maxDatagramBytes = 65507,
-    receiveBufferBytes = 8 * 1024 * 1024, // what the engine asks for
+    receiveBufferBytes = 8 * 1024 * 1024, // as in the engine
 };
 
 static struct sockaddr_in loopback(const char *port)

@@ -14,7 +14,7 @@ RelayProcess::RelayProcess(const std::string &program, std::uint16_t listenPort,
     : pid(fork())
 {
     if (pid == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL); // no relay outlives an interrupted run
+        prctl(PR_SET_PDEATHSIG, SIGKILL); // ends with the parent process
         pinTo(core);
         const std::string path = besideThis(program);
         execl(path.c_str(), program.c_str(), std::to_string(listenPort).c_str(), std::to_string(targetPort).c_str(),

@@ -6,17 +6,17 @@
 #include <string>
 #include <sys/types.h>
 
-/// A relay in a process of its own, pinned to one core; it ends with this object.
+/// A relay process pinned to one core; killed by the destructor.
 class RelayProcess
 {
 public:
-    /// Runs \a program from the folder of this one, with the two ports as its arguments.
+    /// Runs \a program from this program's folder with the two ports as arguments.
     RelayProcess(const std::string &program, std::uint16_t listenPort, std::uint16_t targetPort, int core);
     RelayProcess(const RelayProcess &) = delete;
     RelayProcess &operator=(const RelayProcess &) = delete;
     ~RelayProcess();
 
-    /// User and kernel time that the process has used so far, in nanoseconds.
+    /// User and kernel time of the process in nanoseconds.
     [[nodiscard]] std::int64_t cpuNs() const;
 
 private:
@@ -27,5 +27,5 @@ private:
 /// Pins the calling process to one core.
 void pinTo(int core);
 
-/// The path of a program beside this one.
+/// The path of a program in this program's folder.
 [[nodiscard]] std::string besideThis(const std::string &program);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Both ends of a live stream whose payloads say when they were sent, over SRT or over plain UDP.
+// Sender and reader of a live stream with time stamps in its payloads, over SRT or UDP.
 //   stampedstream send srt|udp PORT LATENCY-MS MBIT-PER-SECOND
 //   stampedstream read srt|udp PORT LATENCY-MS FILE
-// Both run until they are killed. The reader appends one record to FILE for each payload: number, moment of sending,
-// moment of reading, each 64 bits in this machine's order; moments are nanoseconds of the monotonic clock. One line of
-// JSON on standard output says when the reader listens and when the sender is connected. Plain UDP knows no latency.
+// Both run until they are killed. The reader appends one record per payload to FILE: number, send time, receive time,
+// each 64 bits in native byte order; times are nanoseconds of the monotonic clock. One line of JSON is printed when the
+// reader listens and when the sender is connected. The latency is ignored for UDP.
 
 #include "srtfile.h"
 #include "udp.h"
@@ -38,7 +38,7 @@ std::int64_t nowNs()
     return std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now().time_since_epoch()).count();
 }
 
-/// What a payload begins with; the rest of it is zero.
+/// Header of a payload; the rest is zero.
 struct Stamp
 {
     std::uint64_t number;
@@ -51,7 +51,7 @@ struct Record
     std::int64_t readNs;
 };
 
-/// Hands over payloads at a steady rate for as long as \a send takes them.
+/// Calls \a send with payloads at a constant rate until it returns false.
 void sendSteadily(double megabitsPerSecond, const std::function<bool(const Payload &)> &send)
 {
     constexpr double bitsPerMegabit = 1e6;
@@ -91,7 +91,7 @@ void sendUdp(const srtfile::Options &options)
     });
 }
 
-/// The file of records; each is there for others as soon as it is written.
+/// The file of records, unbuffered.
 class Records
 {
 public:
@@ -143,11 +143,11 @@ void readUdp(const srtfile::Options &options)
         while (socket.receive(std::as_writable_bytes(std::span(payload))) == srtfile::payloadSize) {
             records.note(payload);
         }
-        static_cast<void>(socket.wait(waitMs)); // if nothing comes, it looks in vain
+        static_cast<void>(socket.wait(waitMs)); // a timeout is handled by the next read
     }
 }
 
-/// Does what the words say; whether they said something.
+/// Executes the command line; false if it is invalid.
 bool run(std::span<char *> words)
 {
     constexpr std::size_t wordCount = 6;
@@ -186,7 +186,7 @@ int main(int argc, char **argv)
 {
     try {
         srt_startup();
-        srt_setloglevel(LOG_CRIT); // a loss is in the records
+        srt_setloglevel(LOG_CRIT); // losses are in the records
         if (!run({argv, static_cast<std::size_t>(argc)})) {
             std::fputs(usageText, stderr);
             return exitUsage;

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What the commands of this folder refuse, and the quick form's exit code and file."""
+"""Command lines of the benchmarks, and exit code and JSON file of the quick form."""
 
 import json
 import os
@@ -18,7 +18,7 @@ EXIT_USAGE = 2
 
 
 def command(name, *arguments):
-    """Runs bench/NAME to its end."""
+    """Runs bench/NAME."""
     return subprocess.run([sys.executable, "-B", PROJECT / "bench" / name, *arguments], capture_output=True,
                           encoding="utf-8", check=False)
 
@@ -27,7 +27,7 @@ class FaultsTest(unittest.TestCase):
     """bench/faults."""
 
     def test_one_row(self):
-        """A row is printed and written, and a whole stream is no error."""
+        """A row is printed and written; exit code 0 without a loss."""
         file = BUILD / "faults.json"
         done = command("faults", "--quick", "--json", file, "nothing")
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
@@ -36,7 +36,7 @@ class FaultsTest(unittest.TestCase):
         self.assertRegex(done.stdout, rf"\nnothing +{rows[0]['sentBytes']} +{rows[0]['deliveredBytes']} +0 ")
 
     def test_unknown_fault(self):
-        """A mistyped name is an error that says which there are."""
+        """An unknown name is an error that lists the known ones."""
         done = command("faults", "nothing", "earthquake")
         self.assertEqual((done.returncode, done.stdout), (EXIT_USAGE, ""))
         for fault in FAULTS:
@@ -48,7 +48,7 @@ class FloodsTest(unittest.TestCase):
     """bench/floods."""
 
     def test_unknown_flood(self):
-        """A mistyped name is an error that says which there are."""
+        """An unknown name is an error that lists the known ones."""
         done = command("floods", "honey")
         self.assertEqual(done.returncode, EXIT_USAGE)
         self.assertIn("  no flood\n", done.stderr)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What the rows of `bench/faults hour` are judged by."""
+"""Evaluation of the rows of `bench/faults hour`."""
 
 import contextlib
 import io
@@ -14,36 +14,36 @@ import longrun  # noqa: E402
 
 
 class LongRunTest(unittest.TestCase):
-    """What the hour's rows are judged by."""
+    """Evaluation of the rows."""
 
     @staticmethod
-    def looks(*, rss=(900, 1000, 1010, 1020), handles=(9, 12, 12, 12), dropped=(0, 0, 0, 0)):
+    def samples(*, rss=(900, 1000, 1010, 1020), handles=(9, 12, 12, 12), dropped=(0, 0, 0, 0)):
         """Rows of four minutes."""
-        return [longrun.Look(minute, rss[minute - 1], handles[minute - 1], 0, 1000 * minute, dropped[minute - 1])
+        return [longrun.Sample(minute, rss[minute - 1], handles[minute - 1], 0, 1000 * minute, dropped[minute - 1])
                 for minute in range(1, 5)]
 
     def test_flat(self):
-        """Some pages more, and what the first minute takes, are no leak."""
-        self.assertEqual(longrun.findings(self.looks()), [])
+        """A few pages and the growth of the warm-up are no leak."""
+        self.assertEqual(longrun.findings(self.samples()), [])
 
     def test_growing_memory(self):
-        """More than a mebibyte after the second minute is one."""
-        self.assertEqual(longrun.findings(self.looks(rss=(900, 1000, 1500, 2025))), ["memory grew from 1000 to 2025 KiB"])
+        """More than 1 MiB after the second minute is a leak."""
+        self.assertEqual(longrun.findings(self.samples(rss=(900, 1000, 1500, 2025))), ["memory grew from 1000 to 2025 KiB"])
 
     def test_growing_handles(self):
-        """A handle more is one."""
-        self.assertEqual(longrun.findings(self.looks(handles=(9, 12, 12, 13))), ["handles grew from 12 to 13"])
+        """One additional handle is a leak."""
+        self.assertEqual(longrun.findings(self.samples(handles=(9, 12, 12, 13))), ["handles grew from 12 to 13"])
 
     def test_loss(self):
-        """The stream's packets count too."""
-        self.assertEqual(longrun.findings(self.looks(dropped=(0, 0, 0, 2))), ["2 packets of the stream were lost"])
+        """Lost packets are an error."""
+        self.assertEqual(longrun.findings(self.samples(dropped=(0, 0, 0, 2))), ["2 packets of the stream were lost"])
 
     def test_too_short(self):
-        """One minute tells nothing."""
-        self.assertEqual(longrun.findings(self.looks()[:1]), ["too short to say anything"])
+        """One minute is too short."""
+        self.assertEqual(longrun.findings(self.samples()[:1]), ["too short to say anything"])
 
-    def test_looks_at_real_processes(self):
-        """The figures of this process are what they are."""
+    def test_values_of_a_real_process(self):
+        """Handles and memory of this process."""
         before = longrun.handles(os.getpid())
         with contextlib.closing(io.FileIO(os.devnull)):
             self.assertEqual(longrun.handles(os.getpid()), before + 1)

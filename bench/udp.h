@@ -6,11 +6,11 @@
 #include <netinet/in.h>
 #include <span>
 
-/// A loopback UDP socket of the load's side. Ends the program with a message when the system refuses something.
+/// A loopback UDP socket. Ends the program with a message on errors.
 class Udp
 {
 public:
-    /// Binds to \a port (0: the system's choice) and asks for a receive buffer of \a receiveBufferBytes.
+    /// Binds to \a port (0: a free port) and requests a receive buffer of \a receiveBufferBytes.
     explicit Udp(std::uint16_t port = 0, int receiveBufferBytes = 0);
     Udp(Udp &&other) noexcept;
     Udp &operator=(Udp &&) = delete;
@@ -18,11 +18,11 @@ public:
 
     [[nodiscard]] std::uint16_t port() const;
     void sendTo(std::uint16_t port, std::span<const std::byte> datagram) const;
-    /// Sends to where the last received datagram came from.
+    /// Sends to the source of the last received datagram.
     void answer(std::span<const std::byte> datagram) const;
-    /// Takes a waiting datagram; its size, or a negative number when none waits.
+    /// Reads a pending datagram; its size, or a negative number without one.
     std::ptrdiff_t receive(std::span<std::byte> buffer);
-    /// Waits until a datagram is there, at most \a ms milliseconds; whether one is.
+    /// Waits up to \a ms milliseconds for a datagram; whether one is pending.
     [[nodiscard]] bool wait(int ms) const;
 
 private:
@@ -30,5 +30,5 @@ private:
     sockaddr_in lastSender{};
 };
 
-/// A port of loopback that was free a moment ago.
+/// A loopback port that was free at the call.
 [[nodiscard]] std::uint16_t freePort();

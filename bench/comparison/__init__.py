@@ -1,2 +1,2 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The receiver beside what a user might put in its place: what each costs, and how much later a payload arrives."""
+"""Comparison of the receiver with other relays: CPU time and delay."""

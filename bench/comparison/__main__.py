@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Sends the same stream over the receiver and over what a user might put in its place, by turns, and prints for each
-what it costs and how much later a payload arrives. Exits with 1 if a row lost something or never flowed, and with 2 if a
-program is missing."""
+"""Sends the same stream through the receiver and through other relays in alternating runs, and prints CPU time and delay of
+each. The exit code is 1 if a row lost payloads or failed, and 2 if a program is missing."""
 
 import argparse
 import json
@@ -17,25 +16,25 @@ from .relays import RELAYS
 
 _PROJECT = pathlib.Path(__file__).resolve().parents[2]
 _FOLDER = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build")) / "compare-relays"
-# libsrt's default receive buffer holds so many; a stream of more within its latency would lose some.
+# Capacity of libsrt's default receive buffer in packets.
 _SRT_BUFFER_PAYLOADS = 8192
 _EXIT_LOST, _EXIT_USAGE = 1, 2
-_HEADER = ("relay", "latency", "CPU s per GB", "added by it, ms", "99 %", "end to end, ms", "99 %", "lost")
+_HEADER = ("relay", "latency", "CPU s per GB", "added, ms", "99 %", "end to end, ms", "99 %", "lost")
 
 
 def _options():
     parser = argparse.ArgumentParser(prog="bench/compare-relays", description=__doc__)
-    parser.add_argument("--json", metavar="FILE", help="write the figures there as well")
-    parser.add_argument("--rounds", type=int, default=7, help="turns of each row (%(default)s)")
-    parser.add_argument("--seconds", type=float, default=5, help="length of each of a turn's two stretches (%(default)s)")
+    parser.add_argument("--json", metavar="FILE", help="write the figures to a JSON file")
+    parser.add_argument("--rounds", type=int, default=7, help="runs of each row (%(default)s)")
+    parser.add_argument("--seconds", type=float, default=5, help="length of each of a run's two measurements (%(default)s)")
     parser.add_argument("--mbit", type=float, default=20, help="payload in Mbit/s (%(default)s)")
     parser.add_argument("--latency", type=int, nargs="+", default=[20, 1000], metavar="MS",
-                        help="latency of SRT and buffer of RIST; a row for each (%(default)s)")
+                        help="latency of SRT and buffer of RIST; one row each (%(default)s)")
     options = parser.parse_args()
     if min(options.rounds, options.seconds, options.mbit, *options.latency) <= 0:
-        parser.error("a number that is not positive")
+        parser.error("numbers must be positive")
     if max(options.latency) / 1000 * options.mbit * 1e6 / 8 / figures.PAYLOAD_BYTES > _SRT_BUFFER_PAYLOADS:
-        parser.error(f"so much latency at such a rate is more than SRT's receive buffer of {_SRT_BUFFER_PAYLOADS} packets")
+        parser.error(f"latency and rate exceed SRT's receive buffer of {_SRT_BUFFER_PAYLOADS} packets")
     return options
 
 
@@ -46,7 +45,7 @@ def _missing() -> list[str]:
 
 
 def _packages() -> dict[str, str]:
-    """The versions of Debian's packages, where this is a Debian."""
+    """The versions of the Debian packages; empty on other systems."""
     names = sorted({package for relay in RELAYS for package in relay.programs.values() if package})
     if not shutil.which("dpkg-query"):
         return {}
@@ -54,16 +53,16 @@ def _packages() -> dict[str, str]:
     return dict(line.split("\t") for line in listed.splitlines())
 
 
-def _row(relay, latency_ms, turns) -> dict:
+def _row(relay, latency_ms, runs) -> dict:
     return {"relay": relay.key, "name": relay.name, "latencyMs": latency_ms, "setting": relay.setting.format(latency_ms),
-            "cpuSecondsPerGigabyte": figures.spread([turn.cpu_s_per_gigabyte for turn in turns]),
-            "hopMedianMs": figures.spread([turn.hop_ms[0] for turn in turns]),
-            "hop99PercentMs": figures.spread([turn.hop_ms[1] for turn in turns]),
-            "endToEndMedianMs": figures.spread([turn.end_to_end_ms[0] for turn in turns]),
-            "endToEnd99PercentMs": figures.spread([turn.end_to_end_ms[1] for turn in turns]),
-            "ways": min(turn.ways for turn in turns),
-            "sentPayloads": sum(turn.sent for turn in turns),
-            "deliveredPayloads": sum(turn.delivered for turn in turns)}
+            "cpuSecondsPerGigabyte": figures.spread([run.cpu_s_per_gigabyte for run in runs]),
+            "hopMedianMs": figures.spread([run.hop_ms[0] for run in runs]),
+            "hop99PercentMs": figures.spread([run.hop_ms[1] for run in runs]),
+            "endToEndMedianMs": figures.spread([run.end_to_end_ms[0] for run in runs]),
+            "endToEnd99PercentMs": figures.spread([run.end_to_end_ms[1] for run in runs]),
+            "paths": min(run.paths for run in runs),
+            "sentPayloads": sum(run.sent for run in runs),
+            "deliveredPayloads": sum(run.delivered for run in runs)}
 
 
 def _cells(row) -> list[str]:
@@ -75,7 +74,7 @@ def _cells(row) -> list[str]:
 
 
 def _table(rows) -> str:
-    """As Markdown."""
+    """The rows as a Markdown table."""
     lines = [_HEADER, ["---"] * len(_HEADER), *map(_cells, rows)]
     widths = [max(map(len, column)) for column in zip(*lines)]
     return "\n".join("| " + " | ".join(map(str.ljust, line, widths)) + " |" for line in lines)
@@ -95,13 +94,13 @@ def main() -> int:
              "realTimePriority": os.sched_getscheduler(0) == os.SCHED_FIFO, "packages": _packages(),
              "loadBefore": os.getloadavg()[0]}
     conditions = Conditions(_FOLDER, relay_core, options.seconds, options.mbit)
-    turns = {(latency, relay): [] for latency in options.latency for relay in RELAYS}
+    runs = {(latency, relay): [] for latency in options.latency for relay in RELAYS}
     for number in range(options.rounds):
         print(f"round {number + 1} of {options.rounds}", file=sys.stderr)
-        for (latency, relay), done in turns.items():
+        for (latency, relay), done in runs.items():
             done.append(measured(relay, latency, conditions))
     about["loadAfter"] = os.getloadavg()[0]
-    rows = [_row(relay, latency, done) for (latency, relay), done in turns.items()]
+    rows = [_row(relay, latency, done) for (latency, relay), done in runs.items()]
     print(f"{options.mbit:g} Mbit/s in payloads of {figures.PAYLOAD_BYTES} bytes, {options.rounds} rounds of "
           f"{options.seconds:g} s, median (min to max); relay on core {relay_core}, the rest on core {other_core}, "
           f"{'real-time' if about['realTimePriority'] else 'ordinary'} priority, load {about['loadBefore']:.1f} to "

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The programs of one turn: a stamped stream from its sender over one relay to its reader."""
+"""The programs of one run: a stream with time stamps from its sender through one relay to its reader."""
 
 import contextlib
 import pathlib
@@ -9,22 +9,23 @@ import time
 
 import stream
 from ports import free_udp_port, held_udp_ports
+from timelimits import PROGRAM_TIMEOUT_S
 
 from .figures import RECORD, Record
 
 _POLL_S = 0.05
 _RECORD_BYTES = struct.calcsize(RECORD)
-# The clock of a process's own processor time, all threads, as the kernel numbers it: see clock_getcpuclockid(3).
+# Clock id of a process's CPU time (clock_getcpuclockid(3)).
 _CPUCLOCK_SCHED = 2
 
 
-class Turn(contextlib.ExitStack):
-    """What runs in one turn; leaving it ends everything. The relay runs on a core of its own."""
+class Run(contextlib.ExitStack):
+    """The programs of one run, which are killed on exit. The relay runs on a separate core."""
 
     def __init__(self, folder: pathlib.Path, relay_core: int, latency_ms: int, megabits_per_second: float):
         super().__init__()
         self.latency_ms, self.megabits_per_second = latency_ms, megabits_per_second
-        self.pinned = ["taskset", "--cpu-list", str(relay_core)]  # goes before a relay's command
+        self.pinned = ["taskset", "--cpu-list", str(relay_core)]  # prefix of a relay's command
         self.relay_pid = 0
         self.relay_ports = []
         self.reader_port = 0
@@ -33,16 +34,16 @@ class Turn(contextlib.ExitStack):
         self._reader = None
 
     def keep(self, program):
-        """Has a program of stream.JsonProcess killed at the end."""
+        """Registers a stream.JsonProcess to be killed at the end."""
         self.callback(program.kill)
         return program
 
     def relay(self, arguments, ports):
-        """Starts the relay, which will listen on `ports`."""
+        """Starts the relay, which listens on `ports`."""
         self.relay_pid, self.relay_ports = self.start([*self.pinned, *arguments], ports), ports
 
     def start(self, arguments, ports) -> int:
-        """Starts any program and waits until its UDP ports are held; returns the process id."""
+        """Starts a program and waits until its UDP ports are bound; returns the process id."""
         path = self._folder / f"{ports[0]}.log"
         log = self.enter_context(open(path, "wb"))
         process = subprocess.Popen(arguments, stdin=subprocess.DEVNULL, stdout=log, stderr=log)
@@ -72,16 +73,16 @@ class Turn(contextlib.ExitStack):
         self.sending_since_ns = time.monotonic_ns()
 
     def relay_cpu_ns(self) -> int:
-        """The processor time that the relay has used so far, its own and the kernel's."""
+        """User and kernel time of the relay."""
         return time.clock_gettime_ns(~self.relay_pid << 3 | _CPUCLOCK_SCHED)
 
     def records(self) -> list[Record]:
-        """What has been read so far."""
+        """The received records."""
         data = (self._folder / "records").read_bytes()
         return [Record(*fields) for fields in struct.iter_unpack(RECORD, data[:len(data) // _RECORD_BYTES * _RECORD_BYTES])]
 
     def wait_for_payload_sent_at(self, moment_ns: int):
-        """Waits until a payload that was sent then or later has been read."""
+        """Waits until a payload sent at this time or later was received."""
         def has_come():
             if not self._reader.running():
                 raise stream.Ended("the stream broke off")
@@ -98,8 +99,8 @@ class Turn(contextlib.ExitStack):
 
 
 def _wait_until(condition, what):
-    deadline = time.monotonic() + stream.PATIENCE_S
+    deadline = time.monotonic() + PROGRAM_TIMEOUT_S
     while not condition():
         if time.monotonic() > deadline:
-            raise stream.TimedOut(f"not within {stream.PATIENCE_S:g} s: {what}")
+            raise stream.TimedOut(f"not within {PROGRAM_TIMEOUT_S:g} s: {what}")
         time.sleep(_POLL_S)
