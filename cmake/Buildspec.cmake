@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# The names that stand once, in buildspec.json, as CMake variables and as the header "buildspec.h".
+# The names in buildspec.json as CMake variables and as the header "buildspec.h".
 
 foreach(key displayName description author license dockId vendorHost windowsAppId)
     string(JSON value GET "${buildspec}" ${key})
@@ -8,13 +8,13 @@ endforeach()
 
 set(TARVOLINE_VENDOR_HOST "${spec_vendorHost}" CACHE STRING
     "Host of the vendor's HTTPS service (public address, updates)")
-# The plug-in compares it with host names as Qt gives them: in lower case. A whole top-level domain is no vendor.
+# In lower case, as host names from QUrl, with at least one dot.
 if(NOT TARVOLINE_VENDOR_HOST MATCHES "^[a-z0-9]([a-z0-9-]*[a-z0-9])?(\\.[a-z0-9]([a-z0-9-]*[a-z0-9])?)+$")
     message(FATAL_ERROR "TARVOLINE_VENDOR_HOST must be a host name with its domain, in lower-case letters, "
         "without scheme, port or path. It is \"${TARVOLINE_VENDOR_HOST}\".")
 endif()
 
-# Addresses that packages show to users.
+# Addresses shown by packages.
 foreach(key website supportAddress updateAddress)
     string(JSON value GET "${buildspec}" ${key})
     string(REPLACE "{vendorHost}" "${TARVOLINE_VENDOR_HOST}" spec_${key} "${value}")
@@ -22,6 +22,6 @@ endforeach()
 
 configure_file("${CMAKE_SOURCE_DIR}/cmake/buildspec.h.in" "${CMAKE_BINARY_DIR}/generated/buildspec.h" @ONLY)
 
-# Link this to see "buildspec.h".
+# Link this for "buildspec.h".
 add_library(buildspec INTERFACE)
 target_include_directories(buildspec INTERFACE "${CMAKE_BINARY_DIR}/generated")

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# One set of language and warning rules for every target. Warnings are errors, with Visual Studio in the -ci presets only.
+# Language standard and warnings of all targets. Warnings are errors, with Visual Studio in the -ci presets only.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -11,9 +11,9 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
 if(MSVC)
-    # C4702, unreachable code, is reported inside Qt's templates once they are optimised.
+    # C4702, unreachable code, is reported in Qt's templates with optimisation.
     add_compile_options(/W4 /wd4702 /permissive- /utf-8)
-    # The same sources give the same bytes, without the build machine's folders in the module.
+    # Reproducible build without the build machine's folders in the module.
     add_link_options(/INCREMENTAL:NO /OPT:REF /OPT:ICF /Brepro /PDBALTPATH:%_PDB%)
 else()
     add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 # Where OBS looks for a plug-in, below the install prefix. Two components:
-#   system   beside OBS itself (prefix: /usr, or the folder of a portable OBS for Windows)
+#   system   with OBS (prefix: /usr, or the folder of a portable OBS for Windows)
 #   user     in the user's plug-in folder (prefix: ~/.config/obs-studio/plugins, %ProgramData%\obs-studio\plugins)
-# `cmake --install` without --component installs "system" alone.
+# `cmake --install` without --component installs "system" only.
 
-# OBS looks below its own prefix only, which is not CMake's default.
+# OBS searches plug-ins below its own prefix only, which is not CMake's default.
 if(CMAKE_INSTALL_PREFIX_INITIALIZED_TO_DEFAULT AND NOT WIN32)
     set(CMAKE_INSTALL_PREFIX /usr CACHE PATH "Prefix of the OBS that the plug-in is installed for" FORCE)
 endif()

@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# What OBS Studio gives to a plug-in: OBS::libobs and OBS::obs-frontend-api to link with, and "obsheaders" for code that
-# sees the declarations only (the tests put a double behind them).
+# OBS::libobs and OBS::obs-frontend-api, and "obsheaders" with the declarations only (tests link a double).
 
 find_package(libobs REQUIRED)
 find_package(obs-frontend-api REQUIRED)

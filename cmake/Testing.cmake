@@ -3,22 +3,21 @@ include(CTest)
 
 # tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds]
 #                    [SERVERS | JSON_SERVICE | VENDOR_SERVICE])
-# A Qt Test executable that CTest runs without a display (under Wine on a virtual one), in a home of its own; with
-# SERVERS beside the HTTPS servers of testkit/withservers.py, with JSON_SERVICE beside the stand-in for the vendor's
-# of withjsonservice.py, with VENDOR_SERVICE in a network in which the vendor's host is the real service
-# (withvendorservice.py; Linux only).
+# A Qt Test executable that CTest runs without a display (under Wine on a virtual one) with a separate home. With SERVERS it
+# runs through testkit/withservers.py (HTTPS servers), with JSON_SERVICE through withjsonservice.py (test server in place of
+# the vendor's service), with VENDOR_SERVICE through withvendorservice.py (the real service; Linux only).
 function(tarvoline_add_test name)
     cmake_parse_arguments(arg "SERVERS;JSON_SERVICE;VENDOR_SERVICE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
-    # A ThreadSanitizer build runs the tests that cross threads, and has no use for the others.
+    # With ThreadSanitizer only tests with several threads are built.
     if(TARVOLINE_SANITIZE STREQUAL "thread" AND NOT "tsan" IN_LIST arg_LABELS)
         set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
     endif()
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} Qt6::Test)
     target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests" "${CMAKE_SOURCE_DIR}")
     if(Qt6_VERSION VERSION_LESS 6.9 AND NOT MSVC)
-        # The QTRY_ macros of Qt 6.8 narrow a count of milliseconds.
+        # The QTRY_ macros of Qt 6.8 cause a narrowing warning.
         target_compile_options(${name} PRIVATE -Wno-conversion)
     endif()
     if(CMAKE_HOST_WIN32 AND (arg_SERVERS OR arg_JSON_SERVICE OR arg_VENDOR_SERVICE))
@@ -56,14 +55,14 @@ function(tarvoline_add_test name)
     endif()
     set(platform "QT_QPA_PLATFORM=offscreen")
     if(CMAKE_CROSSCOMPILING)
-        set(platform "") # Qt's own windows on winetest.sh's screen
+        set(platform "") # the virtual screen of winetest.sh
     endif()
     set(sanitizer "")
     if(TARVOLINE_SANITIZE STREQUAL "thread")
         set(sanitizer "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/testkit/tsan.supp")
     endif()
-    # A test function that hangs ends, by name, before CTest ends the whole program without a word. A crash prints no stack
-    # trace: Qt Test's handler forks a debugger for it, and fork waits for ever when the crash happened inside malloc.
+    # A hanging test function is ended and reported before CTest's time limit. No stack dump after a crash: Qt Test's handler
+    # forks a debugger, and fork blocks if the crash was inside malloc.
     set(limits "QTEST_FUNCTION_TIMEOUT=${functionLimitMs};QTEST_DISABLE_STACK_DUMP=1")
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${arg_TIMEOUT} LABELS "${arg_LABELS}" SKIP_RETURN_CODE 77

@@ -12,14 +12,14 @@ constexpr std::uint64_t microsecondsPerSecond = 1'000'000;
 
 } // namespace
 
-bool Road::isCut(TimePoint now) const
+bool ImpairedPath::isCut(TimePoint now) const
 {
     return streamStart && std::ranges::any_of(impairment.cuts, [this, now](const Cut &cut) {
                return now >= *streamStart + cut.from && (!cut.until || now < *streamStart + *cut.until);
            });
 }
 
-std::optional<TimePoint> Road::nextCutChange(TimePoint now) const
+std::optional<TimePoint> ImpairedPath::nextCutChange(TimePoint now) const
 {
     std::optional<TimePoint> next;
     const auto consider = [&next, now](TimePoint time) {
@@ -38,7 +38,7 @@ std::optional<TimePoint> Road::nextCutChange(TimePoint now) const
     return next;
 }
 
-void Road::push(Bytes datagram, TimePoint now)
+void ImpairedPath::push(Bytes datagram, TimePoint now)
 {
     if (isCut(now)) {
         ++count.cut;
@@ -65,7 +65,7 @@ void Road::push(Bytes datagram, TimePoint now)
     enqueue(std::move(datagram), departure);
 }
 
-std::optional<Bytes> Road::pop(TimePoint now)
+std::optional<Bytes> ImpairedPath::pop(TimePoint now)
 {
     while (!underWay.empty() && underWay.begin()->first <= now) {
         auto first = underWay.extract(underWay.begin());
@@ -77,17 +77,17 @@ std::optional<Bytes> Road::pop(TimePoint now)
     return std::nullopt;
 }
 
-std::optional<TimePoint> Road::nextDue() const
+std::optional<TimePoint> ImpairedPath::nextDue() const
 {
     return underWay.empty() ? std::nullopt : std::optional(underWay.begin()->first);
 }
 
-bool Road::chance(double share)
+bool ImpairedPath::chance(double share)
 {
     return share > 0 && std::uniform_real_distribution<double>(0, 1)(random) < share;
 }
 
-void Road::enqueue(Bytes datagram, TimePoint departure)
+void ImpairedPath::enqueue(Bytes datagram, TimePoint departure)
 {
     Microseconds underWayFor = impairment.delay;
     if (impairment.jitter.count() > 0) {

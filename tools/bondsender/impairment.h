@@ -11,53 +11,53 @@
 
 namespace bondsender {
 
-/// A time from which on a link carries nothing, and when it does again; counted from the start of the stream.
+/// An interval in which a link drops all datagrams, relative to the start of the stream.
 struct Cut
 {
     Microseconds from{};
-    std::optional<Microseconds> until; ///< nothing: it stays cut
+    std::optional<Microseconds> until; ///< empty: no end
     bool operator==(const Cut &) const = default;
 };
 
-/// What is wrong with a link, in each direction alike.
+/// Impairments of a link, the same in both directions.
 struct Impairment
 {
-    double loss = 0;                 ///< share of the datagrams that vanish, 0 to 1
-    double duplicate = 0;            ///< share of the datagrams that arrive twice, 0 to 1
-    Microseconds delay{};            ///< that every datagram is under way
-    Microseconds jitter{};           ///< more delay, evenly spread up to this; datagrams can overtake one another
+    double loss = 0;                 ///< share of lost datagrams, 0 to 1
+    double duplicate = 0;            ///< share of duplicated datagrams, 0 to 1
+    Microseconds delay{};            ///< of every datagram
+    Microseconds jitter{};           ///< additional delay, uniformly distributed up to this; causes reordering
     std::uint64_t bitsPerSecond = 0; ///< 0: no limit
     std::vector<Cut> cuts;
     bool operator==(const Impairment &) const = default;
 };
 
-/// One direction of a link: datagrams go in and come out later, twice or never. Knows no socket and reads no clock.
-class Road
+/// One direction of a link: delays, duplicates and drops datagrams. Uses no socket and no clock.
+class ImpairedPath
 {
 public:
     struct Counters
     {
         std::uint64_t lost = 0;       ///< by the loss share
-        std::uint64_t cut = 0;        ///< because the link was cut
-        std::uint64_t overflowed = 0; ///< because more came than the rate limit let through
+        std::uint64_t cut = 0;        ///< during a cut
+        std::uint64_t overflowed = 0; ///< beyond the queue of the rate limit
         std::uint64_t duplicated = 0;
     };
 
-    /// What datagrams still wait for the rate limit is at most this long; the rest overflows, as in a modem.
+    /// Maximum queue of the rate limit; further datagrams are dropped, as in a modem.
     static constexpr Microseconds longestBacklog{250'000};
 
-    Road(Impairment newImpairment, std::uint64_t seed) : impairment(std::move(newImpairment)), random(seed) {}
+    ImpairedPath(Impairment newImpairment, std::uint64_t seed) : impairment(std::move(newImpairment)), random(seed) {}
 
-    /// From now on the times of the cuts count.
+    /// Starts the time of the cuts.
     void startStream(TimePoint now) { streamStart = now; }
     [[nodiscard]] bool isCut(TimePoint now) const;
-    /// When isCut will change next, if ever.
+    /// Time of the next change of isCut, if any.
     [[nodiscard]] std::optional<TimePoint> nextCutChange(TimePoint now) const;
 
     void push(Bytes datagram, TimePoint now);
     /// The next datagram that has arrived by \a now.
     [[nodiscard]] std::optional<Bytes> pop(TimePoint now);
-    /// When the next datagram arrives.
+    /// Arrival time of the next datagram.
     [[nodiscard]] std::optional<TimePoint> nextDue() const;
     [[nodiscard]] const Counters &counters() const { return count; }
 
@@ -68,7 +68,7 @@ private:
     Impairment impairment;
     std::mt19937_64 random;
     std::optional<TimePoint> streamStart;
-    TimePoint freeAgain; ///< when the rate limit lets the next datagram leave
+    TimePoint freeAgain; ///< earliest departure of the next datagram with the rate limit
     std::multimap<TimePoint, Bytes> underWay;
     Counters count;
 };

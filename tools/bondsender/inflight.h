@@ -8,18 +8,18 @@
 
 namespace bondsender {
 
-/// The data packets that one link has sent and that nobody has acknowledged yet, oldest first.
+/// Unacknowledged data packets of one link, oldest first.
 class InFlight
 {
 public:
     void add(std::uint32_t sequence, TimePoint sent);
-    /// Takes the oldest packet \a sequence out; returns whether there was one.
+    /// Removes the oldest packet \a sequence; returns whether there was one.
     bool take(std::uint32_t sequence);
-    /// Takes out what \a range names; returns how many that were.
+    /// Removes the packets of \a range; returns their number.
     std::size_t take(const SequenceRange &range);
-    /// Takes out everything before \a sequence; returns how many that were.
+    /// Removes all packets before \a sequence; returns their number.
     std::size_t takeBefore(std::uint32_t sequence);
-    /// Takes out what was sent before \a time; returns how many that were.
+    /// Removes the packets sent before \a time; returns their number.
     std::size_t takeOlderThan(TimePoint time);
     void clear() { packets.clear(); }
     [[nodiscard]] std::size_t size() const { return packets.size(); }

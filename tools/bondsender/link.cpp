@@ -9,13 +9,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Keepalives are answered every second: one that is half a second late makes the link doubtful.
+// Keepalives are echoed every second; with a delay of half a second the link counts as silent.
 constexpr auto quietAfter = 1500ms;
-// Longer than a slow mobile link takes there and back.
+// Above the round-trip time of a slow mobile link.
 constexpr auto longestWait = 2000ms;
-// A reported loss counts like a packet under way, and half as much after each of these.
+// Half-life of the penalty for a reported loss.
 constexpr auto penaltyHalfLife = 250ms;
-// Seeds the two directions' dice differently.
+// Different random seeds for the two directions.
 constexpr std::uint64_t downSeedOffset = 0x9E3779B97F4A7C15;
 
 } // namespace

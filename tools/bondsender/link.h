@@ -13,48 +13,48 @@
 
 namespace bondsender {
 
-/// What a link has done, in datagrams where nothing else is said.
+/// Counters of a link, in datagrams unless noted.
 struct LinkCounters
 {
-    std::uint64_t sent = 0; ///< handed to the road, whatever became of them there
+    std::uint64_t sent = 0; ///< including datagrams dropped by impairments
     std::uint64_t sentBytes = 0;
-    std::uint64_t streamSent = 0;   ///< of them the caller's
-    std::uint64_t received = 0;     ///< that came through the road back
+    std::uint64_t streamSent = 0;   ///< of these from the caller
+    std::uint64_t received = 0;     ///< from the receiver
     std::uint64_t acknowledged = 0; ///< packets, by SRTLA ACKs
     std::uint64_t reportedLost = 0; ///< packets, by SRT NAKs
-    std::uint64_t expired = 0;      ///< packets that nobody acknowledged in time
+    std::uint64_t expired = 0;      ///< packets not acknowledged in time
 };
 
-/// One link: a socket with a road in each direction, and what is known about how well it carries.
+/// One link: a socket, an impaired path in each direction, and the link's quality.
 class Link
 {
 public:
     Link(const LinkOptions &options, const Endpoint &newReceiver, std::uint64_t seed);
 
-    /// Opens the socket; the reason of a failure is then in errno.
+    /// Opens the socket; errno has the reason of a failure.
     [[nodiscard]] bool open();
     void startStream(TimePoint now);
-    /// Goes on from another source port when it is time; returns whether it did.
+    /// Changes the source port if a rebind is due; returns whether it did.
     bool rebindIfDue(TimePoint now);
 
     /// Sends a control datagram.
     void send(Bytes datagram, TimePoint now);
-    /// Sends a datagram of the caller's, and remembers it until it is acknowledged if it is a data packet.
+    /// Sends a datagram of the caller; a data packet is kept in flight until it is acknowledged.
     void sendStream(const Bytes &datagram, TimePoint now);
-    /// Takes what the socket holds onto the road back.
+    /// Reads the socket into the path from the receiver.
     void readSocket(TimePoint now);
-    /// Lets what has reached the end of the road go to the receiver.
+    /// Sends datagrams at the end of the path to the receiver.
     void deliver(TimePoint now);
-    /// The next datagram from the receiver that has come all the way.
+    /// The next datagram at the end of the path from the receiver.
     [[nodiscard]] std::optional<Bytes> takeReply(TimePoint now);
-    /// When deliver or takeReply next have something.
+    /// Time of the next datagram for deliver or takeReply.
     [[nodiscard]] std::optional<TimePoint> nextDue() const;
 
     void keepaliveAnswered(std::uint64_t stamp, TimePoint now);
     void acknowledgedOnLink(const std::vector<std::uint32_t> &sequences);
     void acknowledgedUpTo(std::uint32_t sequence) { inFlight.takeBefore(sequence); }
     void reportedLost(const SequenceRange &range);
-    /// Forgets what is older than anybody waits for, and old losses.
+    /// Removes expired packets and reduces the loss penalty.
     void age(TimePoint now);
 
     [[nodiscard]] TimePoint heardAt() const { return lastHeard; }
@@ -66,16 +66,16 @@ public:
     [[nodiscard]] std::size_t unacknowledged() const { return inFlight.size(); }
     [[nodiscard]] Microseconds roundTrip() const { return rtt; }
     [[nodiscard]] const LinkCounters &counters() const { return count; }
-    [[nodiscard]] const Road::Counters &upCounters() const { return up.counters(); }
-    [[nodiscard]] const Road::Counters &downCounters() const { return down.counters(); }
+    [[nodiscard]] const ImpairedPath::Counters &upCounters() const { return up.counters(); }
+    [[nodiscard]] const ImpairedPath::Counters &downCounters() const { return down.counters(); }
 
 private:
     std::string name;
     Endpoint receiver;
     UdpSocket socket;
-    Road up;
-    Road down;
-    std::vector<Microseconds> rebinds; ///< those to come, soonest last
+    ImpairedPath up;
+    ImpairedPath down;
+    std::vector<Microseconds> rebinds; ///< pending, the next one last
     std::optional<TimePoint> streamStart;
     InFlight inFlight;
     double penalty = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A bonding SRTLA sender for trying out the receiver: what a phone app does, over links that fail as told.
+// A bonding SRTLA sender for tests of the receiver, with impaired links.
 #include "options.h"
 #include "reporter.h"
 #include "sender.h"
@@ -21,7 +21,7 @@ constexpr int exitFailed = 1;
 constexpr int exitUsage = 2;
 constexpr auto terminalInterval = std::chrono::seconds(1);
 
-/// A descriptor that gets readable when one of the signals that this program minds has come.
+/// A descriptor that becomes readable when a handled signal arrives.
 int openSignals()
 {
     sigset_t signals;

@@ -50,7 +50,7 @@ template<typename Number> std::optional<Number> parseNumber(std::string_view tex
     return number;
 }
 
-/// Cuts \a suffix off the end of \a text; returns whether it was there.
+/// Removes \a suffix from the end of \a text; returns whether it was there.
 bool dropSuffix(std::string_view &text, std::string_view suffix)
 {
     if (!text.ends_with(suffix)) {
@@ -260,7 +260,7 @@ std::optional<Options> parseOptions(std::span<const std::string> arguments, std:
         listenGiven = listenGiven || name == "--listen";
     }
     if (!listenGiven || options.receiverPort == 0 || options.links.empty()) {
-        error = "--listen, --to and --link are needed";
+        error = "--listen, --to and --link are required";
         return std::nullopt;
     }
     return options;

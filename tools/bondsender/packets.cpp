@@ -15,7 +15,7 @@ constexpr std::uint16_t typeRegErr = 0x9210;
 constexpr std::uint16_t typeRegNgp = 0x9211;
 constexpr std::uint16_t typeSrtAck = 0x8002;
 constexpr std::uint16_t typeSrtNak = 0x8003;
-// The high nibble that SRTLA uses for its own types; SRT's control packets have 0x8 there.
+// High nibble of SRTLA types; that of SRT control packets is 0x8.
 constexpr std::uint16_t srtlaMask = 0xF000;
 constexpr std::uint16_t srtlaFamily = 0x9000;
 

@@ -62,7 +62,7 @@ Registration::Change Registration::take(std::size_t index, ByteView datagram, Ti
         return Change::LinkRefused;
     }
     link.state = LinkState::Registered;
-    groups.erase(groups.begin(), groups.end() - 1); // there is no other where this one is
+    groups.erase(groups.begin(), groups.end() - 1); // the other groups do not exist any more
     return Change::LinkRegistered;
 }
 
@@ -81,7 +81,7 @@ void Registration::forgetLostAnswers(Link &link, TimePoint now)
     }
 }
 
-/// The group that an answer on \a link is about: answers come in the order of the questions, but for those lost.
+/// The group of a response on \a link: responses arrive in the order of the REG2s, except for lost ones.
 std::optional<GroupId> Registration::takeQuestion(Link &link, TimePoint now)
 {
     forgetLostAnswers(link, now);
@@ -111,7 +111,7 @@ Registration::Change Registration::dropGroup(const GroupId &gone, TimePoint now)
     const bool wasJoined = gone == groupId();
     std::erase(groups, gone);
     if (!wasJoined) {
-        return Change::None; // every link that has asked is told; only the first to be told is news
+        return Change::None; // each link gets a REG_NGP; only the first has an effect
     }
     if (groups.empty()) {
         const bool shortLived = now - groupSince < shortLife;

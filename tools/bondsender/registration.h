@@ -10,54 +10,52 @@
 
 namespace bondsender {
 
-/// A datagram and the link that it is to leave on.
+/// A datagram and the link to send it on.
 struct Outgoing
 {
     std::size_t link = 0;
     Bytes datagram;
 };
 
-/// How a sender and its links get known to the receiver, and again when the receiver has forgotten them: REG1 on one
-/// link until the receiver answers with a group, then REG2 on every link until each is registered. Decides only; knows
-/// no socket and reads no clock.
+/// Registration of a sender and its links, also after a restart of the receiver: REG1 on one link until the receiver
+/// responds with a group, then REG2 on every link until each is registered. Uses no socket and no clock.
 ///
-/// The receiver keeps one group for a sender, the one that the last REG1 to arrive has made. Where the way there and
-/// back takes longer than retryInterval, a repeated REG1 makes the group in the first answer void; so a group that is
-/// new to us replaces the one before. Answers can overtake one another, so the one before is tried again if the
-/// receiver doesn't know the new one.
+/// The receiver keeps one group per sender, that of the last REG1. If the round-trip time exceeds retryInterval, a
+/// repeated REG1 invalidates the group of the first response; so a new group replaces the previous one. Responses can
+/// be reordered, so the previous group is tried again if the new one is unknown to the receiver.
 class Registration
 {
 public:
     enum class LinkState { Waiting, Joining, Registered };
-    /// What a datagram from the receiver has changed.
+    /// Effect of a datagram from the receiver.
     enum class Change { None, GroupCreated, LinkRegistered, LinkRefused, GroupGone };
 
-    /// Unanswered registrations are repeated this often.
+    /// Retry interval of registrations.
     static constexpr std::chrono::milliseconds retryInterval{1000};
-    /// A refused link tries again after this; the group that holds its endpoint has to time out at the receiver.
+    /// Retry interval after REG_ERR; the group with the endpoint has to time out at the receiver.
     static constexpr std::chrono::milliseconds refusedInterval{2000};
-    /// A group that is gone sooner than this has been replaced by a REG1 of our own that was long under way: the next
-    /// is repeated half as often, but not less often than the second of these.
+    /// A group removed sooner than this was replaced by an own delayed REG1: the retry interval is doubled, up to the
+    /// second value.
     static constexpr std::chrono::milliseconds shortLife{20000};
     static constexpr std::chrono::milliseconds longestRetryInterval{8000};
-    /// The answer to a REG2 is lost if it takes longer than this: more than any link takes that carries a live stream.
+    /// A response to a REG2 counts as lost after this time, which exceeds the round-trip time of any usable link.
     static constexpr std::chrono::milliseconds longestAnswer{4000};
 
     Registration(const GroupId &newProposal, std::size_t linkCount);
 
-    /// What has to be sent by \a now.
+    /// The datagrams to send at \a now.
     [[nodiscard]] std::vector<Outgoing> due(TimePoint now);
-    /// Takes the registration datagram \a datagram that came on the link \a index; others change nothing.
+    /// Handles the registration datagram \a datagram received on the link \a index; others are ignored.
     Change take(std::size_t index, ByteView datagram, TimePoint now);
-    /// Nothing has come on the registered \a link for too long: it has to join again.
+    /// The registered \a link is silent and has to join again.
     void linkFellSilent(std::size_t link, TimePoint now);
 
     [[nodiscard]] LinkState state(std::size_t link) const { return links[link].state; }
-    /// The group that the links join or have joined.
+    /// The current group.
     [[nodiscard]] std::optional<GroupId> groupId() const;
 
 private:
-    struct Question
+    struct PendingReg2
     {
         GroupId group{};
         TimePoint asked;
@@ -66,7 +64,7 @@ private:
     {
         LinkState state = LinkState::Waiting;
         TimePoint nextTry;
-        std::deque<Question> unanswered; ///< REG2s, oldest first: their answers don't say which group they are about
+        std::deque<PendingReg2> unanswered; ///< REG2s, oldest first: responses don't contain the group
     };
 
     static void forgetLostAnswers(Link &link, TimePoint now);
@@ -76,10 +74,10 @@ private:
     void joinAnew(TimePoint now);
 
     GroupId proposal;
-    std::vector<GroupId> groups; ///< that may exist at the receiver; the last is the one to join
+    std::vector<GroupId> groups; ///< possible groups at the receiver; the last one is joined
     std::vector<Link> links;
-    TimePoint groupSince;     ///< when the last of them was accepted
-    std::size_t reg1Link = 0; ///< takes turns, since a link may be dead
+    TimePoint groupSince;     ///< time of the last group
+    std::size_t reg1Link = 0; ///< alternates, since a link may be down
     std::optional<TimePoint> lastReg1;
     std::chrono::milliseconds reg1Interval = retryInterval;
 };

@@ -21,10 +21,10 @@ double milliseconds(Microseconds duration)
     return static_cast<double>(duration.count()) / microsecondsPerMillisecond;
 }
 
-std::string roadJson(const Road::Counters &road)
+std::string roadJson(const ImpairedPath::Counters &path)
 {
-    return std::format(R"({{"lost":{},"cut":{},"overflowed":{},"duplicated":{}}})", road.lost, road.cut,
-                       road.overflowed, road.duplicated);
+    return std::format(R"({{"lost":{},"cut":{},"overflowed":{},"duplicated":{}}})", path.lost, path.cut,
+                       path.overflowed, path.duplicated);
 }
 
 std::string rowJson(const Snapshot::Row &row)
@@ -64,7 +64,7 @@ void Reporter::event(std::string_view name, std::initializer_list<std::pair<std:
     const double time = seconds(std::chrono::duration_cast<Microseconds>(now - started));
     std::string line;
     if (form == Form::Json) {
-        // Values are numbers, addresses and fixed words: nothing in them needs escaping.
+        // Values are numbers, addresses and fixed words without characters to escape.
         line = std::format(R"({{"event":"{}","seconds":{:.3f})", name, time);
         for (const auto &[key, value] : details) {
             line += std::format(R"(,"{}":"{}")", key, value);
@@ -94,7 +94,7 @@ void Reporter::writeLive(const Snapshot &snapshot)
 {
     std::string text;
     if (form == Form::Live && liveLines > 0) {
-        text = std::format("\x1b[{}A", liveLines); // cursor up, over the lines of the last look
+        text = std::format("\x1b[{}A", liveLines); // moves the cursor up to the previous lines
     }
     const double elapsed = seconds(snapshot.runningFor - previousTime);
     previousBytes.resize(snapshot.links.size());
@@ -102,7 +102,7 @@ void Reporter::writeLive(const Snapshot &snapshot)
         const Snapshot::Row &row = snapshot.links[index];
         const double bits = static_cast<double>(row.link.sentBytes - previousBytes[index]) * bitsPerByte;
         text += rowText(row, elapsed > 0 ? bits / elapsed / microsecondsPerSecond : 0);
-        text += form == Form::Live ? "\x1b[K\n" : "\n"; // clear what the last look left on the line
+        text += form == Form::Live ? "\x1b[K\n" : "\n"; // clears the rest of the line
         previousBytes[index] = row.link.sentBytes;
     }
     previousTime = snapshot.runningFor;

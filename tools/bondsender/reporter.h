@@ -10,7 +10,7 @@
 
 namespace bondsender {
 
-/// What has come from the caller and gone back to it, in datagrams.
+/// Datagrams from and to the caller.
 struct CallerCounters
 {
     std::uint64_t packets = 0;
@@ -19,7 +19,7 @@ struct CallerCounters
     std::uint64_t replies = 0;
 };
 
-/// One look at a running sender.
+/// Totals of a running sender.
 struct Snapshot
 {
     struct Row
@@ -30,8 +30,8 @@ struct Snapshot
         Microseconds roundTrip{};
         std::size_t unacknowledged = 0;
         LinkCounters link;
-        Road::Counters up;
-        Road::Counters down;
+        ImpairedPath::Counters up;
+        ImpairedPath::Counters down;
     };
     Microseconds runningFor{};
     std::uint64_t groupsCreated = 0;
@@ -39,8 +39,7 @@ struct Snapshot
     std::vector<Row> links;
 };
 
-/// Writes events and totals to standard output: JSON, lines of text, or on a terminal a line per link that is kept up
-/// to date.
+/// Prints events and totals as JSON, as text, or on a terminal as one updated line per link.
 class Reporter
 {
 public:
@@ -48,7 +47,7 @@ public:
 
     Reporter(Form newForm, TimePoint start) : form(newForm), started(start) {}
 
-    /// An event; \a details are name and value in turn.
+    /// Prints an event; \a details are alternating names and values.
     void event(std::string_view name, std::initializer_list<std::pair<std::string_view, std::string>> details,
                TimePoint now);
     void totals(const Snapshot &snapshot);
@@ -59,12 +58,12 @@ private:
 
     Form form;
     TimePoint started;
-    std::size_t liveLines = 0; ///< that the next look replaces
+    std::size_t liveLines = 0; ///< lines replaced by the next update
     std::vector<std::uint64_t> previousBytes;
     Microseconds previousTime{};
 };
 
-/// Totals as one JSON object, without a line end.
+/// Totals as one JSON object, without a newline.
 [[nodiscard]] std::string toJson(const Snapshot &snapshot);
 
 } // namespace bondsender

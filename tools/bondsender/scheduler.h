@@ -7,18 +7,18 @@
 
 namespace bondsender {
 
-/// What decides whether a link gets the next packet.
+/// State of a link for the selection.
 struct LinkLoad
 {
     bool registered = false;
-    bool quiet = false;             ///< has not been heard for so long that it may be dead
+    bool quiet = false;             ///< nothing received for some time
     std::size_t unacknowledged = 0; ///< packets
     double penalty = 0;             ///< recently reported losses, in packets
 };
 
-/// The link that carries the next packet: of the registered ones the one with the least unacknowledged and lost, taking
-/// turns from the one after \a previous where several have the same. Quiet links count only when there is no other.
-/// Nothing when no link is registered.
+/// Selects the link for the next packet: the registered link with the lowest sum of unacknowledged packets and penalty,
+/// round robin after \a previous among equal ones. Quiet links are used only if there is no other. Empty without a
+/// registered link.
 [[nodiscard]] std::optional<std::size_t> chooseLink(std::span<const LinkLoad> links, std::size_t previous);
 
 } // namespace bondsender

@@ -12,13 +12,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Well below the eight seconds after which the receiver forgets a link.
+// Well below the receiver's time-out of 8 s.
 constexpr auto keepaliveInterval = 1000ms;
-// Several keepalives without an answer: the receiver has forgotten the link, or the link is dead.
+// Several keepalives without an echo: the receiver has removed the link, or the link is down.
 constexpr auto silentAfter = 4000ms;
-// How late cuts, repeated registrations and time-outs may be noticed.
+// Resolution of cuts, retries and time-outs.
 constexpr auto tickInterval = 20ms;
-// Of the group id, as the receiver's log names it.
+// Number of id bytes in the receiver's log.
 constexpr std::size_t shownIdBytes = 6;
 
 std::uint64_t randomSeed()
@@ -27,7 +27,7 @@ std::uint64_t randomSeed()
     return static_cast<std::uint64_t>(device()) << 32 | device();
 }
 
-/// The id proposal: the given bytes, filled up with random ones that depend on them alone, or all random.
+/// The id proposal: the given bytes, filled up with pseudo-random bytes seeded by them; random without given bytes.
 GroupId makeProposal(const std::vector<std::uint8_t> &id)
 {
     std::seed_seq seeds(id.begin(), id.end());
@@ -79,7 +79,7 @@ bool Sender::open(std::string &error)
         return false;
     }
     for (Link &link : links) {
-        errno = EINVAL; // what the system would say about an address that can't even be read
+        errno = EINVAL; // as the system for an invalid address
         if (!link.open()) {
             error = std::format("link {} can't be opened: {}", link.address(), std::strerror(errno));
             return false;
@@ -242,7 +242,7 @@ void Sender::tick(TimePoint now)
     const bool asksForGroup = !registration.groupId();
     for (Outgoing &outgoing : registration.due(now)) {
         if (asksForGroup) {
-            reporter.event("groupAsked", {{"link", links[outgoing.link].address()}}, now);
+            reporter.event("groupRequested", {{"link", links[outgoing.link].address()}}, now);
         }
         links[outgoing.link].send(std::move(outgoing.datagram), now);
     }

@@ -13,22 +13,21 @@
 
 namespace bondsender {
 
-/// The bonding sender: takes a caller's SRT datagrams, spreads them over the registered links, and gives the caller
-/// what comes back. SRT ACKs come back on every link and go to the caller as often; SRT takes repeated ACKs without
-/// harm.
+/// The bonding sender: distributes an SRT caller's datagrams over the registered links and forwards replies to the
+/// caller. SRT ACKs arrive on every link and are forwarded each time; SRT ignores repeated ACKs.
 class Sender
 {
 public:
     Sender(const Options &newOptions, Reporter &newReporter, TimePoint now);
 
-    /// Opens all sockets. Returns false, and the reason in \a error, if one can't be opened.
+    /// Opens all sockets. False, with the reason in \a error, on failure.
     [[nodiscard]] bool open(std::string &error);
 
-    /// The sockets to wait for.
+    /// The sockets to poll.
     [[nodiscard]] std::vector<int> descriptors() const;
-    /// When step has something to do, at the latest, if no socket gets readable before.
+    /// Latest time for the next call of step, if no socket becomes readable before.
     [[nodiscard]] TimePoint nextDue(TimePoint now) const;
-    /// Does everything that is due.
+    /// Handles all pending work.
     void step(TimePoint now);
 
     [[nodiscard]] Snapshot snapshot(TimePoint now) const;

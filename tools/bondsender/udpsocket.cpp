@@ -11,7 +11,7 @@
 namespace bondsender {
 namespace {
 
-// Holds a second of a fast stream while another process has the processor.
+// One second of a fast stream while the process is not scheduled.
 constexpr int bufferSize = 4 * 1024 * 1024;
 constexpr std::size_t largestDatagram = 65536;
 

@@ -19,10 +19,10 @@ struct Endpoint
     bool operator==(const Endpoint &) const = default;
 };
 
-/// Reads a dotted IPv4 address; nothing if \a address is none.
+/// Parses a dotted IPv4 address; empty if \a address is invalid.
 [[nodiscard]] std::optional<Endpoint> makeEndpoint(const std::string &address, std::uint16_t port);
 
-/// A non-blocking UDP socket that closes itself.
+/// A non-blocking UDP socket, closed by the destructor.
 class UdpSocket
 {
 public:
@@ -39,13 +39,13 @@ public:
     UdpSocket &operator=(UdpSocket &&other) noexcept;
     ~UdpSocket();
 
-    /// Binds to \a local, with a large buffer in both directions; the reason of a failure is then in errno.
+    /// Binds to \a local with large buffers in both directions; errno has the reason of a failure.
     [[nodiscard]] bool open(const Endpoint &local);
     [[nodiscard]] int descriptor() const { return fd; }
     [[nodiscard]] std::uint16_t localPort() const;
-    /// The next datagram that waits; nothing if there is none.
+    /// The next pending datagram; empty without one.
     [[nodiscard]] std::optional<Datagram> receive() const;
-    /// A datagram that the system refuses is lost, as it would be on the road.
+    /// A datagram that the system rejects is lost.
     void send(ByteView datagram, const Endpoint &to) const;
 
 private:

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-2.0-or-later
-# What enter (lib.sh) starts: gives the command what it needs below the root, runs it there and ends with its exit code.
+# Started by enter (lib.sh): prepares the root, runs the command in it and ends with its exit code.
 # inside.sh MODE ROOT PROJECT CACHE COMMAND [ARG...]
-# In a namespace this is the first process: the kernel takes down mounts and left-over processes when it ends.
+# In a namespace this is the first process: at its end the kernel ends mounts and remaining processes.
 set -u
 mode=$1 root=$2 project=$3 cacheHome=$4
 shift 4
@@ -22,22 +22,22 @@ mountBelowRoot() {
     done
 }
 
-# A seccomp filter: clone3 (435) fails with ENOSYS (38), every other call goes on. libc then makes threads with clone. Proot
-# (5.4.0) doesn't know clone3: it takes the new thread for a process with a heap of its own, and as soon as two threads have
-# moved the end of the heap, a program like OBS writes into memory that it doesn't have.
-# Each line is one instruction as in linux/filter.h: code, jump if true, jump if false, value.
+# A seccomp filter: clone3 (435) fails with ENOSYS (38), other calls are allowed. libc then creates threads with clone. Proot
+# (5.4.0) does not support clone3: it handles a new thread like a process with a separate heap, and when two threads have
+# moved the end of the heap, a program like OBS writes to unmapped memory.
+# One instruction per line as in linux/filter.h: code, jump if true, jump if false, value.
 withoutClone3() {
-    printf '\x20\0\0\0\0\0\0\0'        # load the call's number
-    printf '\x15\0\0\1\xb3\1\0\0'      # is it 435? if not, skip one
+    printf '\x20\0\0\0\0\0\0\0'        # load the number of the call
+    printf '\x15\0\0\1\xb3\1\0\0'      # not 435: skip one instruction
     printf '\x06\0\0\0\x26\0\5\0'      # SECCOMP_RET_ERRNO | 38
     printf '\x06\0\0\0\0\0\xff\x7f'    # SECCOMP_RET_ALLOW
 }
 
-# The root's own proot, because an older one does not know all calls of the programs there; so with the root's loader.
+# The root's proot with the root's loader, because an older one lacks calls of the programs there.
 useProot() {
     local libraries=$root/usr/lib/x86_64-linux-gnu folder
     [ -x "$root/usr/bin/proot" ] || { echo "missing: the program 'proot' in the build root" >&2; exit 1; }
-    # With its seccomp filter on, programs die of SIGBUS (proot 5.4.0 with Linux 6).
+    # With proot's seccomp filter, programs end with SIGBUS (proot 5.4.0 with Linux 6).
     export PROOT_TMP_DIR=$temporary PROOT_NO_SECCOMP=1
     withoutClone3 >"$temporary/without-clone3"
     entrance=(setpriv --pdeathsig KILL "$libraries/ld-linux-x86-64.so.2" --library-path "$libraries" "$root/usr/bin/proot"
@@ -70,16 +70,16 @@ for name in CI DISPLAY XAUTHORITY WAYLAND_DISPLAY ASAN_OPTIONS UBSAN_OPTIONS LSA
     [ -n "${!name:-}" ] && environment+=("$name=${!name}")
 done
 
-# The leak check traces the program, which proot does already.
+# The leak check would trace the program, which proot already does.
 [ "$mode" != proot ] || environment+=("ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0")
 
-# Handed on so that the command can end in its own order; a terminal's interrupt reaches it without help.
+# Forwarded so that the command can end regularly; it receives a terminal's interrupt directly.
 forward() { # SIGNAL
     local receivers=$command signal=$1
     [ "$1" = INT ] && [ -t 0 ] && return
-    # Read, as in lib.sh, and not asked for in a subshell.
+    # Without a subshell, as in lib.sh.
     [ "$mode" != proot ] || { receivers= && read -r receivers <"/proc/$command/task/$command/children"; } 2>/dev/null
-    # Without the caller there is nobody to be orderly for; proot ends the command's own children.
+    # If the caller has ended, the command is killed; proot ends the command's children.
     [ "$mode" != proot ] || [ -e "/proc/$PPID" ] || signal=KILL
     # shellcheck disable=SC2086
     [ -z "$receivers" ] || kill -s "$signal" $receivers 2>/dev/null
@@ -88,7 +88,7 @@ trap 'forward INT' INT
 trap 'forward TERM' TERM
 trap 'forward HUP' HUP
 
-# The shell ignores INT and QUIT for what it starts in the background; the command gets the usual ones back.
+# A shell starts background commands with INT and QUIT ignored; the command gets the defaults.
 "${entrance[@]}" /usr/bin/env -i --chdir="$project" --default-signal=INT,QUIT "${environment[@]}" "$@" <&0 &
 command=$!
 while :; do

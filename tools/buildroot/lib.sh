@@ -1,19 +1,19 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# Shared by all that starts things in a build root: where the build roots live, how one is made and how it is entered.
+# Functions for the build roots: their folders, creation, and commands in them.
 # shellcheck shell=bash
 
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd -P)
 cacheHome=${XDG_CACHE_HOME:-$HOME/.cache}/tarvoline-srtla
 rootsHome=$cacheHome/roots
 
-# Debian leaves these folders out of an ordinary user's PATH; chroot is in there.
+# Debian's PATH of ordinary users lacks these folders; chroot is in one of them.
 PATH=$PATH:/usr/sbin:/sbin
 
 say() { printf '%s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
-# The Debian suite a root is made from: the Linux root needs an OBS of 31.1 or newer, the Windows one Qt 6.8's headers
-# and a Wine of the same time.
+# The Debian suite of a root: the Linux root needs an OBS of 31.1 or newer, the Windows one Qt 6.8's headers
+# and a Wine of the same release.
 rootSuite() {
     case $1 in
     linux) echo forky ;;
@@ -21,7 +21,7 @@ rootSuite() {
     esac
 }
 
-# The architectures of a root: Wine's 32-bit half is a package of the 32-bit architecture.
+# The architectures of a root: Wine's 32-bit part is a package of the 32-bit architecture.
 rootArchitectures() {
     case $1 in
     linux) echo amd64 ;;
@@ -29,13 +29,13 @@ rootArchitectures() {
     esac
 }
 
-# The packages of a root, one a line, without the reasons beside them.
+# The packages of a root, one per line, without comments.
 rootPackages() { sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$project/tools/buildroot/packages-$1"; }
 
-# True where this machine itself has what the Linux build needs.
+# True if the dependencies of the Linux build are installed on this machine.
 hostIsEnough() {
     local program
-    for program in cmake ninja g++ pkg-config; do # asked for several at once, "command -v" is content with one
+    for program in cmake ninja g++ pkg-config; do # "command -v" with several names succeeds if one exists
         command -v $program >/dev/null 2>&1 || return 1
     done
     pkg-config --atleast-version=31.1 libobs 2>/dev/null || return 1
@@ -44,7 +44,7 @@ hostIsEnough() {
         g++ -std=c++20 -x c++ -fsyntax-only - 2>/dev/null
 }
 
-# Installs host packages where this user may, and says what is missing where not.
+# Installs a host package as root; for other users it ends with a message.
 needHostPackage() { # COMMAND PACKAGE
     command -v "$1" >/dev/null 2>&1 && return 0
     [ "$(id -u)" = 0 ] || die "missing: the program '$1'. Install it with: sudo apt-get install $2"
@@ -53,10 +53,10 @@ needHostPackage() { # COMMAND PACKAGE
         die "missing: the program '$1', and 'apt-get install $2' failed here"
 }
 
-# How this user can work in a root on this machine:
-#   namespaces  may mount, in a namespace that takes its mounts along when it ends
-#   users       an ordinary user, the same within a user namespace
-#   proot       may not mount: proot traces the command and rewrites the paths that it asks for
+# The way to run commands in a root on this machine:
+#   namespaces  mounts are allowed; they end with the mount namespace
+#   users       ordinary user: the same in a user namespace
+#   proot       mounts are not allowed: proot traces the command and rewrites its paths
 entryMode() {
     if [ "$(id -u)" = 0 ]; then
         if unshare --mount --pid --fork true 2>/dev/null; then echo namespaces; else echo proot; fi
@@ -68,7 +68,7 @@ entryMode() {
 }
 userNamespace=(unshare --user --map-root-user --map-auto --mount --pid --fork)
 
-# The command that makes the mode's namespaces, as the array "namespace"; empty for proot.
+# The command that creates the namespaces of the mode, in the array "namespace"; empty for proot.
 namespaceOf() { # MODE
     case $1 in
     namespaces) namespace=(unshare --mount --pid --fork --kill-child) ;;
@@ -77,14 +77,14 @@ namespaceOf() { # MODE
     esac
 }
 
-# What keeps an ordinary user from making a root here; nothing when nothing does.
+# The reason why an ordinary user cannot create a root here; empty if there is none.
 userObstacle() {
     command -v newuidmap >/dev/null 2>&1 || { echo "the program 'newuidmap' (sudo apt-get install uidmap)"; return; }
     grep -q "^$(id -un):" /etc/subuid || { echo "ids for $(id -un) in /etc/subuid (sudo usermod --add-subuids)"; return; }
     echo "user namespaces; run it as root, or have them allowed"
 }
 
-# Holds the lock of the root NAME in descriptor 8 (windows.sh holds others in 9), and says when that takes a while.
+# Holds the lock of the root NAME in descriptor 8 (windows.sh holds others in 9), with a message while another process holds it.
 lockRoot() { # NAME
     exec 8>"$rootsHome/$1.lock"
     flock --nonblock 8 && return
@@ -92,7 +92,7 @@ lockRoot() { # NAME
     flock 8
 }
 
-# Makes the root NAME, or adds the packages that it lacks; one caller at a time.
+# Creates the root NAME or adds missing packages; one caller at a time.
 ensureRoot() { # NAME
     local root=$rootsHome/$1 missing
     mkdir -p "$rootsHome" "$cacheHome/ccache" || die "missing: the right to write to $cacheHome"
@@ -112,14 +112,14 @@ ensureRoot() { # NAME
     exec 8>&-
 }
 
-# Whole ones only: an interrupted installation leaves others behind.
+# Completely installed packages only; an interrupted installation leaves others.
 installedPackages() { # ROOT
     awk '/^Package: / { name = $2 } /^Status: install ok installed/ { print name }' "$1/var/lib/dpkg/status" | sort -u
 }
 
-rootMiB=5000 # of free space, with the packages that are unpacked from
+rootMiB=5000 # free space, including the downloaded packages
 
-# A new root grows under another name, so that nobody takes half of one for whole.
+# A root is created under a temporary name and renamed when it is complete.
 makeRoot() { # NAME
     local root=$rootsHome/$1 mode options=() freeMiB code namespace
     mode=$(entryMode)
@@ -133,7 +133,7 @@ makeRoot() { # NAME
     say "Making the $1 build root in $root (once; three to fifteen minutes, 3 GB)." \
         "Debian's mmdebstrap says how far it is:"
     removeRoot "$root.new"
-    # The suite alone: a mirror's indexes of the suites beside it may be out of step, and the root gains nothing.
+    # This suite only: a mirror's indexes of related suites can be out of date and are not needed.
     # shellcheck disable=SC2016
     options+=(--mode=root --variant=apt --aptopt='Acquire::Check-Valid-Until "false"'
         --architectures="$(rootArchitectures "$1")"
@@ -141,7 +141,7 @@ makeRoot() { # NAME
         --include="$(rootPackages "$1" | paste -sd,)" "$(rootSuite "$1")" "$root.new")
     namespaceOf "$mode"
     [ ${#namespace[@]} = 0 ] || namespace+=(--mount-proc)
-    # In a namespace of its own too: however this ends, mmdebstrap's mounts and processes go with it.
+    # In separate namespaces: mounts and processes of mmdebstrap end with them.
     setpriv --pdeathsig KILL ${namespace[@]+"${namespace[@]}"} mmdebstrap "${options[@]}" </dev/null >&2 &
     # shellcheck disable=SC2064
     trap "abandonRoot $! '$root.new' 130" INT
@@ -167,13 +167,13 @@ abandonRoot() { # PID ROOT CODE
     exit "$3"
 }
 
-# An ordinary user can only remove files of the namespace's other users from within.
+# An ordinary user can remove files of the namespace's other users only inside the namespace.
 removeRoot() { # ROOT
     [ -e "$1" ] || return 0
     if [ "$(entryMode)" = users ]; then "${userNamespace[@]}" rm -rf "$1"; else rm -rf "$1"; fi
 }
 
-# Runs a command as the root's administrator, who installs packages; proot is no help there.
+# Runs a command as root of the build root, for package installation; not possible with proot.
 administer() { # NAME COMMAND...
     if [ "$(entryMode)" = proot ]; then
         [ "$(id -u)" = 0 ] || die "missing: $(userObstacle)"
@@ -183,14 +183,14 @@ administer() { # NAME COMMAND...
     fi
 }
 
-# Runs a command in a root, in a mount and process namespace of its own, so that neither mounts nor processes are left,
-# however it ends. The command's exit code is the result; INT, TERM and HUP are handed on to it.
+# Runs a command in a root, in separate mount and process namespaces, which end all mounts and processes with the command.
+# Returns the command's exit code; forwards INT, TERM and HUP to it.
 enter() { # NAME COMMAND...
     local mode namespace inside atOurDeath=KILL
     mode=$(entryMode)
     namespaceOf "$mode"
-    [ "$mode" != proot ] || atOurDeath=TERM # inside.sh has to end the command then; no kernel does it
-    # The shell ignores INT and QUIT for what it starts in the background, and a shell cannot trap what it came to ignored.
+    [ "$mode" != proot ] || atOurDeath=TERM # there is no namespace that ends the command; inside.sh does
+    # A shell starts background commands with INT and QUIT ignored; signals ignored at the start cannot be trapped.
     inside=(setpriv --pdeathsig "$atOurDeath" env --default-signal=INT --default-signal=QUIT ${namespace[@]+"${namespace[@]}"}
         bash "$project/tools/buildroot/inside.sh" "$mode" "$rootsHome/$1" "$project" "$cacheHome" "${@:2}")
     if [ -t 0 ]; then
@@ -209,20 +209,20 @@ enter() { # NAME COMMAND...
         wait "$started" || code=$?
         kill -0 "$started" 2>/dev/null || break
     done
-    code=0 # a signal may have ended the wait above just when the command ended
+    code=0 # a signal can interrupt the wait above
     wait "$started" || code=$?
     trap - INT TERM HUP
     return "$code"
 }
 
-# Puts the children of a process into "receivers". Read, and not asked for in a subshell: bash can trip over one in a trap that
-# a second signal interrupts.
+# Sets "receivers" to the children of a process. Without a subshell: bash can fail in one within a trap that a second signal
+# interrupts.
 childrenOf() { # PID
     receivers=
     { read -r receivers <"/proc/$1/task/$1/children" || true; } 2>/dev/null
 }
 
-# Inside.sh takes the signals: it is the child of unshare, or with proot what was started itself.
+# inside.sh handles the signals: it is the child of unshare, with proot the started process.
 forward() { # SIGNAL STARTED MODE
     local receivers=$2
     [ "$3" = proot ] || childrenOf "$2"

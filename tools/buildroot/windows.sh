@@ -3,7 +3,7 @@
 # Wine prefix that every run copies, all in the user's cache.
 # shellcheck shell=bash
 
-# Named after its recipe, so that two checkouts can differ in it.
+# Named by the digest of its recipe, because checkouts can differ in it.
 TARVOLINE_WINDOWS_SDK=$cacheHome/windows-sdk-$(cat "$project"/tools/windows/* | sha256sum | cut -c1-12)
 export TARVOLINE_WINDOWS_SDK
 export TARVOLINE_WINE_HOME=$cacheHome/wine
@@ -16,7 +16,7 @@ ensureWindowsParts() {
     ensureInnoSetup
 }
 
-# A fresh prefix takes Wine 15 seconds and 1.4 GB; runs share its files and get registries of their own (tools/wine).
+# A new prefix needs 15 s and 1.4 GB; runs share its files and have separate registries (tools/wine).
 ensureWinePrefix() {
     (
         flock 9
@@ -38,20 +38,20 @@ ensureInnoSetup() {
         [ -e "$TARVOLINE_INNO_SETUP/bin/ISCC.exe" ] && exit 0
         say "Fetching Inno Setup …"
         cp -L /etc/resolv.conf "$rootsHome/windows/etc/resolv.conf"
-        # A network that inspects TLS has its authority in this machine's store, not in the root's.
+        # The certificate authority of a TLS proxy is in this machine's store, not in the root's.
         authorities=$cacheHome/authorities.pem
         cp -L /etc/ssl/certs/ca-certificates.crt "$authorities" 2>/dev/null || true
         enter windows env NODE_EXTRA_CA_CERTS="$authorities" tools/buildroot/fetch-innosetup "$TARVOLINE_INNO_SETUP"
     ) 9>"$rootsHome/windows-inno.lock" || exit 1
 }
 
-# Unpacks a package of the npm registry into FOLDER if it is the file of this digest.
+# Unpacks a package of the npm registry into FOLDER after a check of its digest.
 fetchNpmPackage() { # NAME VERSION SHA512 FOLDER
     local fetch=$4.fetch
     rm -rf "$fetch"
     mkdir -p "$fetch"
     cp -L /etc/resolv.conf "$rootsHome/windows/etc/resolv.conf"
-    # A network that inspects TLS has its authority in this machine's store, not in the root's.
+    # The certificate authority of a TLS proxy is in this machine's store, not in the root's.
     cp -L /etc/ssl/certs/ca-certificates.crt "$fetch/authorities.pem" 2>/dev/null || true
     enter windows sh -c 'cd "$1" && NODE_EXTRA_CA_CERTS=$1/authorities.pem npm pack --silent "$2" >/dev/null' \
         sh "$fetch" "$1@$2" || true
@@ -65,7 +65,7 @@ fetchNpmPackage() { # NAME VERSION SHA512 FOLDER
     rm -rf "$fetch"
 }
 
-# What the build in Microsoft's binary interface compiles and links against.
+# Headers and libraries of the build in Microsoft's binary interface.
 ensureWindowsSdk() {
     local parts=$cacheHome/windows-sdk.parts
     (
@@ -93,7 +93,7 @@ ensureObsPackage() { # FOLDER
     fetchNpmPackage noobs 0.0.184 "$sha512" "$1"
 }
 
-# Sources that no package holds: NAME.tar.xz in the folder TARVOLINE_WINDOWS_HEADERS, or SUBFOLDER of the tag in a public
+# Sources without a package: NAME.tar.xz in the folder TARVOLINE_WINDOWS_HEADERS, or SUBFOLDER of the tag in a public
 # repository. The archive's one top folder becomes FOLDER.
 ensureSources() { # FOLDER NAME REPOSITORY TAG SUBFOLDER
     local archives=${TARVOLINE_WINDOWS_HEADERS:-} archive
@@ -119,7 +119,7 @@ ensureSources() { # FOLDER NAME REPOSITORY TAG SUBFOLDER
     rm -rf "$1.new"
 }
 
-# Qt's own sources, of which Debian's packages install no header that only Windows has; apt checks their signature.
+# Qt's sources, because Debian's packages lack Qt's headers for Windows; apt checks their signature.
 ensureQtSources() { # FOLDER
     [ -d "$1" ] && return
     say "Fetching Qt's sources (46 MB) …"

@@ -14,7 +14,7 @@ const char *const usageText =
 
 namespace {
 
-// Qt's own reading lets signs and spaces pass, and 0 stands for what is no number.
+// Qt's conversion accepts signs and spaces. 0 if the text is no port.
 bool readPort(const QString &word, quint16 &port)
 {
     const bool digitsAlone = std::ranges::all_of(word, [](QChar sign) { return sign >= u'0' && sign <= u'9'; });
@@ -22,7 +22,7 @@ bool readPort(const QString &word, quint16 &port)
     return digitsAlone && port != 0;
 }
 
-// Qt's own reading also takes spaces around it, and fewer than four numbers.
+// Qt's conversion accepts surrounding spaces and fewer than four numbers.
 bool readTarget(const QString &word, QHostAddress &target)
 {
     return target.setAddress(word) && target.protocol() == QAbstractSocket::IPv4Protocol && target.toString() == word;

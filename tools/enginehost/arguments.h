@@ -6,7 +6,7 @@
 
 #include <optional>
 
-/// What the engine host is told on its command line.
+/// Command line of the engine host.
 struct Arguments
 {
     quint16 listenPort = 0;
@@ -14,10 +14,9 @@ struct Arguments
     QHostAddress target = QHostAddress(QHostAddress::LocalHost);
 };
 
-/// The command line in words.
+/// Usage text.
 extern const char *const usageText;
 
-/// Reads the command line (without the program's name); nothing if anything in it is wrong or missing, also if a later
-/// argument says the same right. Ports are decimal numbers from 1 to 65535, the target is an IPv4 address in four
-/// parts.
+/// Parses the command line (without the program name); empty if any argument is invalid or missing, even if it is
+/// repeated correctly. Ports are decimal numbers from 1 to 65535, the target is an IPv4 address in four parts.
 [[nodiscard]] std::optional<Arguments> parseArguments(const QStringList &words);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Runs one receiver engine without OBS, for people and tests.
+// Runs one receiver engine without OBS.
 #include "arguments.h"
 #include "signallines.h"
 #include "srtlaengine.h"

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A JSON value as text, with the escapes that JSON wants.
+/// A JSON value as text.
 QByteArray json(const QString &text)
 {
     QByteArray object = QJsonDocument(QJsonObject{{QStringLiteral("x"), text}}).toJson(QJsonDocument::Compact);
@@ -27,7 +27,7 @@ QByteArray json(bool value)
 
 QByteArray json(double value)
 {
-    // As short as tells the number apart from its neighbours; JSON has no infinities.
+    // Shortest unique representation; JSON has no infinities.
     return std::isfinite(value) ? QByteArray::number(value, 'g', QLocale::FloatingPointShortest) : "null";
 }
 
@@ -49,7 +49,7 @@ void writeSignalLines(SrtlaEngine &engine)
     });
     QObject::connect(&engine, &SrtlaEngine::logMessage, &engine,
                      [](const QString &line) { writeLine(R"({"signal":"logMessage","line":)" + json(line) + "}\n"); });
-    // Written by hand: QJsonObject would sort the keys, and hold the totals as doubles beyond 2^63.
+    // Without QJsonObject, which sorts keys and stores totals beyond 2^63 as doubles.
     QObject::connect(&engine, &SrtlaEngine::statisticsChanged, &engine,
                      [](int groups, int paths, double megabitsPerSecond, quint64 packets, quint64 bytes) {
                          writeLine(R"({"signal":"statisticsChanged","groups":)" + QByteArray::number(groups) +

@@ -3,6 +3,6 @@
 
 class SrtlaEngine;
 
-/// Writes every signal that \a engine emits from now on as one JSON object per line to standard output, in the order of
-/// emission and flushed at once, so that a reader sees it while the engine runs.
+/// Prints every signal of \a engine as one JSON object per line to standard output, in the order of emission, flushed
+/// after each line.
 void writeSignalLines(SrtlaEngine &engine);

@@ -3,6 +3,6 @@
 
 #include <functional>
 
-/// Calls \a stop in the main thread's event loop, once per time that the system asks this program to end: SIGINT and
-/// SIGTERM, or on Windows Ctrl+C, Ctrl+Break and the closing of the console. A QCoreApplication must exist.
+/// Calls \a stop in the main thread's event loop for each SIGINT and SIGTERM, or on Windows Ctrl+C, Ctrl+Break and
+/// close of the console. Requires a QCoreApplication.
 void onStopSignal(std::function<void()> stop);

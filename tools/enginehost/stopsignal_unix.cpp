@@ -13,14 +13,14 @@
 
 namespace {
 
-// A signal handler may do little more than write to a pipe; the event loop reads the other end.
+// The signal handler writes to a pipe (async-signal-safe), which the event loop reads.
 std::array<int, 2> wakePipe{-1, -1};
 
 void wake(int)
 {
     const int savedErrno = errno;
     const char byte = 0;
-    // A full pipe means that the event loop has enough to wake up for.
+    // If the pipe is full, the event loop wakes up anyway.
     [[maybe_unused]] const ssize_t written = write(wakePipe[1], &byte, 1);
     errno = savedErrno;
 }

@@ -12,14 +12,14 @@ namespace {
 
 std::function<void()> stopFunction;
 
-// Windows calls this in a thread of its own.
+// Called by Windows in a separate thread.
 BOOL WINAPI handleConsoleEvent(DWORD event)
 {
     QMetaObject::invokeMethod(QCoreApplication::instance(), [] { stopFunction(); }, Qt::QueuedConnection);
     if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
-        // Windows ends the program as soon as this returns; the main thread gets its time to end in its own order.
-        constexpr DWORD patienceMs = 5000;
-        Sleep(patienceMs);
+        // Windows ends the process when this returns, so wait for an orderly end of the main thread.
+        constexpr DWORD shutdownTimeMs = 5000;
+        Sleep(shutdownTimeMs);
     }
     return TRUE;
 }

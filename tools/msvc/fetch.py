@@ -33,7 +33,7 @@ def main():
     folder = Path(sys.argv[1]).resolve()
     dependencies = Path(__file__).parent / "dependencies.json"
     wanted = hashlib.sha256(dependencies.read_bytes()).hexdigest()
-    if isComplete(folder, wanted):
+    if is_complete(folder, wanted):
         print(f"{folder} is complete.")
         return
     try:
@@ -47,7 +47,7 @@ def main():
         sys.exit(f"{folder} could not be filled: {failure or type(failure).__name__}.")
 
 
-def isComplete(folder, wanted):
+def is_complete(folder, wanted):
     """Whether nothing is to be done; otherwise the folder is there and empty afterwards. Refuses others' folders."""
     if folder.exists() and not folder.is_dir():
         sys.exit(f"{folder} is no folder.")
@@ -68,12 +68,12 @@ def isComplete(folder, wanted):
 def fill(folder, obs):
     unpack(fetch(obs["url"], obs["sha256"], folder), folder)
     sources = folder / f"obs-studio-{obs['version']}"
-    for url, sha256 in prebuiltArchives(sources / "buildspec.json"):
+    for url, sha256 in prebuilt_archives(sources / "buildspec.json"):
         unpack(fetch(url, sha256, folder), folder)
-    buildObs(sources, folder, obs["version"])
+    build_obs(sources, folder, obs["version"])
 
 
-def prebuiltArchives(buildspec):
+def prebuilt_archives(buildspec):
     """The (url, sha256) pairs of the dependencies that the sources of OBS name in their buildspec.json."""
     dependencies = json.loads(buildspec.read_text())["dependencies"]
     for name, pattern in ARCHIVES.items():
@@ -111,7 +111,7 @@ def unpack(archive, folder):
     archive.unlink()
 
 
-def buildObs(sources, folder, version):
+def build_obs(sources, folder, version):
     build = sources / "build_x64"
     run("cmake", "-S", sources, "-B", build, "-G", "Visual Studio 17 2022", "-A", "x64", "-DENABLE_PLUGINS=OFF",
         "-DENABLE_FRONTEND=OFF", "-DENABLE_SCRIPTING=OFF", f"-DOBS_VERSION_OVERRIDE={version}",

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Makes the guide's picture of docking, docs/dock-andocken.png: the dock as a fresh OBS shows it at first, and docked.
+"""Creates the guide's picture docs/dock-andocken.png: the floating dock of a new OBS, and the dock in the main window.
 
-Runs the real OBS, in German, twice on a virtual display: ./dev python3 tools/obsdemo/dockpicture.py
+Runs the real OBS in German twice on a virtual display: ./dev python3 tools/obsdemo/dockpicture.py
 """
 
 import pathlib
@@ -23,7 +23,7 @@ _GAP = 20
 
 
 class GermanHome(obs.ObsHome):
-    """An OBS that speaks German."""
+    """An OBS configuration in German."""
 
     def _user_settings(self) -> dict:
         settings = super()._user_settings()
@@ -31,12 +31,12 @@ class GermanHome(obs.ObsHome):
         return settings
 
 
-def shoot(desk, folder, name, dock_state):
+def shoot(desktop, folder, name, dock_state):
     """Saves OBS's window with the dock open; returns the file."""
     home = GermanHome(folder / name, canvas=(1280, 720), dock_state=dock_state)
     home.install_module(_MODULE, _PROJECT / "locale")
     picture = folder / f"{name}.png"
-    with obs.ObsSession(desk, home) as session:
+    with obs.ObsSession(desktop, home) as session:
         session.start()
         obs.Panel(session.screen).open().wait_for_status("Aktiv")
         session.screen.screenshot(picture, session.screen.main_window())
@@ -47,9 +47,9 @@ def shoot(desk, folder, name, dock_state):
 def main() -> int:
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        with obs.Desk(folder / "desk") as desk:
-            first = shoot(desk, folder, "first", None)
-            docked = shoot(desk, folder, "docked", dock_at_the_right())
+        with obs.Desktop(folder / "desktop") as desktop:
+            first = shoot(desktop, folder, "first", None)
+            docked = shoot(desktop, folder, "docked", dock_at_the_right())
         subprocess.run(["convert", first, "-size", f"{_GAP}x1", "xc:white", docked, "+append", "-resize", f"{_WIDTH}x",
                         "-strip", "-colors", "128", _PICTURE], check=True)
     print(f"Saved {_PICTURE}")

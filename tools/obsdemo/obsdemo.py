@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Opens the real OBS with the plug-in's dock in its window and a bonded test stream arriving.
+"""Opens the real OBS with the plug-in's dock and a bonded test stream.
 
-With a display the window stands there until the user closes it. Without one OBS runs on a virtual display; once the
-picture has arrived, screenshots are saved and everything ends.
+With a display OBS runs until the user closes it. Without one OBS runs on a virtual display; when the picture has arrived,
+screenshots are saved and the program ends.
 """
 
 import argparse
@@ -25,27 +25,27 @@ from obs.scenes import SOURCE  # noqa: E402
 _LISTEN_PORT = 5000
 _TARGET_PORT = 5002
 _CANVAS = (1280, 720)
-# Seven bars of an even width, as the encoder wants them.
+# Seven bars; the encoder requires even widths.
 _PATTERN = (644, 362)
 _PATTERN_RATE = 25
 _PATTERN_KBIT = 2500
 _LINKS = 3
 
-_PICTURE_WITHIN_S = 60
-_LOOK_AGAIN_S = 0.5
+_PICTURE_TIMEOUT_S = 60
+_POLL_INTERVAL_S = 0.5
 
 
-class Trouble(Exception):
-    """The demo cannot show what it is for; the text says why."""
+class DemoError(Exception):
+    """The demo failed; the text is the reason."""
 
 
 def main() -> int:
     options = _options()
-    # However it is ended, it clears away what it started.
+    # Both signals raise KeyboardInterrupt, so that all programs are ended.
     for ending in (signal.SIGINT, signal.SIGTERM):
         signal.signal(ending, signal.default_int_handler)
     folder = options.folder.resolve()
-    # OBS's settings of the demo before must not colour this one, and the user's own are elsewhere.
+    # Removes the settings of an earlier demo; the user's OBS settings are in another folder.
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
 
@@ -53,21 +53,21 @@ def main() -> int:
     home = obs.ObsHome(folder / "home", canvas=_CANVAS, dock_state=dock_at_the_right(), source_on_port=_TARGET_PORT)
     home.install_module(options.build / "plugins" / obs.MODULE / "bin" / "64bit" / f"{obs.MODULE}.so",
                         _PROJECT / "locale")
-    with obs.Desk(folder / "desk", display) as desk, obs.ObsSession(desk, home) as session:
-        _say("Opening OBS …" if display else "No display here: opening OBS on a virtual one …")
+    with obs.Desktop(folder / "desktop", display) as desktop, obs.ObsSession(desktop, home) as session:
+        _say("Opening OBS …" if display else "No display: opening OBS on a virtual display …")
         session.start()
         try:
             with _stream(options, folder, session):
                 if display:
-                    _watch(session, options)
+                    _wait_for_user(session, options)
                 else:
-                    _prove(session, options)
+                    _save_result(session, options)
             return 0
         except KeyboardInterrupt:
             _say("")
             return 0
-        except Trouble as trouble:
-            _say(str(trouble))
+        except DemoError as error:
+            _say(str(error))
             return 1
         finally:
             if session.running():
@@ -75,21 +75,21 @@ def main() -> int:
 
 
 def _stream(options, folder, session):
-    """The test stream, to be started; with --no-demo nothing."""
+    """The test stream as a context manager; without effect with --no-demo."""
     panel = obs.Panel(session.screen).open()
     obs.wait_until(lambda: panel.status() != "Inaktiv", "the receiver starts")
     if panel.status() != "Aktiv":
-        raise Trouble(f"The receiver in OBS could not start: UDP port {_LISTEN_PORT} is taken, perhaps by another OBS.")
+        raise DemoError(f"The receiver in OBS could not start: UDP port {_LISTEN_PORT} is taken, perhaps by another OBS.")
     _say(f"The receiver in OBS listens on UDP port {_LISTEN_PORT}; settings and logs of this OBS: {session.home.folder}")
     if not options.demo:
         return contextlib.nullcontext()
-    _say(f"A test picture is on its way: ffmpeg, SRT, {_LINKS} bonded links, the plug-in, OBS's media source.")
-    return obs.Road(folder, _LISTEN_PORT, links=_LINKS, shown=sys.stdout.isatty(), bitrate_kbit=_PATTERN_KBIT,
-                    size=_PATTERN, rate=_PATTERN_RATE)
+    _say(f"Sending a test picture: ffmpeg, SRT, {_LINKS} bonded links, the plug-in, OBS's media source.")
+    return obs.MobileSender(folder, _LISTEN_PORT, links=_LINKS, shown=sys.stdout.isatty(), bitrate_kbit=_PATTERN_KBIT,
+                            size=_PATTERN, rate=_PATTERN_RATE)
 
 
-def _watch(session, options):
-    """Explains what stands on the user's display, until OBS ends."""
+def _wait_for_user(session, options):
+    """Prints the instructions and waits until OBS ends."""
     address = _lan_address()
     _say(f"""
 Your own phone instead{" of the test stream" if options.demo else ""}, in an app that sends SRTLA (Moblin, for example):
@@ -103,15 +103,15 @@ Your own phone instead{" of the test stream" if options.demo else ""}, in an app
     session.wait()
 
 
-def _prove(session, options):
-    """Waits for the picture, and saves what is on the virtual display."""
+def _save_result(session, options):
+    """Waits for the picture and saves screenshots of the virtual display."""
     if options.demo:
         try:
-            obs.wait_until(lambda: _shows_pattern(session), "the picture", options.patience, _LOOK_AGAIN_S)
+            obs.wait_until(lambda: _shows_pattern(session), "the picture", options.timeout, _POLL_INTERVAL_S)
         except obs.TimedOut:
             lines = "".join(f"\n  {line}" for line in obs.Panel(session.screen).log())
-            raise Trouble(f"No picture within {options.patience:g} s. The dock's log:{lines}\n"
-                          f"OBS's log: {session.home.latest_log()}") from None
+            raise DemoError(f"No picture within {options.timeout:g} s. The dock's log:{lines}\n"
+                            f"OBS's log: {session.home.latest_log()}") from None
         _say("The picture has arrived in OBS.")
     _save_screenshots(session, options)
 
@@ -121,7 +121,7 @@ def _save_screenshots(session, options):
     shots = options.shots.resolve()
     shots.mkdir(parents=True, exist_ok=True)
     if options.demo:
-        # The preview is drawn after the source; its picture must be on the display, too.
+        # The preview is rendered after the source.
         obs.wait_until(lambda: _shows_pattern(session), "the picture")
     for name, window in (("obs", session.screen.main_window()), ("dock-closed", panel.dock())):
         session.screen.screenshot(shots / f"{name}.png", window)
@@ -138,10 +138,10 @@ def _shows_pattern(session) -> bool:
 
 
 def _lan_address() -> str:
-    """The address under which this machine is met in its own network; no packet is sent for it."""
+    """This machine's address in the local network; no packet is sent."""
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
         try:
-            # Any address outside of this network will do; this one is kept for documentation.
+            # Any address outside of the local network: TEST-NET-1 (RFC 5737).
             probe.connect(("192.0.2.1", 9))
             return probe.getsockname()[0]
         except OSError:
@@ -151,12 +151,12 @@ def _lan_address() -> str:
 def _options():
     parser = argparse.ArgumentParser(prog="./run", description="Opens OBS with the dock and a bonded test stream.")
     parser.add_argument("--no-demo", dest="demo", action="store_false", help="without the test stream")
-    parser.add_argument("--patience", type=float, default=_PICTURE_WITHIN_S, metavar="SECONDS",
-                        help="how long to wait for the picture when there is no display (%(default)s)")
+    parser.add_argument("--timeout", type=float, default=_PICTURE_TIMEOUT_S, metavar="SECONDS",
+                        help="time limit for the picture when there is no display (%(default)s)")
     parser.add_argument("--shots", type=pathlib.Path, default=_PROJECT / "build" / "demo" / "shots",
-                        help="where the screenshots go when there is no display (%(default)s)")
+                        help="folder for screenshots when there is no display (%(default)s)")
     parser.add_argument("--folder", type=pathlib.Path, default=_PROJECT / "build" / "demo" / "obs",
-                        help="where this OBS keeps its settings (%(default)s)")
+                        help="folder for the settings of this OBS (%(default)s)")
     parser.add_argument("--build", type=pathlib.Path, default=_PROJECT / "build" / "linux", help=argparse.SUPPRESS)
     return parser.parse_args()
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Shows a bonded stream pass through the receiver without OBS: a real encoder, the bonding sender over three links of
-which one loses packets and one is cut for a while, the engine host, and a real SRT listener. Ends with a picture out of
-the received stream. Usage: streamdemo.py [--seconds N]"""
+"""Demonstrates a bonded stream through the receiver without OBS: a real encoder, the bonding sender over three links (one
+with loss, one with a cut), the engine host, and a real SRT listener. Saves a picture of the received stream.
+Usage: streamdemo.py [--seconds N]"""
 
 import argparse
 import pathlib
@@ -20,16 +20,16 @@ FOLDER = PROJECT / "build" / "demo"
 RECEIVED = FOLDER / "received.ts"
 PICTURE = FOLDER / "received.png"
 MEGABIT = "6M"
-PATIENCE_S = 30
+TIMEOUT_S = 30
 SHORTEST_S = 6
 
 
 class Failed(Exception):
-    """The demonstration did not work; the text says why."""
+    """The demonstration failed; the text is the reason."""
 
 
 def seconds_option(text):
-    """A whole number of seconds that leaves room for the cut."""
+    """Parses the length in seconds; the minimum includes the cut."""
     seconds = int(text)
     if seconds < SHORTEST_S:
         raise argparse.ArgumentTypeError(f"at least {SHORTEST_S}")
@@ -37,14 +37,14 @@ def seconds_option(text):
 
 
 def start_listener(port):
-    """The SRT listener that keeps what arrives; it ends with the stream."""
+    """Starts the SRT listener, which saves the stream and ends with it."""
     return subprocess.Popen(
         ["srt-live-transmit", "-q", "-a:no", f"srt://127.0.0.1:{port}?mode=listener&lossmaxttl=40", "file://con"],
         stdin=subprocess.DEVNULL, stdout=RECEIVED.open("wb"), stderr=(FOLDER / "listener.log").open("wb"))
 
 
 def start_encoder(port, seconds):
-    """FFmpeg's test picture and a tone, as an SRT caller, at its real speed."""
+    """Starts FFmpeg as an SRT caller with a test picture and a tone in real time."""
     return subprocess.Popen(
         ["ffmpeg", "-nostdin", "-hide_banner", "-loglevel", "warning", "-re",
          "-f", "lavfi", "-i", "testsrc=size=640x360:rate=30", "-f", "lavfi", "-i", "sine=frequency=440",
@@ -55,7 +55,7 @@ def start_encoder(port, seconds):
 
 
 class Display:
-    """The links and the receiver, in place on a terminal, as plain lines elsewhere."""
+    """Prints the state of links and receiver, updated in place on a terminal."""
 
     def __init__(self):
         self._live = sys.stdout.isatty()
@@ -63,7 +63,7 @@ class Display:
         self._shown = 0
 
     def show(self, totals, statistics):
-        """Draws one second."""
+        """Prints the current values."""
         rows = [self._row(link) for link in totals["links"]]
         rows.append(f"receiver        {statistics['paths']} links     {statistics['megabitsPerSecond']:6.2f} Mbit/s "
                     f"{statistics['packets']:8} packets")
@@ -84,7 +84,7 @@ class Display:
 
 
 def carry(seconds):
-    """Runs the stream; what it started has ended when it returns."""
+    """Runs the stream and ends all programs."""
     listener_port = free_udp_port()
     listener = start_listener(listener_port)
     engine = stream.EngineHost(listener_port)
@@ -99,7 +99,7 @@ def carry(seconds):
         encoder = start_encoder(bond.port, seconds)
         display = Display()
         shown = len(bond.events("totals"))
-        deadline = time.monotonic() + seconds + PATIENCE_S
+        deadline = time.monotonic() + seconds + TIMEOUT_S
         while encoder.poll() is None:
             if time.monotonic() > deadline:
                 raise Failed("the encoder did not end")
@@ -110,7 +110,7 @@ def carry(seconds):
             time.sleep(0.1)
         if encoder.returncode != 0:
             raise Failed(f"the encoder failed, see {FOLDER / 'encoder.log'}")
-        listener.wait(PATIENCE_S)
+        listener.wait(TIMEOUT_S)
         if bond.stop() != 0 or engine.stop() != 0:
             raise Failed("bondsender or enginehost failed")
     except subprocess.TimeoutExpired:
@@ -125,7 +125,7 @@ def carry(seconds):
 
 
 def grab_picture(seconds):
-    """Saves a picture out of the received stream."""
+    """Saves a picture of the received stream."""
     PICTURE.unlink(missing_ok=True)
     done = subprocess.run(["ffmpeg", "-nostdin", "-y", "-loglevel", "error", "-i", RECEIVED, "-ss", str(seconds // 2),
                            "-frames:v", "1", PICTURE], check=False, capture_output=True, encoding="utf-8")
@@ -134,9 +134,9 @@ def grab_picture(seconds):
 
 
 def main():
-    """Exit code 0 after a stream that arrived."""
+    """Runs the demonstration and returns the exit code."""
     parser = argparse.ArgumentParser(description="A bonded stream through the receiver, without OBS.")
-    parser.add_argument("--seconds", type=seconds_option, default=12, help="how long the encoder streams (12)")
+    parser.add_argument("--seconds", type=seconds_option, default=12, help="length of the stream (12)")
     options = parser.parse_args()
     FOLDER.mkdir(parents=True, exist_ok=True)
     try:
@@ -147,7 +147,7 @@ def main():
         return 1
     except KeyboardInterrupt:
         return 130
-    print(f"{RECEIVED.stat().st_size} bytes arrived. A picture out of them: {PICTURE}")
+    print(f"{RECEIVED.stat().st_size} bytes arrived. A picture of the stream: {PICTURE}")
     return 0
 
 
