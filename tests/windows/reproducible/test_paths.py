@@ -30,6 +30,7 @@ class Paths(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    Paths.folders = {*sys.argv[1:3], str(Path.home()), "/root/", "/home/", "/tmp/", "/usr/", os.environ["TARVOLINE_WINDOWS_SDK"]}
+    Paths.folders = {*sys.argv[1:3], str(Path.home()), "/root/", "/home/", "/tmp/", "/usr/",
+                     os.environ["TARVOLINE_WINDOWS_SDK"]}
     Paths.files = [Path(name) for name in sys.argv[3:]]
     unittest.main(argv=sys.argv[:1])
