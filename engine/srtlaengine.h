@@ -22,7 +22,7 @@ enum class SenderDatagram;
 /// Receives bonded SRTLA senders on one UDP port, joins each sender's links into a group, forwards the group's SRT
 /// packets to a local SRT listener and sends the listener's replies back over the links.
 ///
-/// Everything runs in the thread that the engine lives in, driven by its event loop. A slot connected to its signals
+/// Everything runs in the event loop of the engine's thread. A slot connected to its signals
 /// may call start, stop and shutdown: the latest call decides, and an earlier one that is still emitting signals emits
 /// no more. No slot may destroy the engine.
 class SrtlaEngine : public QObject

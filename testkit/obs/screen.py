@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What a user sees and presses in OBS, over the accessibility interface."""
+"""The windows and controls of OBS over the accessibility interface."""
 
 import os
 import subprocess
@@ -10,7 +10,7 @@ from timelimits import OBS_TIMEOUT_S
 from .wait import wait_until
 from .windowclosing import close_window
 
-# How long an answer is awaited: in general, and in a program's first seconds.
+# Time limits for a reply: in general, and during the start of a program.
 _ANSWER_MS = (15000, 30000)
 _MODAL_ANSWER_MS = 500
 
@@ -18,14 +18,14 @@ _atspi = None
 
 
 def _accessibility(desktop):
-    """The AT-SPI library. It joins the session bus of the first desktop that asks and stays on it: one desktop a process."""
+    """The AT-SPI library. It stays connected to the session bus of the first desktop: one desktop per process."""
     global _atspi
     if _atspi is None:
         os.environ |= {name: value for name, value in desktop.environment().items() if name != "HOME"}
         import gi
         gi.require_version("Atspi", "2.0")
         from gi.repository import Atspi
-        # What stands in the cache would never change: nobody runs the event loop that its updates need.
+        # The cache would never be updated, because no event loop runs.
         Atspi.get_desktop(0).set_cache_mask(Atspi.Cache.NONE)
         Atspi.set_timeout(*_ANSWER_MS)
         _atspi = Atspi
@@ -33,7 +33,7 @@ def _accessibility(desktop):
 
 
 class Element:
-    """One thing on the screen: a button, a label, an edit, a window."""
+    """An element on the screen: a button, a label, an edit, a window."""
 
     def __init__(self, screen, accessible):
         self.screen = screen
@@ -41,17 +41,17 @@ class Element:
 
     @property
     def role(self) -> str:
-        """The kind of thing, as AT-SPI names it: "button", "label", "text", …"""
+        """The role in AT-SPI: "button", "label", "text", …"""
         return self._accessible.get_role_name()
 
     @property
     def name(self) -> str:
-        """The text on it."""
+        """The accessible name."""
         return self._accessible.get_name()
 
     @property
     def text(self) -> str:
-        """The text in it, for edits and views."""
+        """The text of an edit or view."""
         return self.screen.atspi.Text.get_text(self._accessible, 0, -1)
 
     def has_state(self, state: str) -> bool:
@@ -61,7 +61,7 @@ class Element:
 
     @property
     def box(self) -> tuple:
-        """Where it stands on the display: x, y, width, height in pixels."""
+        """The area on the display: x, y, width, height in pixels."""
         extents = self._accessible.get_extents(self.screen.atspi.CoordType.SCREEN)
         return extents.x, extents.y, extents.width, extents.height
 
@@ -70,22 +70,22 @@ class Element:
         self.screen.atspi.Action.do_action(self._accessible, 0)
 
     def children(self) -> list:
-        """What stands directly in it."""
+        """The child elements."""
         found = (self._accessible.get_child_at_index(i) for i in range(self._accessible.get_child_count()))
         return [Element(self.screen, child) for child in found if child is not None]
 
     def walk(self):
-        """It and everything in it, from the outside in."""
+        """The element and all elements below it, parents first."""
         yield self
         for child in self.children():
             yield from child.walk()
 
     def find_all(self, role: str | None = None, name: str | None = None) -> list:
-        """Everything in it of that role and with that text."""
+        """All elements below it with the role and text."""
         return [e for e in self.walk() if (role is None or e.role == role) and (name is None or e.name == name)]
 
     def find(self, role: str | None = None, name: str | None = None):
-        """The one thing in it of that role and with that text; a LookupError says what there is instead."""
+        """The only element below it with the role and text; otherwise LookupError with the existing elements."""
         found = self.find_all(role, name)
         if not found:
             raise LookupError(f"no {role or 'element'} {name!r} in {self.role} {self.name!r}:\n{self.describe()}")
@@ -199,7 +199,7 @@ class MessageBox:
 
     @property
     def texts(self) -> list:
-        """The texts in it."""
+        """Its texts."""
         return [label.name for label in self._element.find_all("label") if label.name]
 
     @property

@@ -9,7 +9,7 @@ _POLL_S = 0.05
 
 
 class TimedOut(AssertionError):
-    """A condition was not met in time; the text says which."""
+    """A condition was not met in time; the text names it."""
 
 
 def wait_until(condition, what, timeout_s=OBS_TIMEOUT_S, poll_s=_POLL_S):

@@ -12,7 +12,7 @@ from timelimits import PROGRAM_TIMEOUT_S
 
 
 class TimedOut(AssertionError):
-    """An expected event did not occur in time; the text says which."""
+    """An expected event did not occur in time; the text names it."""
 
 
 class Ended(AssertionError):

@@ -154,7 +154,7 @@ void TestDockStatisticsFile::openedFileKeepsItsContent()
 
 void TestDockStatisticsFile::otherFileIsWrittenWithoutTempFolder()
 {
-    // A file where the folder should be: nobody can make it, not even an administrator.
+    // A file with the name of the folder: the folder cannot be created, even as root.
     QFile blocker(QDir(temp->path()).filePath(u"Tarvoline"_s));
     QVERIFY(blocker.open(QIODevice::WriteOnly));
     blocker.close();

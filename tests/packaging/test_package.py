@@ -87,7 +87,7 @@ class Package(unittest.TestCase):
         log = "\n".join(session["log"])
         self.assertIn("[Tarvoline SRTLA] Plugin 0.9.2 wird geladen", log)
         self.assertIn("[Tarvoline SRTLA] Plugin sicher entladen", log)
-        # OBS says so when it misses a locale file.
+        # OBS logs a missing locale file.
         self.assertNotIn("text for module: 'tarvoline-srtla.so'", log)
         self.assertIn("Number of memory leaks: 0", log)
 

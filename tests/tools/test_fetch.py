@@ -46,7 +46,7 @@ def digest_of(data):
 
 class Server(http.server.ThreadingHTTPServer):
     def server_bind(self):
-        # HTTPServer's own asks the network for the name of the address.
+        # HTTPServer's implementation looks up the name of the address.
         socketserver.TCPServer.server_bind(self)
 
 

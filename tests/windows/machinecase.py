@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What the tests of the installer share: a machine each, a program that stands in for OBS, and what is installed where."""
+"""Base of the installer's tests: a machine per test, a replacement for OBS, and the installed files."""
 
 import os
 import tempfile

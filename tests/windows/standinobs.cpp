@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Stands in for OBS Studio where only this matters: a process named obs64.exe with a main window that goes when it is
-// asked to close, and two windows that nobody but OBS should close. Notes its starts, its ends and each time that one
-// of the two was asked to close ("disturbed"), with its working folder, in obs64.log beside it.
+// A replacement for OBS Studio: a process named obs64.exe with a main window that closes on WM_CLOSE, and two windows
+// that only OBS may close. Writes its starts, its ends and each WM_CLOSE to one of the two ("disturbed"), with its
+// working folder, to obs64.log in its folder.
 // --minimize-to-tray hides the main window, as OBS does.
 #include <cstdio>
 #include <string>

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""What the Windows module shows to OBS and what it asks of others, as objdump reads it off the file.
+"""The exports and imports of the Windows module, read with objdump.
 
 Usage: test_imports.py OBJDUMP MODULE.dll
 """

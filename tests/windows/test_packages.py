@@ -142,7 +142,7 @@ class Archives(unittest.TestCase):
         with zipfile.ZipFile(self.packages / f"Tarvoline-SRTLA-Plugin-v{self.version}-windows-x64-pdb.zip") as archive:
             self.assertEqual(archive.namelist(), ["tarvoline-srtla.pdb"])
             debugInformation = archive.read("tarvoline-srtla.pdb")
-        # A debugger knows the two for a pair by the identifier that both hold; the module's stands before the PDB's name.
+        # A debugger matches module and PDB by an identifier in both; in the module it precedes the PDB's name.
         identifier = MODULES_IDENTIFIER.search(self.module())
         self.assertIsNotNone(identifier)
         self.assertIn(identifier[1], debugInformation)

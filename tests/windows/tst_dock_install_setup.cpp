@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The update from the check to the start of the project's own installer, on the machine that test_update.py makes and
-// looks at afterwards. The environment variable TARVOLINE_TEST_SETUP names the installer.
+// The update from the check to the start of the project's installer, on a machine created and checked by
+// test_update.py. The environment variable TARVOLINE_TEST_SETUP is the path of the installer.
 #include "dock/updatefixture.h"
 
 #include "buildspec.h"

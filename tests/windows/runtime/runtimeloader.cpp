@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Loads and unloads runtimeprobe.dll three times and looks at what the C++ run-time does in it. Exit code 0: all as it
-// should be.
+// Loads and unloads runtimeprobe.dll three times and checks the C++ run-time in it. Exit code 0: no
+// error.
 #include <stdio.h>
 #include <string.h>
 #include <windows.h>

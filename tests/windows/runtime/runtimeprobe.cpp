@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A module that uses what the C++ run-time does for one: runtimeloader.cpp loads it and looks at the results.
+// A module that uses the functions of the C++ run-time; runtimeloader.cpp loads it and checks the results.
 #include <stdexcept>
 #include <string>
 #include <typeinfo>

@@ -24,9 +24,9 @@ def windowsPath(path):
 
 
 class LoadedModule(unittest.TestCase):
-    """One run of the host, up to the module's unloading; each test looks at another part of what it printed.
+    """One run of the host, up to the module's unloading; each test checks another part of its output.
 
-    What follows is libobs's own: under Wine it does not end while a media source waits for a caller.
+    The end of libobs is not included: under Wine it blocks while a media source waits for a caller.
     """
 
     winerun = host = sdk = module = picture = None
