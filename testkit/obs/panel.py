@@ -83,12 +83,18 @@ class Panel:
     def type_and_stay(self, edit: str, text: str):
         """Replaces the text of an edit with mouse and keyboard, and waits until OBS shows all of it: key events and
         accessibility calls are not synchronised."""
+        wait_until(lambda: self._typed(edit, text), lambda: f"{edit} shows what was typed: {self.values()}")
+
+    def _typed(self, edit: str, text: str) -> bool:
+        """Types once. On a busy machine a key of xdotool's is lost now and then; the caller then types again."""
         self.enter(self.edits()[edit].name)
         self.press_keys("ctrl+a", "Delete")
         if text:
             self._do("type", "--clearmodifiers", text)
-        wait_until(lambda: self._shows(self.edits()[edit], text),
-                   lambda: f"{edit} shows what was typed: {self.values()}")
+        try:
+            return wait_until(lambda: self._shows(self.edits()[edit], text), "the text is shown", OBS_TIMEOUT_S / 6)
+        except TimedOut:
+            return False
 
     def enter(self, name: str):
         """Clicks on the control of this name until it has the focus."""
