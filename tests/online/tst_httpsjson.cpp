@@ -120,6 +120,7 @@ void TestHttpsJson::readsReplies()
     QFETCH(int, status);
     QFETCH(QJsonObject, object);
     const HttpsJsonReply reply = exchangeJson(urlAt(u"https"_s, path), body);
+    expectFailureUnderWine({"interim response first"}, "Wine takes an interim response for an invalid one");
     QCOMPARE(reply.object, object);
     QCOMPARE(reply.httpStatus, status);
 }
