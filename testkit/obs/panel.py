@@ -4,9 +4,9 @@
 import subprocess
 
 from timelimits import OBS_TIMEOUT_S
+from wait import TimedOut, wait_until
 
 from .screen import Element, Screen
-from .wait import TimedOut, wait_until
 
 TITLE = "Tarvoline SRTLA Receiver"
 

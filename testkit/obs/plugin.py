@@ -8,12 +8,12 @@ import shutil
 import sys
 
 from timelimits import PICTURE_TIMEOUT_S
+from wait import wait_until
 
 from .desktop import Desktop
 from .home import MODULE, ObsHome
 from .scenes import SOURCE
 from .session import ObsSession
-from .wait import wait_until
 
 LISTEN_PORT = 5000
 TARGET_PORT = 5002

@@ -6,7 +6,7 @@ import json
 
 import websocket
 
-from .picture import Picture
+from teststream import Picture
 
 _RPC_VERSION = 1
 _REPLY_TIMEOUT_S = 60

@@ -6,8 +6,8 @@ import subprocess
 import time
 
 from timelimits import OBS_TIMEOUT_S
+from wait import wait_until
 
-from .wait import wait_until
 from .windowclosing import close_window
 
 # Time limits for a reply: in general, and during the start of a program.

@@ -8,12 +8,12 @@ import time
 
 from ports import free_tcp_port
 from timelimits import OBS_TIMEOUT_S
+from wait import TimedOut, wait_until
 
 from .desktop import Desktop
 from .home import ObsHome
 from .remote import Remote
 from .screen import Screen
-from .wait import TimedOut, wait_until
 
 _ARGUMENTS = ["--disable-updater", "--verbose"]
 

@@ -23,15 +23,15 @@ class JsonProcess:
     """A program whose standard output is one JSON object per line. `objects` has the parsed objects, `lines` the texts,
     `times` the times of their arrival (time.monotonic)."""
 
-    def __init__(self, arguments, *, stderr=None):
+    def __init__(self, arguments, *, stderr=None, stdin=subprocess.DEVNULL, environment=None):
         self.arguments = [str(word) for word in arguments]
         self.lines = []
         self.objects = []
         self.times = []
         self._changed = threading.Condition()
         self._at_end = False
-        self._process = subprocess.Popen(self.arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                         stderr=stderr, encoding="utf-8", process_group=0)
+        self._process = subprocess.Popen(self.arguments, stdin=stdin, stdout=subprocess.PIPE, stderr=stderr,
+                                         env=environment, encoding="utf-8", process_group=0)
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
 
@@ -55,6 +55,11 @@ class JsonProcess:
                 if not self._changed.wait(max(0.0, deadline - time.monotonic())):
                     raise TimedOut(f"not within {timeout_s:g} s from {self.arguments[0]}: {what}\n{self.tail()}")
 
+    def write(self, line: str):
+        """Writes a line to its standard input, which has to be a pipe."""
+        self._process.stdin.write(line + "\n")
+        self._process.stdin.flush()
+
     def running(self) -> bool:
         """Whether the process is running."""
         return self._process.poll() is None
@@ -77,6 +82,8 @@ class JsonProcess:
             raise TimedOut(f"not ended within {timeout_s:g} s: {self.arguments[0]}\n{self.tail()}") from None
         self._reader.join()
         self._process.stdout.close()
+        if self._process.stdin:
+            self._process.stdin.close()
         return code
 
     def kill(self):

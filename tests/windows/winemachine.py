@@ -38,6 +38,11 @@ class WineMachine:
     def start(self, *command):
         return subprocess.Popen([self._tools / "winerun", *map(str, command)], env=self._environment, stdin=subprocess.DEVNULL)
 
+    @property
+    def environment(self):
+        """The variables that bring a program onto this machine."""
+        return dict(self._environment)
+
     def files(self, folder):
         """The files below a folder of drive C, as relative paths."""
         root = self.driveC / folder

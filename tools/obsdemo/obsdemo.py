@@ -19,24 +19,13 @@ _PROJECT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(_PROJECT / "testkit"))
 
 import obs  # noqa: E402
+from demostream import (LISTEN_PORT, PICTURE_TIMEOUT_S, TARGET_PORT, DemoError, make_sender, no_picture,  # noqa: E402
+                        port_taken, say)
 from obs.docklayout import dock_at_the_right  # noqa: E402
 from obs.scenes import SOURCE  # noqa: E402
 
-_LISTEN_PORT = 5000
-_TARGET_PORT = 5002
 _CANVAS = (1280, 720)
-# Seven bars; the encoder requires even widths.
-_PATTERN = (644, 362)
-_PATTERN_RATE = 25
-_PATTERN_KBIT = 2500
-_LINKS = 3
-
-_PICTURE_TIMEOUT_S = 60
 _POLL_INTERVAL_S = 0.5
-
-
-class DemoError(Exception):
-    """The demo failed; the text is the reason."""
 
 
 def main() -> int:
@@ -50,11 +39,11 @@ def main() -> int:
     folder.mkdir(parents=True)
 
     display = os.environ.get("DISPLAY")
-    home = obs.ObsHome(folder / "home", canvas=_CANVAS, dock_state=dock_at_the_right(), source_on_port=_TARGET_PORT)
+    home = obs.ObsHome(folder / "home", canvas=_CANVAS, dock_state=dock_at_the_right(), source_on_port=TARGET_PORT)
     home.install_module(options.build / "plugins" / obs.MODULE / "bin" / "64bit" / f"{obs.MODULE}.so",
                         _PROJECT / "locale")
     with obs.Desktop(folder / "desktop", display) as desktop, obs.ObsSession(desktop, home) as session:
-        _say("Opening OBS …" if display else "No display: opening OBS on a virtual display …")
+        say("Opening OBS …" if display else "No display: opening OBS on a virtual display …")
         session.start()
         try:
             with _stream(options, folder, session):
@@ -64,10 +53,10 @@ def main() -> int:
                     _save_result(session, options)
             return 0
         except KeyboardInterrupt:
-            _say("")
+            say("")
             return 0
         except DemoError as error:
-            _say(str(error))
+            say(str(error))
             return 1
         finally:
             if session.running():
@@ -79,27 +68,25 @@ def _stream(options, folder, session):
     panel = obs.Panel(session.screen).open()
     obs.wait_until(lambda: panel.status() != "Inaktiv", "the receiver starts")
     if panel.status() != "Aktiv":
-        raise DemoError(f"The receiver in OBS could not start: UDP port {_LISTEN_PORT} is taken, perhaps by another OBS.")
-    _say(f"The receiver in OBS listens on UDP port {_LISTEN_PORT}; settings and logs of this OBS: {session.home.folder}")
+        raise port_taken()
+    say(f"The receiver in OBS listens on UDP port {LISTEN_PORT}; settings and logs of this OBS: {session.home.folder}")
     if not options.demo:
         return contextlib.nullcontext()
-    _say(f"Sending a test picture: ffmpeg, SRT, {_LINKS} bonded links, the plug-in, OBS's media source.")
-    return obs.MobileSender(folder, _LISTEN_PORT, links=_LINKS, shown=sys.stdout.isatty(), bitrate_kbit=_PATTERN_KBIT,
-                            size=_PATTERN, rate=_PATTERN_RATE)
+    return make_sender(folder)
 
 
 def _wait_for_user(session, options):
     """Prints the instructions and waits until OBS ends."""
     address = _lan_address()
-    _say(f"""
+    say(f"""
 Your own phone instead{" of the test stream" if options.demo else ""}, in an app that sends SRTLA (Moblin, for example):
-  in this network      srtla://{address}:{_LISTEN_PORT}/live
-  from anywhere else   forward UDP port {_LISTEN_PORT} of your router to {address}:{_LISTEN_PORT}, then
-                       srtla://YOUR-PUBLIC-ADDRESS:{_LISTEN_PORT}/live
+  in this network      srtla://{address}:{LISTEN_PORT}/live
+  from anywhere else   forward UDP port {LISTEN_PORT} of your router to {address}:{LISTEN_PORT}, then
+                       srtla://YOUR-PUBLIC-ADDRESS:{LISTEN_PORT}/live
   no passphrase; with one: type it into the dock, press "Quelle reparieren", and use it in the app, too.""")
     if options.demo:
-        _say("The media source takes one sender at a time: for the phone, run this with --no-demo.")
-    _say("Close OBS or press Ctrl+C to end.\n")
+        say("The media source takes one sender at a time: for the phone, run this with --no-demo.")
+    say("Close OBS or press Ctrl+C to end.\n")
     session.wait()
 
 
@@ -109,10 +96,8 @@ def _save_result(session, options):
         try:
             obs.wait_until(lambda: _shows_pattern(session), "the picture", options.timeout, _POLL_INTERVAL_S)
         except obs.TimedOut:
-            lines = "".join(f"\n  {line}" for line in obs.Panel(session.screen).log())
-            raise DemoError(f"No picture within {options.timeout:g} s. The dock's log:{lines}\n"
-                            f"OBS's log: {session.home.latest_log()}") from None
-        _say("The picture has arrived in OBS.")
+            raise no_picture(options.timeout, obs.Panel(session.screen).log(), session.home.latest_log()) from None
+        say("The picture has arrived in OBS.")
     _save_screenshots(session, options)
 
 
@@ -129,7 +114,7 @@ def _save_screenshots(session, options):
     panel.opened("Protokoll")
     session.screen.screenshot(shots / "dock-open.png", panel.dock())
     for name in ("obs", "dock-closed", "dock-open"):
-        _say(f"Saved {shots / name}.png")
+        say(f"Saved {shots / name}.png")
 
 
 def _shows_pattern(session) -> bool:
@@ -151,7 +136,7 @@ def _lan_address() -> str:
 def _options():
     parser = argparse.ArgumentParser(prog="./run", description="Opens OBS with the dock and a bonded test stream.")
     parser.add_argument("--no-demo", dest="demo", action="store_false", help="without the test stream")
-    parser.add_argument("--timeout", type=float, default=_PICTURE_TIMEOUT_S, metavar="SECONDS",
+    parser.add_argument("--timeout", type=float, default=PICTURE_TIMEOUT_S, metavar="SECONDS",
                         help="time limit for the picture when there is no display (%(default)s)")
     parser.add_argument("--shots", type=pathlib.Path, default=_PROJECT / "build" / "demo" / "shots",
                         help="folder for screenshots when there is no display (%(default)s)")
@@ -159,10 +144,6 @@ def _options():
                         help="folder for the settings of this OBS (%(default)s)")
     parser.add_argument("--build", type=pathlib.Path, default=_PROJECT / "build" / "linux", help=argparse.SUPPRESS)
     return parser.parse_args()
-
-
-def _say(text):
-    print(text, flush=True)
 
 
 if __name__ == "__main__":

@@ -1,86 +1,81 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The module of the Windows build inside OBS 31.1's own libraries: loaded, drawn, its source made, unloaded.
+"""The module of the Windows build inside OBS 31.1's own libraries: loaded, drawn, its source made, unloaded."""
 
-Usage: test_usersobs.py WINERUN OBSHOST.exe SDK MODULE.dll PICTURE.png
-"""
+import hostcase
+from hostcase import BUILD, MADE, SETTINGS_KEY, STARTED, UPDATED
+from windowsobs import SOURCE
 
-import json
-import os
-import shutil
-import subprocess
-import sys
-import threading
-import unittest
-from pathlib import Path
+_URL = "srt://127.0.0.1:5002?mode=listener&latency=2000&lossmaxttl=40"
+_SOURCE_SETTINGS = {"input": _URL, "is_local_file": False, "restart_on_activate": True, "close_when_inactive": False}
 
-SECONDS = 4
-LIMIT_SECONDS = 120
-UNLOADED = "OBS [Tarvoline SRTLA] Plugin sicher entladen"
-URL = "srt://127.0.0.1:5002?mode=listener&latency=2000&lossmaxttl=40"
+_FRESH_EDITS = {"Ports: SRTLA": "5000", "Ports: OBS": "5002", "IP / Domain": "", "Stream-ID": "live", "Passwort": "",
+                "IRL-App": "srtla://ÖFFENTLICHE-IP-EINTRAGEN:5000/live", "OBS": _URL}
+_FRESH_CHECKS = {"OBS-Port = SRTLA + 2": True, "Receiver mit OBS starten": True, "Quelle bei OBS-Start reparieren": False}
+_FRESH_REGISTRY = {"listenPort": "5000", "targetPort": "5002", "publicHost": "", "streamId": "live", "password": "",
+                   "autoStart": "true", "autoSource": "false", "linkPorts": "true"}
 
-
-def windowsPath(path):
-    return "Z:" + str(path).replace("/", "\\")
+_DOCK_PICTURE = BUILD / "pictures" / "dock-windows.png"
+_DRAWN_BYTES = 5000  # a plain surface takes a tenth of that
 
 
-class LoadedModule(unittest.TestCase):
-    """One run of the host, up to the module's unloading; each test checks another part of its output.
+class UsersObsTest(hostcase.HostCase):
+    def test_a_fresh_start_shows_the_defaults_and_receives(self):
+        obs = self.obs(draws=False)
+        self.assertEqual(obs.events("versions")[0]["qt"], "6.8.3")
+        self.assertIn("[Tarvoline SRTLA] Plugin 0.9.2 wird geladen", obs.obs_log())
+        dock = obs.events("dock")
+        self.assertEqual([(dock["id"], dock["title"]) for dock in dock],
+                         [("tarvoline-srtla-dock", "Tarvoline SRTLA Receiver")])
+        obs.wait_for_status("Aktiv")
+        state = obs.state()
+        self.assertEqual(state["edits"], _FRESH_EDITS)
+        self.assertEqual(state["checks"], _FRESH_CHECKS)
+        self.assertFalse(state["buttons"]["Start"])
+        self.assertTrue(state["buttons"]["Stopp"])
+        self.assertEqual(obs.dock_log(), [STARTED])
+        self.assertEqual(state["items"], [], "the first start makes no source by itself")
+        self.assertNotIn("source", state)
 
-    The end of libobs is not included: under Wine it blocks while a media source waits for a caller.
-    """
+        _DOCK_PICTURE.parent.mkdir(parents=True, exist_ok=True)
+        _DOCK_PICTURE.unlink(missing_ok=True)
+        self.assertTrue(obs.save_dock(_DOCK_PICTURE))
+        self.assertGreater(_DOCK_PICTURE.stat().st_size, _DRAWN_BYTES)
 
-    winerun = host = sdk = module = picture = None
+        self.quit(obs)
+        self.assertEqual(self.machine.registry(SETTINGS_KEY), _FRESH_REGISTRY)
 
-    @classmethod
-    def setUpClass(cls):
-        cls.picture.parent.mkdir(parents=True, exist_ok=True)
-        cls.picture.unlink(missing_ok=True)
-        prefix = subprocess.run([cls.winerun.with_name("wineprefix")], check=True, capture_output=True,
-                                text=True).stdout.strip()
-        environment = dict(os.environ, WINEPREFIX=prefix, WINEPATH=windowsPath(cls.sdk / "bin"))
-        arguments = map(windowsPath, (cls.sdk, cls.module, cls.module.parents[2] / "data"))
-        host = subprocess.Popen([cls.winerun, cls.host, *arguments, str(SECONDS), windowsPath(cls.picture)], env=environment,
-                                stdout=subprocess.PIPE, text=True, encoding="utf-8")
-        limit = threading.Timer(LIMIT_SECONDS, subprocess.run, (["wineserver", "-k"],), {"env": environment})
-        limit.start()
-        cls.lines = []
-        with host.stdout:
-            for line in host.stdout:
-                cls.lines.append(line.rstrip())
-                if cls.lines[-1] == UNLOADED:
-                    break
-        limit.cancel()
-        subprocess.run(["wineserver", "-k"], env=environment, check=False)
-        host.wait()
-        shutil.rmtree(prefix, ignore_errors=True)
-        cls.output = "\n".join(cls.lines)
+    def test_the_source_is_made_once_and_updated_from_then_on(self):
+        obs = self.obs(draws=False)
+        obs.wait_for_status("Aktiv")
+        for line in (MADE, UPDATED):
+            obs.repair(line)
+            state = obs.state()
+            self.assertEqual(state["items"], [SOURCE])
+            self.assertEqual(state["source"]["kind"], "ffmpeg_source")
+            self.assertEqual(state["source"]["settings"], _SOURCE_SETTINGS)
 
-    def line(self, start):
-        found = [line for line in self.lines if line.startswith(start)]
-        self.assertTrue(found, f"no line '{start}…' in:\n{self.output}")
-        return found[0][len(start):]
+        self.assertTrue(obs.remove_source())
+        self.assertEqual(obs.state()["items"], [])
+        obs.repair(MADE)
+        self.assertEqual(obs.state()["items"], [SOURCE])
+        self.quit(obs)
 
-    def testQtIsThatOfObs(self):
-        self.assertTrue(self.line("VERSIONS ").startswith("Qt 6.8.3, libobs "))
+    def test_a_second_obs_says_that_the_port_is_held(self):
+        first = self.obs(draws=False)
+        first.wait_for_status("Aktiv")
+        second = self.obs(draws=False)
+        self.assertEqual(second.message_box(), {
+            "title": "Receiver konnte nicht starten",
+            "text": "UDP-Port 5000 konnte nicht geöffnet werden. Möglicherweise läuft bereits ein anderer Receiver."})
+        self.assertEqual(second.status(), "Fehler")
+        second.answer()
+        self.assertEqual(first.status(), "Aktiv")
 
-    def testDockIsRegisteredAndDrawn(self):
-        self.assertEqual(self.line("DOCK "), "tarvoline-srtla-dock | Tarvoline SRTLA Receiver")
-        self.assertEqual(self.line("PICTURE "), "saved")
-        self.assertGreater(self.picture.stat().st_size, 5000)
-
-    def testSourceHasItsSettings(self):
-        kind, _, settings = self.line("SETTINGS ").partition(" ")
-        self.assertEqual(kind, "ffmpeg_source")
-        settings = json.loads(settings)
-        self.assertEqual(settings["input"], URL)
-        self.assertFalse(settings["is_local_file"])
-
-    def testLogHasTheModulesLines(self):
-        self.line("OBS [Tarvoline SRTLA] Plugin 0.9.2 wird geladen")
-        self.line(UNLOADED)
+        self.quit(first)
+        second.press("Start")
+        second.wait_for_status("Aktiv")
+        self.quit(second)
 
 
 if __name__ == "__main__":
-    (LoadedModule.winerun, LoadedModule.host, LoadedModule.sdk, LoadedModule.module,
-     LoadedModule.picture) = map(Path, sys.argv[1:6])
-    unittest.main(argv=sys.argv[:1] + sys.argv[6:])
+    hostcase.main()

@@ -1,0 +1,46 @@
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""The test stream of the demos with OBS."""
+
+import pathlib
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "testkit"))
+
+from teststream import MobileSender  # noqa: E402
+
+LISTEN_PORT = 5000
+TARGET_PORT = 5002
+# Seven bars; the encoder requires even widths, OBS's canvas a multiple of four.
+PATTERN = (644, 362)
+PICTURE_TIMEOUT_S = 60
+
+_PATTERN_RATE = 25
+_PATTERN_KBIT = 2500
+_LINKS = 3
+
+
+class DemoError(Exception):
+    """The demo failed; the text is the reason."""
+
+
+def make_sender(folder: pathlib.Path) -> MobileSender:
+    """The sender of the test stream as a context manager; its logs go to `folder`."""
+    say(f"Sending a test picture: ffmpeg, SRT, {_LINKS} bonded links, the plug-in, OBS's media source.")
+    return MobileSender(folder, LISTEN_PORT, links=_LINKS, shown=sys.stdout.isatty(), bitrate_kbit=_PATTERN_KBIT,
+                        size=PATTERN, rate=_PATTERN_RATE)
+
+
+def port_taken() -> DemoError:
+    """The error for a receiver that could not start."""
+    return DemoError(f"The receiver in OBS could not start: UDP port {LISTEN_PORT} is taken, perhaps by another OBS.")
+
+
+def no_picture(timeout_s: float, dock_log: list, obs_log) -> DemoError:
+    """The error for a picture that did not come in time; `obs_log` is the path of OBS's log."""
+    lines = "".join(f"\n  {line}" for line in dock_log)
+    return DemoError(f"No picture within {timeout_s:g} s. The dock's log:{lines}\nOBS's log: {obs_log}")
+
+
+def say(text: str):
+    """Prints a line at once."""
+    print(text, flush=True)
