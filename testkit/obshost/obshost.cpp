@@ -88,6 +88,18 @@ bool runUntilQuit(const QByteArray &sdk, const char *module, const char *data, P
     obs_shutdown();
     return loaded;
 }
+
+// The application's end belongs to OBS's: it waits for what still runs in Qt's thread pool.
+int runApplication(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    Program program;
+    if (!startObs(argv[1]) || (argc == 5 && !program.start(sizeFrom(argv[4])))) {
+        report("failed");
+        return 1;
+    }
+    return runUntilQuit(argv[1], argv[2], argv[3], program) ? 0 : 1;
+}
 } // namespace
 
 int main(int argc, char **argv)
@@ -96,14 +108,8 @@ int main(int argc, char **argv)
         std::fputs("usage: obshost SDK-FOLDER MODULE DATA-FOLDER [WIDTHxHEIGHT]\n", stderr);
         return 2;
     }
-    const QApplication application(argc, argv);
-    Program program;
-    if (!startObs(argv[1]) || (argc == 5 && !program.start(sizeFrom(argv[4])))) {
-        report("failed");
-        return 1;
-    }
-    const bool loaded = runUntilQuit(argv[1], argv[2], argv[3], program);
+    const int code = runApplication(argc, argv);
     report("ended", {{u"leaks"_s, static_cast<qint64>(bnum_allocs())}});
     // Libsrt's own destructor waits as its clean-up does (keepSrtStarted).
-    return !TerminateProcess(GetCurrentProcess(), loaded ? 0 : 1);
+    return !TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
 }

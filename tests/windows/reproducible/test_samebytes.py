@@ -23,10 +23,11 @@ def copyOfTheSources(source, target):
     subprocess.run(["tar", "-x"], cwd=target, input=archive, check=True)
 
 
-def built(source, build):
+def built(source):
     """What a build of the sources makes, by name."""
+    build = source / "build/windows-x64-clang"
     environment = os.environ | {"CCACHE_DISABLE": "1"}
-    for command in (["cmake", "--preset", "windows-x64-clang", "-B", build, "-DBUILD_TESTING=OFF"],
+    for command in (["cmake", "--preset", "windows-x64-clang", "-DBUILD_TESTING=OFF"],
                     ["cmake", "--build", build, "--target", "tarvoline-srtla"]):
         subprocess.run(command, cwd=source, env=environment, check=True, stdout=subprocess.DEVNULL)
     return {name: (build / "plugins/tarvoline-srtla" / name).read_bytes() for name in FILES}
@@ -40,8 +41,8 @@ class SameBytes(unittest.TestCase):
         one, other = folder / "one", folder / "of another name/and depth"
         for copy in (one, other):
             copyOfTheSources(self.source, copy)
-        first = built(one, one / "build/windows-x64-clang")
-        second = built(other, folder / "elsewhere")
+        first = built(one)
+        second = built(other)
         self.assertEqual([name for name in FILES if first[name] != second[name]], [])
 
 
