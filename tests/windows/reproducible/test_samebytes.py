@@ -23,10 +23,11 @@ def copyOfTheSources(source, target):
     subprocess.run(["tar", "-x"], cwd=target, input=archive, check=True)
 
 
-def built(source):
-    """What a build of the sources makes, by name."""
+def built(source, cache):
+    """What a build of the sources makes, by name. Ccache with an empty cache hands the compiler relative paths: clang puts a
+    hash of the source's path into the names of anonymous namespaces."""
     build = source / "build/windows-x64-clang"
-    environment = os.environ | {"CCACHE_DISABLE": "1"}
+    environment = os.environ | {"CCACHE_DIR": str(cache), "CCACHE_BASEDIR": str(source), "CCACHE_NOHASHDIR": "1"}
     for command in (["cmake", "--preset", "windows-x64-clang", "-DBUILD_TESTING=OFF"],
                     ["cmake", "--build", build, "--target", "tarvoline-srtla"]):
         subprocess.run(command, cwd=source, env=environment, check=True, stdout=subprocess.DEVNULL)
@@ -41,8 +42,8 @@ class SameBytes(unittest.TestCase):
         one, other = folder / "one", folder / "of another name/and depth"
         for copy in (one, other):
             copyOfTheSources(self.source, copy)
-        first = built(one)
-        second = built(other)
+        first = built(one, folder / "cache")
+        second = built(other, folder / "other cache")
         self.assertEqual([name for name in FILES if first[name] != second[name]], [])
 
 
