@@ -2,10 +2,9 @@
 """Query for the public address in OBS, with withjsonservice.py in place of the vendor's service."""
 
 import json
-import os
-import socket
 
 import case
+from jsoncontrol import control
 from obs import wait_until
 
 _IP = "203.0.113.7"
@@ -14,15 +13,7 @@ _OBS_ADDRESS = "srt://127.0.0.1:5002?mode=listener&latency=2000&lossmaxttl=40"
 
 def _set_response(status, body):
     """Sets the service's response."""
-    _control({"probe": {"status": status, "body": body}})
-
-
-def _control(command):
-    ports = json.loads(os.environ["TARVOLINE_JSON_SERVICE"])
-    with socket.create_connection(("127.0.0.1", ports["control"])) as control, control.makefile("rw") as stream:
-        stream.write(json.dumps(command) + "\n")
-        stream.flush()
-        stream.readline()
+    control(probe={"status": status, "body": body})
 
 
 class PublicIpTest(case.ObsCase):
@@ -62,15 +53,15 @@ class PublicIpTest(case.ObsCase):
         panel = self.panel(self.session())
         panel.wait_for_status("Aktiv")
         before = panel.values()
-        _control({"probe": {"path": "/hold"}})
-        _control({"hold": True})
-        self.addCleanup(_control, {"release": True})
+        control(probe={"path": "/hold"})
+        control(hold=True)
+        self.addCleanup(control, release=True)
         panel.tab_from("IP / Domain", to="IP ermitteln")
         panel.press_keys("space")
         wait_until(lambda: not panel.button("IP ermitteln").has_state("enabled"), "the query runs")
         panel.press_keys("x", "space", "Delete")
         self.assertEqual(panel.values(), before)
-        _control({"release": True})
+        control(release=True)
         wait_until(lambda: panel.focused() == "IP ermitteln", lambda: f"the focus returns, it is at {panel.focused()}")
         self.assertEqual(panel.values(), before)
 

@@ -2,24 +2,12 @@
 """OBS is closed during a query for the public address without a response: the window and the plug-in are closed at once,
 the process ends with the query."""
 
-import json
-import os
-import socket
-
 import case
+from jsoncontrol import control
 from obs import wait_until
 
 _UNLOADED = "[Tarvoline SRTLA] Plugin sicher entladen"
 _LAST_LINE = "Number of memory leaks: 0"
-
-
-def _control(**command):
-    """Sends a command to the test service; returns its counters and received requests."""
-    ports = json.loads(os.environ["TARVOLINE_JSON_SERVICE"])
-    with socket.create_connection(("127.0.0.1", ports["control"])) as control, control.makefile("rw") as stream:
-        stream.write(json.dumps(command) + "\n")
-        stream.flush()
-        return json.loads(stream.readline())
 
 
 class QuitQueryTest(case.ObsCase):
@@ -28,9 +16,9 @@ class QuitQueryTest(case.ObsCase):
         session = self.session()
         panel = self.panel(session)
         panel.wait_for_status("Aktiv")
-        before = len(_control(probe={"path": path})["probes"])
+        before = len(control(probe={"path": path})["probes"])
         panel.press("IP ermitteln")
-        wait_until(lambda: len(_control()["probes"]) > before, "the query arrives")
+        wait_until(lambda: len(control()["probes"]) > before, "the query arrives")
         took_s = session.quit()
         print(f"OBS ended {took_s:.1f} s after File > Exit; response: {path}", flush=True)
         self.assertEqual(session.exit_code(), 0)

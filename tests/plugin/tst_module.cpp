@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The module's entry points: load, unload, failed registration, locale.
+// The module's entry points: load, unload, failed registration.
 #include "testkit/dockprobe.h"
 #include "testkit/messageboxes.h"
 #include "testkit/obsdouble.h"
@@ -45,8 +45,7 @@ class TestModule : public QObject
 private Q_SLOTS:
     void init();
     void cleanup();
-    void apiVersionIsThatOfTheOldestSupportedObs() { QCOMPARE(obs_module_ver(), uint32_t(0x1F010001)); }
-
+    void apiVersionIsThatOfTheOldestSupportedObs();
     void descriptionIsFixed();
     void moduleHandleIsStored();
     void loadRegistersTheDock();
@@ -60,11 +59,6 @@ private Q_SLOTS:
     void failedRegistrationLeavesNoDockAndNoPort();
     void loadAfterAFailedLoadWorks();
     void loadWithoutAFrontendFails();
-    void localeIsLoadedForTheModuleWithGermanAsDefault();
-    void secondLocaleDestroysTheFirstBeforeItLoads();
-    void freeingTheLocaleLeavesNoLookup();
-    void localeWithoutAFileFallsBackToGerman();
-    void noLocaleFileAtAllLeavesNoLookup();
 
 private:
     std::optional<SettingsStore> store;
@@ -82,14 +76,17 @@ void TestModule::init()
 
 void TestModule::cleanup()
 {
-    obs_module_free_locale();
     obs_module_set_pointer(nullptr);
     QCOMPARE(ObsDouble::openReferences(), 0);
-    QCOMPARE(ObsDouble::openLookups(), 0);
     QCOMPARE(ObsDouble::misuses(), QStringList());
     ObsDouble::quitFrontend();
     boxes.reset();
     store.reset();
+}
+
+void TestModule::apiVersionIsThatOfTheOldestSupportedObs()
+{
+    QCOMPARE(obs_module_ver(), uint32_t(0x1F010001));
 }
 
 void TestModule::descriptionIsFixed()
@@ -251,60 +248,6 @@ void TestModule::loadWithoutAFrontendFails()
     ObsDouble::quitFrontend();
     QVERIFY(!obs_module_load());
     QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, failureLine}));
-}
-
-void TestModule::localeIsLoadedForTheModuleWithGermanAsDefault()
-{
-    obs_module_set_pointer(testHandle());
-    obs_module_set_locale("de-DE");
-    QCOMPARE(ObsDouble::lookupModule(), testHandle());
-    QCOMPARE(ObsDouble::lookupLocale(), u"de-DE"_s);
-    const char *text = nullptr;
-    QVERIFY(obs_module_get_string("PluginName", &text));
-    QCOMPARE(QString::fromUtf8(text), u"Tarvoline SRTLA"_s);
-    QVERIFY(!obs_module_get_string("NoSuchText", &text));
-}
-
-void TestModule::secondLocaleDestroysTheFirstBeforeItLoads()
-{
-    ObsDouble::setLocaleFiles({u"de-DE"_s, u"en-US"_s});
-    obs_module_set_locale("de-DE");
-    obs_module_set_locale("en-US");
-    QCOMPARE(ObsDouble::calls(),
-             (QStringList{u"obs_module_load_locale"_s, u"text_lookup_destroy"_s, u"obs_module_load_locale"_s}));
-    QCOMPARE(ObsDouble::openLookups(), 1);
-    QCOMPARE(ObsDouble::lookupLocale(), u"en-US"_s);
-}
-
-void TestModule::freeingTheLocaleLeavesNoLookup()
-{
-    obs_module_set_locale("de-DE");
-    obs_module_free_locale();
-    QCOMPARE(ObsDouble::openLookups(), 0);
-    const char *text = nullptr;
-    QVERIFY(!obs_module_get_string("PluginName", &text));
-    obs_module_free_locale();
-}
-
-void TestModule::localeWithoutAFileFallsBackToGerman()
-{
-    obs_module_set_locale("tlh-KL");
-    QCOMPARE(ObsDouble::lookupLocale(), u"de-DE"_s);
-    const char *text = nullptr;
-    QVERIFY(obs_module_get_string("PluginName", &text));
-}
-
-void TestModule::noLocaleFileAtAllLeavesNoLookup()
-{
-    obs_module_set_locale("de-DE");
-    ObsDouble::setLocaleFiles({});
-    obs_module_set_locale("de-DE");
-    QCOMPARE(ObsDouble::openLookups(), 0);
-    const char *text = "untouched";
-    QVERIFY(!obs_module_get_string("PluginName", &text));
-    QCOMPARE(QString::fromUtf8(text), u"untouched"_s);
-    // A second call does not destroy it again.
-    obs_module_set_locale("de-DE");
 }
 
 QTEST_MAIN(TestModule)

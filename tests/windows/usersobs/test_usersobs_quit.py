@@ -2,23 +2,12 @@
 """OBS is closed during a query for the public address without a response: the module is unloaded at once, the process ends
 with the query."""
 
-import json
-import os
-import socket
 import time
 
 import hostcase
 from hostcase import UNLOADED
+from jsoncontrol import control
 from wait import wait_until
-
-
-def _control(**command):
-    """Sends a command to the test service; returns its counters and received requests."""
-    ports = json.loads(os.environ["TARVOLINE_JSON_SERVICE"])
-    with socket.create_connection(("127.0.0.1", ports["control"])) as control, control.makefile("rw") as stream:
-        stream.write(json.dumps(command) + "\n")
-        stream.flush()
-        return json.loads(stream.readline())
 
 
 class QuitTest(hostcase.HostCase):
@@ -26,9 +15,9 @@ class QuitTest(hostcase.HostCase):
         """Quits OBS during a query to `path` of the test service."""
         obs = self.obs(draws=False)
         obs.wait_for_status("Aktiv")
-        before = len(_control(probe={"path": path})["probes"])
+        before = len(control(probe={"path": path})["probes"])
         obs.press("IP ermitteln")
-        wait_until(lambda: len(_control()["probes"]) > before, "the query arrives")
+        wait_until(lambda: len(control()["probes"]) > before, "the query arrives")
         started = time.monotonic()
         obs.write("quit")
         wait_until(lambda: UNLOADED in obs.obs_log(), "the module is unloaded")
