@@ -2,38 +2,23 @@
 // The cheapest relay with QUdpSocket: reads into one buffer until the socket is empty. The difference from the engine's
 // cost is the cost of SRTLA, acknowledgements included.
 //   relay_qtread LISTEN_PORT TARGET_PORT
+#include "relaysockets.h"
 
 #include <QCoreApplication>
 #include <QHostAddress>
 #include <QUdpSocket>
-#include <QVariant>
 
 #include <array>
-
-namespace {
-
-constexpr int receiveBufferBytes = 8 * 1024 * 1024; // as the engine
-constexpr size_t maxDatagramBytes = 65527;
-
-} // namespace
 
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    if (argc != 3) {
-        qCritical("usage: relay_qtread LISTEN_PORT TARGET_PORT");
-        return 2;
-    }
     QUdpSocket client;
     QUdpSocket target;
-    if (!client.bind(QHostAddress::AnyIPv4, QByteArray(argv[1]).toUShort())) {
-        qCritical("%s", qPrintable(client.errorString()));
+    if (!openRelaySockets(argc, argv, client, target)) {
         return 1;
     }
-    target.connectToHost(QHostAddress(QHostAddress::LocalHost), QByteArray(argv[2]).toUShort());
-    client.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, receiveBufferBytes);
-    target.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, receiveBufferBytes);
-
+    constexpr size_t maxDatagramBytes = 65527;
     static std::array<char, maxDatagramBytes> buffer;
     QHostAddress sender;
     quint16 senderPort = 0;

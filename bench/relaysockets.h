@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+class QUdpSocket;
+
+/// Opens the two sockets of a relay by its arguments, LISTEN_PORT TARGET_PORT: \a client receives on every local IPv4
+/// address, \a target is connected to loopback. Both ask for the receive buffer that the engine asks for. On failure
+/// the result is false and the reason is on standard error.
+bool openRelaySockets(int argc, char **argv, QUdpSocket &client, QUdpSocket &target);
