@@ -2,6 +2,8 @@
 """The test stream of the demos with OBS."""
 
 import pathlib
+import shutil
+import signal
 import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "testkit"))
@@ -21,6 +23,17 @@ _LINKS = 3
 
 class DemoError(Exception):
     """The demo failed; the text is the reason."""
+
+
+def prepare(folder: pathlib.Path) -> pathlib.Path:
+    """Empties the folder of an earlier demo and makes it; SIGINT and SIGTERM raise KeyboardInterrupt from then on, so that
+    all programs are ended. Returns the absolute path."""
+    for ending in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(ending, signal.default_int_handler)
+    folder = folder.resolve()
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    return folder
 
 
 def make_sender(folder: pathlib.Path) -> MobileSender:

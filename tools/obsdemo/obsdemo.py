@@ -10,8 +10,6 @@ import argparse
 import contextlib
 import os
 import pathlib
-import shutil
-import signal
 import socket
 import sys
 
@@ -20,7 +18,7 @@ sys.path.insert(0, str(_PROJECT / "testkit"))
 
 import obs  # noqa: E402
 from demostream import (LISTEN_PORT, PICTURE_TIMEOUT_S, TARGET_PORT, DemoError, make_sender, no_picture,  # noqa: E402
-                        port_taken, say)
+                        port_taken, prepare, say)
 from obs.docklayout import dock_at_the_right  # noqa: E402
 from obs.scenes import SOURCE  # noqa: E402
 
@@ -30,13 +28,7 @@ _POLL_INTERVAL_S = 0.5
 
 def main() -> int:
     options = _options()
-    # Both signals raise KeyboardInterrupt, so that all programs are ended.
-    for ending in (signal.SIGINT, signal.SIGTERM):
-        signal.signal(ending, signal.default_int_handler)
-    folder = options.folder.resolve()
-    # Removes the settings of an earlier demo; the user's OBS settings are in another folder.
-    shutil.rmtree(folder, ignore_errors=True)
-    folder.mkdir(parents=True)
+    folder = prepare(options.folder)  # the user's OBS settings are in another folder
 
     display = os.environ.get("DISPLAY")
     home = obs.ObsHome(folder / "home", canvas=_CANVAS, dock_state=dock_at_the_right(), source_on_port=TARGET_PORT)

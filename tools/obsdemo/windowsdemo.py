@@ -7,8 +7,6 @@ Saves a picture of the dock and one of what OBS draws, and ends. There is no win
 
 import argparse
 import pathlib
-import shutil
-import signal
 import sys
 
 _PROJECT = pathlib.Path(__file__).resolve().parents[2]
@@ -16,7 +14,7 @@ sys.path.insert(0, str(_PROJECT / "testkit"))
 
 import stream  # noqa: E402
 import wait  # noqa: E402
-from demostream import PATTERN, PICTURE_TIMEOUT_S, DemoError, make_sender, no_picture, port_taken, say  # noqa: E402
+from demostream import PATTERN, PICTURE_TIMEOUT_S, DemoError, make_sender, no_picture, port_taken, prepare, say  # noqa: E402
 from windowsobs import WindowsObs  # noqa: E402
 
 _CREATED = "OBS | Neue SRT-Quelle angelegt"
@@ -24,12 +22,7 @@ _CREATED = "OBS | Neue SRT-Quelle angelegt"
 
 def main() -> int:
     options = _options()
-    # Both signals raise KeyboardInterrupt, so that all programs are ended.
-    for ending in (signal.SIGINT, signal.SIGTERM):
-        signal.signal(ending, signal.default_int_handler)
-    folder = options.folder.resolve()
-    shutil.rmtree(folder, ignore_errors=True)
-    folder.mkdir(parents=True)
+    folder = prepare(options.folder)
     say("Loading the module into OBS's own Windows libraries, under Wine …")
     try:
         obs = WindowsObs(folder, canvas=PATTERN)
