@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# Language standard and warnings of all targets. Warnings are errors, with Visual Studio in the -ci presets only.
+# Language standard and warnings of all targets. Warnings are errors; with Visual Studio only in the preset windows-x64-ci.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -26,7 +26,7 @@ if(TARVOLINE_SANITIZE)
     add_link_options(-fsanitize=${TARVOLINE_SANITIZE})
 endif()
 
-option(TARVOLINE_FUZZ "Count coverage for libFuzzer in every target (clang), and make the fuzz targets fuzzers" OFF)
+option(TARVOLINE_FUZZ "Instrument all targets for libFuzzer (clang) and link it to the fuzz targets" OFF)
 if(TARVOLINE_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

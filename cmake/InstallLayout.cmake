@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# Where OBS looks for a plug-in, below the install prefix. Two components:
-#   system   with OBS (prefix: /usr, or the folder of a portable OBS for Windows)
+# The folders below the install prefix where OBS searches plug-ins. Two components:
+#   system   beside OBS's own plug-ins (prefix: /usr, or the folder of a portable OBS for Windows)
 #   user     in the user's plug-in folder (prefix: ~/.config/obs-studio/plugins, %ProgramData%\obs-studio\plugins)
 # `cmake --install` without --component installs "system" only.
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# OBS::libobs and OBS::obs-frontend-api, and "obsheaders" with the declarations only (tests link a double).
+# OBS::libobs and OBS::obs-frontend-api, and "obsheaders" with the declarations only, for tests that link a double.
 
 find_package(libobs REQUIRED)
 find_package(obs-frontend-api REQUIRED)
