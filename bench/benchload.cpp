@@ -205,7 +205,7 @@ int main(int argc, char **argv)
     std::vector<RelayUnderTest> relays;
     relays.push_back({"raw", "plain C relay", "relay_raw", 1, 3});
     relays.push_back({"qt", "bare Qt relay", "relay_qt", 1, 3});
-    relays.push_back({"qtread", "Qt's readDatagram and write", "relay_qtread", 1, 3});
+    relays.push_back({"qtread", "least with QUdpSocket", "relay_qtread", 1, 3});
     relays.push_back({"engine_1x3", "engine, 1 group x 3 links", "relay_engine", 1, 3});
     relays.push_back({"engine_100x4", "engine, 100 groups x 4 links", "relay_engine", 100, 4});
     relays.push_back({"engine_10000", "engine, 2500 groups x 4 links", "relay_engine", 2500, 4});

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The cheapest relay with QUdpSocket: reads into one buffer until the socket is empty. The difference from the engine's
-// cost is the cost of SRTLA, acknowledgements included.
+// The least that a receiver with QUdpSocket costs: reads into one buffer until the socket is empty, forwards with write
+// and sends as many acknowledgements as SRTLA asks for, without a look at the datagrams.
 //   relay_qtread LISTEN_PORT TARGET_PORT
 #include "relaysockets.h"
 
@@ -10,6 +10,15 @@
 
 #include <array>
 
+namespace {
+
+constexpr size_t maxDatagramBytes = 65527;
+constexpr int datagramsPerAck = 10;
+constexpr qint64 ackBytes = 44;
+constexpr int links = 3; // each gets every reply of the SRT listener, which are ACKs here
+
+} // namespace
+
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
@@ -18,20 +27,26 @@ int main(int argc, char **argv)
     if (!openRelaySockets(argc, argv, client, target)) {
         return 1;
     }
-    constexpr size_t maxDatagramBytes = 65527;
     static std::array<char, maxDatagramBytes> buffer;
     QHostAddress sender;
     quint16 senderPort = 0;
+    int unacknowledged = 0;
     QObject::connect(&client, &QUdpSocket::readyRead, &client, [&] {
         qint64 size = 0;
         while ((size = client.readDatagram(buffer.data(), buffer.size(), &sender, &senderPort)) >= 0) {
+            if (++unacknowledged == datagramsPerAck) {
+                unacknowledged = 0;
+                client.writeDatagram(buffer.data(), ackBytes, sender, senderPort);
+            }
             target.write(buffer.data(), size);
         }
     });
     QObject::connect(&target, &QUdpSocket::readyRead, &target, [&] {
         qint64 size = 0;
         while ((size = target.readDatagram(buffer.data(), buffer.size())) >= 0) {
-            client.writeDatagram(buffer.data(), size, sender, senderPort);
+            for (int link = 0; link < links; ++link) {
+                client.writeDatagram(buffer.data(), size, sender, senderPort);
+            }
         }
     });
     return QCoreApplication::exec();
