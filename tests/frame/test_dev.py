@@ -2,13 +2,15 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Tests of ./dev on a machine with an existing build root: python3 tests/frame/test_dev.py
 
-Runs outside of the build root, as root, because it checks for left-over processes and mounts. So it is part of .ci/run and
-not of ./test.
+It checks for left-over processes and mounts, so it runs outside of the build root, as root, and is part of .ci/run instead of
+./test.
 """
 
+import fcntl
 import os
 import signal
 import subprocess
+import termios
 import time
 import unittest
 from pathlib import Path
@@ -117,6 +119,21 @@ class Dev:
 
     def test_interrupt_reaches_the_command_and_leaves_no_processes(self):
         self.assertEqual(self.interrupt(signal.SIGINT), 41)
+        self.assertTrue(wait_until_gone(MARK))
+
+    def test_interrupt_from_a_terminal_reaches_the_command_and_leaves_no_processes(self):
+        controller, terminal = os.openpty()
+        with os.fdopen(controller, "wb", buffering=0) as keyboard, subprocess.Popen(
+                [*self.prefix, DEV, "bash", "-c", REPORTER], stdin=terminal, stdout=subprocess.PIPE, text=True,
+                start_new_session=True, preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY)) as started:
+            os.close(terminal)
+            try:
+                self.assertEqual(started.stdout.readline(), "ready\n")
+                self.assertTrue(wait_until_running(MARK, True))
+                keyboard.write(b"\x03")
+                self.assertEqual(started.wait(TIMEOUT_S), 41)
+            finally:
+                started.kill()
         self.assertTrue(wait_until_gone(MARK))
 
     def test_terminate_reaches_the_command_and_leaves_no_processes(self):

@@ -25,7 +25,7 @@ class FetchInnoSetup(unittest.TestCase):
 
     def test_a_failed_download_leaves_nothing(self):
         self.assertEqual(self.fetch(self.folder),
-                         (1, "Inno Setup (innosetup-compiler@6.3.1) could not be fetched from npm.\n"))
+                         (1, "Inno Setup (innosetup-compiler@6.3.1) could not be downloaded from npm.\n"))
         self.assertEqual({path.name for path in self.root.iterdir()}, {"bin"})
 
     def test_other_bytes_are_refused(self):
@@ -33,7 +33,7 @@ class FetchInnoSetup(unittest.TestCase):
             with self.subTest(npm=npm):
                 code, message = self.fetch(self.folder, npm=npm)
                 self.assertEqual(code, 1)
-                self.assertIn("is not the file with the known digest.", message)
+                self.assertIn("does not have the known digest.", message)
                 (self.root / "bin/npm").unlink()
                 (self.root / "bin").rmdir()
                 self.assertEqual(list(self.root.iterdir()), [])
@@ -47,7 +47,8 @@ class FetchInnoSetup(unittest.TestCase):
         self.folder.mkdir()
         (self.folder / "mine").write_text("x")
         code, message = self.fetch(self.folder)
-        self.assertEqual((code, message), (1, f"{self.folder} exists and holds no Inno Setup: name a new folder.\n"))
+        self.assertEqual((code, message), (
+            1, f"{self.folder} exists and does not contain Inno Setup; give the path of a new folder.\n"))
         self.assertTrue((self.folder / "mine").exists())
 
     def test_without_a_folder_the_usage_is_shown(self):

@@ -7,6 +7,7 @@ set -u
 mode=$1 root=$2 project=$3 cacheHome=$4
 shift 4
 shared=("$project" "$cacheHome")
+# For ./run on a display.
 [ -z "${DISPLAY:-}" ] || [ ! -d /tmp/.X11-unix ] || shared+=(/tmp/.X11-unix)
 
 mountBelowRoot() {
@@ -33,10 +34,10 @@ withoutClone3() {
     printf '\x06\0\0\0\0\0\xff\x7f'    # SECCOMP_RET_ALLOW
 }
 
-# The root's proot with the root's loader, because an older one lacks calls of the programs there.
+# The root's proot with the root's loader, because an older proot does not support all system calls of the root's programs.
 useProot() {
     local libraries=$root/usr/lib/x86_64-linux-gnu folder
-    [ -x "$root/usr/bin/proot" ] || { echo "missing: the program 'proot' in the build root" >&2; exit 1; }
+    [ -x "$root/usr/bin/proot" ] || { echo "missing: the right to mount (the Windows build root has no proot)" >&2; exit 1; }
     # With proot's seccomp filter, programs end with SIGBUS (proot 5.4.0 with Linux 6).
     export PROOT_TMP_DIR=$temporary PROOT_NO_SECCOMP=1
     withoutClone3 >"$temporary/without-clone3"
@@ -61,19 +62,19 @@ else
     entrance=(chroot "$root")
 fi
 
+# ccache's directory is shared by all clones: paths relative to the project, and no folder in the hash.
 environment=(HOME=/root PATH="${TARVOLINE_PATH:-$project/build/linux/bin:$project/bench}:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
     LANG=C.UTF-8 TERM="${TERM:-dumb}" TARVOLINE_INSIDE=1 TARVOLINE_CACHE="$cacheHome" CCACHE_DIR="$cacheHome/ccache" CCACHE_BASEDIR="$project"
-    CCACHE_NOHASHDIR=1
-    DEBIAN_FRONTEND=noninteractive)
-for name in CI DISPLAY XAUTHORITY WAYLAND_DISPLAY ASAN_OPTIONS UBSAN_OPTIONS LSAN_OPTIONS TSAN_OPTIONS CTEST_PARALLEL_LEVEL \
+    CCACHE_NOHASHDIR=1)
+for name in DISPLAY XAUTHORITY ASAN_OPTIONS UBSAN_OPTIONS LSAN_OPTIONS TSAN_OPTIONS \
     TARVOLINE_WINDOWS_SDK TARVOLINE_WINE_HOME TARVOLINE_INNO_SETUP; do
     [ -n "${!name:-}" ] && environment+=("$name=${!name}")
 done
 
-# The leak check would trace the program, which proot already does.
+# The leak check has to trace the program, which is impossible while proot traces it.
 [ "$mode" != proot ] || environment+=("ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0")
 
-# Forwarded so that the command can end regularly; it receives a terminal's interrupt directly.
+# Forwarded so that the command can end regularly. It receives the interrupt of a terminal directly.
 forward() { # SIGNAL
     local receivers=$command signal=$1
     [ "$1" = INT ] && [ -t 0 ] && return

@@ -12,8 +12,7 @@ PATH=$PATH:/usr/sbin:/sbin
 say() { printf '%s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
-# The Debian suite of a root: the Linux root needs an OBS of 31.1 or newer, the Windows one Qt 6.8's headers
-# and a Wine of the same release.
+# The Debian suite of a root: the Linux root needs OBS 31.1 or newer, the Windows root Qt 6.8's headers and Wine 10.
 rootSuite() {
     case $1 in
     linux) echo forky ;;
@@ -32,38 +31,36 @@ rootArchitectures() {
 # The packages of a root, one per line, without comments.
 rootPackages() { sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$project/tools/buildroot/packages-$1"; }
 
-# True if the dependencies of the Linux build are installed on this machine.
+# True if this machine has the dependencies of the Linux build, as Debian forky does. Its g++ supports C++20 then.
 hostIsEnough() {
     local program
     for program in cmake ninja g++ pkg-config; do # "command -v" with several names succeeds if one exists
         command -v $program >/dev/null 2>&1 || return 1
     done
-    pkg-config --atleast-version=31.1 libobs 2>/dev/null || return 1
-    pkg-config --atleast-version=6.8 Qt6Core 2>/dev/null || return 1
-    echo 'int main() { return []<class T>(T x) requires true { return x; }(0); }' |
-        g++ -std=c++20 -x c++ -fsyntax-only - 2>/dev/null
+    pkg-config --atleast-version=31.1 libobs 2>/dev/null && pkg-config --atleast-version=6.8 Qt6Core 2>/dev/null
 }
 
-# Installs a host package as root; for other users it ends with a message.
+# Installs a host package as root, in a new container after an update of the package lists; other users get a message.
 needHostPackage() { # COMMAND PACKAGE
     command -v "$1" >/dev/null 2>&1 && return 0
     [ "$(id -u)" = 0 ] || die "missing: the program '$1'. Install it with: sudo apt-get install $2"
     say "Installing the host package $2 …"
     { apt-get install -y -qq "$2" || { apt-get update -qq && apt-get install -y -qq "$2"; }; } >/dev/null 2>&1 ||
-        die "missing: the program '$1', and 'apt-get install $2' failed here"
+        die "missing: the program '$1', and 'apt-get install $2' failed"
 }
 
 # The way to run commands in a root on this machine:
-#   namespaces  mounts are allowed; they end with the mount namespace
-#   users       ordinary user: the same in a user namespace
-#   proot       mounts are not allowed: proot traces the command and rewrites its paths
+#   namespaces  root on Debian or Ubuntu: mounts end with the mount namespace
+#   users       an ordinary user there: the same in a user namespace
+#   proot       root in a container without the right to mount: proot traces the command and rewrites its paths
+#   none        an ordinary user without user namespaces
 entryMode() {
     if [ "$(id -u)" = 0 ]; then
         if unshare --mount --pid --fork true 2>/dev/null; then echo namespaces; else echo proot; fi
     elif "${userNamespace[@]}" true 2>/dev/null; then
         echo users
     else
-        echo proot
+        echo none
     fi
 }
 userNamespace=(unshare --user --map-root-user --map-auto --mount --pid --fork)
@@ -73,26 +70,27 @@ namespaceOf() { # MODE
     case $1 in
     namespaces) namespace=(unshare --mount --pid --fork --kill-child) ;;
     users) namespace=("${userNamespace[@]}" --kill-child) ;;
-    *) namespace=() ;;
+    proot) namespace=() ;;
+    none) die "missing: $(userObstacle)" ;;
     esac
 }
 
-# The reason why an ordinary user cannot create a root here; empty if there is none.
+# The reason why an ordinary user cannot use a root on this machine.
 userObstacle() {
     command -v newuidmap >/dev/null 2>&1 || { echo "the program 'newuidmap' (sudo apt-get install uidmap)"; return; }
     grep -q "^$(id -un):" /etc/subuid || { echo "ids for $(id -un) in /etc/subuid (sudo usermod --add-subuids)"; return; }
     echo "user namespaces; run it as root, or have them allowed"
 }
 
-# Holds the lock of the root NAME in descriptor 8 (windows.sh holds others in 9), with a message while another process holds it.
+# Locks the root NAME with descriptor 8 (windows.sh uses 9); prints a message while another process holds the lock.
 lockRoot() { # NAME
     exec 8>"$rootsHome/$1.lock"
     flock --nonblock 8 && return
-    say "Waiting for another call that works on the $1 build root …"
+    say "Waiting for another process that changes the $1 build root …"
     flock 8
 }
 
-# Creates the root NAME or adds missing packages; one caller at a time.
+# Creates the root NAME, or adds packages that were not yet in the list when the root was created; one caller at a time.
 ensureRoot() { # NAME
     local root=$rootsHome/$1 missing
     mkdir -p "$rootsHome" "$cacheHome/ccache" || die "missing: the right to write to $cacheHome"
@@ -101,9 +99,10 @@ ensureRoot() { # NAME
     missing=$(comm -23 <(rootPackages "$1" | sed 's/:.*//' | sort -u) <(installedPackages "$root") | paste -sd' ')
     if [ -n "$missing" ]; then
         say "Adding to the $1 build root: $missing …"
-        cp -L /etc/resolv.conf "$root/etc/resolv.conf"
+        cp -L /etc/resolv.conf "$root/etc/resolv.conf" # the network may have changed since the creation
         # shellcheck disable=SC2016,SC2086
-        administer "$1" sh -c 'dpkg --configure -a && apt-get -o Acquire::Check-Valid-Until=false update -qq &&
+        administer "$1" sh -c 'export DEBIAN_FRONTEND=noninteractive
+            dpkg --configure -a && apt-get -o Acquire::Check-Valid-Until=false update -qq &&
             apt-get install -y -qq --no-install-recommends "$@"' sh $missing >"$rootsHome/$1.log" 2>&1 || {
             tail -n 5 "$rootsHome/$1.log" >&2
             die "Packages could not be added to the $1 build root: $missing"
@@ -112,7 +111,7 @@ ensureRoot() { # NAME
     exec 8>&-
 }
 
-# Completely installed packages only; an interrupted installation leaves others.
+# Completely installed packages only: an interrupted installation leaves incomplete ones.
 installedPackages() { # ROOT
     awk '/^Package: / { name = $2 } /^Status: install ok installed/ { print name }' "$1/var/lib/dpkg/status" | sort -u
 }
@@ -123,23 +122,20 @@ rootMiB=5000 # free space, including the downloaded packages
 makeRoot() { # NAME
     local root=$rootsHome/$1 mode options=() freeMiB code namespace
     mode=$(entryMode)
+    namespaceOf "$mode"
     freeMiB=$(df --output=avail -BM "$rootsHome" | tail -n 1 | tr -dc 0-9)
     [ "$freeMiB" -ge $rootMiB ] || die "missing: $rootMiB MiB of free space in $rootsHome; there are $freeMiB"
     needHostPackage mmdebstrap mmdebstrap
-    if [ "$mode" = proot ]; then
-        [ "$(id -u)" = 0 ] || die "missing: $(userObstacle)"
-        options+=(--skip=check/canmount)
-    fi
-    say "Making the $1 build root in $root (once; three to fifteen minutes, 3 GB)." \
-        "Debian's mmdebstrap says how far it is:"
+    [ "$mode" != proot ] || options+=(--skip=check/canmount)
+    say "Creating the $1 build root in $root (once; 3 to 15 minutes, 3 GB). Progress of mmdebstrap:"
     removeRoot "$root.new"
-    # This suite only: a mirror's indexes of related suites can be out of date and are not needed.
+    # Old indexes are accepted, because archive mirrors keep them beyond their validity; signatures are checked. Indexes of
+    # related suites can be out of date on such a mirror and are not needed.
     # shellcheck disable=SC2016
     options+=(--mode=root --variant=apt --aptopt='Acquire::Check-Valid-Until "false"'
         --architectures="$(rootArchitectures "$1")"
         --setup-hook='sed -i -E "/ [a-z]+-(updates|security)/d" "$1/etc/apt/sources.list"'
         --include="$(rootPackages "$1" | paste -sd,)" "$(rootSuite "$1")" "$root.new")
-    namespaceOf "$mode"
     [ ${#namespace[@]} = 0 ] || namespace+=(--mount-proc)
     # In separate namespaces: mounts and processes of mmdebstrap end with them.
     setpriv --pdeathsig KILL ${namespace[@]+"${namespace[@]}"} mmdebstrap "${options[@]}" </dev/null >&2 &
@@ -152,7 +148,7 @@ makeRoot() { # NAME
     trap - INT TERM HUP
     if [ $code != 0 ]; then
         removeRoot "$root.new"
-        die "The $1 build root could not be made: see the lines above (without a network there is no first call)."
+        die "The $1 build root could not be created: see the output above. The first call needs a network connection."
     fi
     mv "$root.new" "$root"
     say "The $1 build root is ready."
@@ -173,11 +169,10 @@ removeRoot() { # ROOT
     if [ "$(entryMode)" = users ]; then "${userNamespace[@]}" rm -rf "$1"; else rm -rf "$1"; fi
 }
 
-# Runs a command as root of the build root, for package installation; not possible with proot.
+# Runs a command as root of the build root, for package installation, which is not possible under proot.
 administer() { # NAME COMMAND...
     if [ "$(entryMode)" = proot ]; then
-        [ "$(id -u)" = 0 ] || die "missing: $(userObstacle)"
-        DEBIAN_FRONTEND=noninteractive chroot "$rootsHome/$1" "${@:2}" </dev/null
+        chroot "$rootsHome/$1" "${@:2}" </dev/null
     else
         enter "$@" </dev/null
     fi
@@ -189,10 +184,11 @@ enter() { # NAME COMMAND...
     local mode namespace inside atOurDeath=KILL
     mode=$(entryMode)
     namespaceOf "$mode"
-    [ "$mode" != proot ] || atOurDeath=TERM # there is no namespace that ends the command; inside.sh does
+    [ "$mode" != proot ] || atOurDeath=TERM # no namespace ends the command, so inside.sh does
     # A shell starts background commands with INT and QUIT ignored; signals ignored at the start cannot be trapped.
     inside=(setpriv --pdeathsig "$atOurDeath" env --default-signal=INT --default-signal=QUIT ${namespace[@]+"${namespace[@]}"}
         bash "$project/tools/buildroot/inside.sh" "$mode" "$rootsHome/$1" "$project" "$cacheHome" "${@:2}")
+    # A terminal sends the interrupt to all these processes. If it were also forwarded, inside.sh could hang.
     if [ -t 0 ]; then
         trap : INT
         "${inside[@]}" 8>&-
