@@ -74,10 +74,9 @@ done
 # The leak check has to trace the program, which is impossible while proot traces it.
 [ "$mode" != proot ] || environment+=("ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0")
 
-# Forwarded so that the command can end regularly. It receives the interrupt of a terminal directly.
+# Forwarded so that the command can end regularly.
 forward() { # SIGNAL
     local receivers=$command signal=$1
-    [ "$1" = INT ] && [ -t 0 ] && return
     # Without a subshell, as in lib.sh.
     [ "$mode" != proot ] || { receivers= && read -r receivers <"/proc/$command/task/$command/children"; } 2>/dev/null
     # If the caller has ended, the command is killed; proot ends the command's children.
@@ -85,7 +84,9 @@ forward() { # SIGNAL
     # shellcheck disable=SC2086
     [ -z "$receivers" ] || kill -s "$signal" $receivers 2>/dev/null
 }
-trap 'forward INT' INT
+# The command receives the interrupt of a terminal directly. Here it is ignored: bash as the first process can miss the end of a
+# child during a trap, and then waits for the orphans that it has adopted.
+if [ -t 0 ]; then trap '' INT; else trap 'forward INT' INT; fi
 trap 'forward TERM' TERM
 trap 'forward HUP' HUP
 

@@ -188,12 +188,6 @@ enter() { # NAME COMMAND...
     # A shell starts background commands with INT and QUIT ignored; signals ignored at the start cannot be trapped.
     inside=(setpriv --pdeathsig "$atOurDeath" env --default-signal=INT --default-signal=QUIT ${namespace[@]+"${namespace[@]}"}
         bash "$project/tools/buildroot/inside.sh" "$mode" "$rootsHome/$1" "$project" "$cacheHome" "${@:2}")
-    # A terminal sends the interrupt to all these processes. If it were also forwarded, inside.sh could hang.
-    if [ -t 0 ]; then
-        trap : INT
-        "${inside[@]}" 8>&-
-        return
-    fi
     "${inside[@]}" <&0 8>&- &
     local started=$! code signal
     for signal in INT TERM HUP; do
