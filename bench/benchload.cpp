@@ -90,9 +90,9 @@ void allowManyFiles()
 std::string memory()
 {
     std::array<char, 256> line{};
-    FILE *const pipe = popen((besideThis("relay_engine") + " --memory").c_str(), "r");
+    FILE *const pipe = popen((programPath("relay_engine") + " --memory").c_str(), "r");
     if (pipe == nullptr || std::fgets(line.data(), line.size(), pipe) == nullptr || pclose(pipe) != 0) {
-        std::fprintf(stderr, "the engine does not tell its memory\n");
+        std::fprintf(stderr, "relay_engine has printed no memory figures\n");
         std::exit(1);
     }
     const std::string text = line.data();
@@ -223,7 +223,7 @@ int main(int argc, char **argv)
         for (RelayUnderTest &relay : relays) {
             int attempts = 0;
             while (!measure(relay, shape, round >= 0)) {
-                std::fprintf(stderr, "%s lost too much in a round; once more\n", relay.what);
+                std::fprintf(stderr, "%s: the round lost too many datagrams and is repeated\n", relay.what);
                 if (++attempts == maxAttempts) {
                     return 1;
                 }

@@ -85,7 +85,7 @@ void Load::registerBatch(std::uint16_t port, std::size_t first, std::size_t end)
     }
     for (std::size_t i = first; i < end; i += linksPerGroup) {
         if (!links[i].wait(answerMs) || links[i].receive(registration) != std::ptrdiff_t{registrationBytes}) {
-            fail("the engine does not answer REG1");
+            fail("the engine does not respond to REG1");
         }
         for (std::size_t link = i; link < i + linksPerGroup; ++link) {
             links[link].sendTo(port, registration); // the response to REG1 is the REG2 to send

@@ -62,7 +62,7 @@ def findings(samples) -> list[str]:
     settled = [sample for sample in samples if sample.minute >= SETTLED_AFTER_MINUTES]
     found = []
     if not settled:
-        return ["too short to say anything"]
+        return ["too short for a result"]
     first, last = settled[0], settled[-1]
     if last.rss_kib - first.rss_kib > ALLOWED_GROWTH_KIB:
         found.append(f"memory grew from {first.rss_kib} to {last.rss_kib} KiB")
@@ -105,11 +105,11 @@ def run(folder, minutes) -> int:
         end = listener.wait_for(lambda line: line["event"] == "ended", "the stream ends")
         lost = file.stat().st_size * repeat - end["bytes"]
         print(f"total: {end['bytes']} bytes delivered, {lost} lost, longest pause {end['longestPauseMs']} ms, "
-              f"{end['retransmitted']} packets sent again, load {os.getloadavg()[0]:.1f}")
+              f"{end['retransmitted']} packets retransmitted, load {os.getloadavg()[0]:.1f}")
     finally:
         for program in filter(None, (caller, bond, engine, listener)):
             program.kill()
     found = findings(samples) + ([f"{lost} bytes of the stream were lost"] if lost else [])
     for text in found:
-        print(f"WRONG: {text}")
+        print(f"Error: {text}")
     return 1 if found else 0

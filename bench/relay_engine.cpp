@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The engine in a process of its own.
+// The engine in a separate process.
 //   relay_engine LISTEN_PORT TARGET_PORT
 //   relay_engine --memory    prints the memory per group and link as one JSON object
 

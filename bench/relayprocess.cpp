@@ -16,7 +16,7 @@ RelayProcess::RelayProcess(const std::string &program, std::uint16_t listenPort,
     if (pid == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL); // ends with the parent process
         pinTo(core);
-        const std::string path = besideThis(program);
+        const std::string path = programPath(program);
         execl(path.c_str(), program.c_str(), std::to_string(listenPort).c_str(), std::to_string(targetPort).c_str(),
               nullptr);
         std::perror(path.c_str());
@@ -55,7 +55,7 @@ void pinTo(int core)
     }
 }
 
-std::string besideThis(const std::string &program)
+std::string programPath(const std::string &program)
 {
     return std::filesystem::read_symlink("/proc/self/exe").replace_filename(program).string();
 }

@@ -28,4 +28,4 @@ private:
 void pinTo(int core);
 
 /// The path of a program in this program's folder.
-[[nodiscard]] std::string besideThis(const std::string &program);
+[[nodiscard]] std::string programPath(const std::string &program);

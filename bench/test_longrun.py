@@ -40,7 +40,7 @@ class LongRunTest(unittest.TestCase):
 
     def test_too_short(self):
         """One minute is too short."""
-        self.assertEqual(longrun.findings(self.samples()[:1]), ["too short to say anything"])
+        self.assertEqual(longrun.findings(self.samples()[:1]), ["too short for a result"])
 
     def test_values_of_a_real_process(self):
         """Handles and memory of this process."""

@@ -33,9 +33,9 @@ def stretch(records, begin_ns: int, end_ns: int) -> Stretch:
     before and after, so `records` must contain some of these. Duplicates count once."""
     before = max(record.number for record in records if record.sent_ns < begin_ns)
     after = min(record.number for record in records if record.sent_ns >= end_ns)
-    came = {record.number: record for record in reversed(records) if before < record.number < after}
-    return Stretch(after - before - 1, len(came),
-                   sorted((record.read_ns - record.sent_ns) / _NS_PER_MS for record in came.values()))
+    arrived = {record.number: record for record in reversed(records) if before < record.number < after}
+    return Stretch(after - before - 1, len(arrived),
+                   sorted((record.read_ns - record.sent_ns) / _NS_PER_MS for record in arrived.values()))
 
 
 def cpu_s_per_gigabyte(cpu_ns: int, payloads: int) -> float:

@@ -83,11 +83,11 @@ class Run(contextlib.ExitStack):
 
     def wait_for_payload_sent_at(self, moment_ns: int):
         """Waits until a payload sent at this time or later was received."""
-        def has_come():
+        def has_arrived():
             if not self._reader.running():
-                raise stream.Ended("the stream broke off")
+                raise stream.Ended("the reader ended during the stream")
             return self._latest_sent_ns() >= moment_ns
-        _wait_until(has_come, "the stream comes through")
+        _wait_until(has_arrived, "the stream arrives")
 
     def _latest_sent_ns(self) -> int:
         with open(self._folder / "records", "rb") as file:
