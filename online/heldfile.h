@@ -6,9 +6,9 @@
 
 /// Prevents changes of a file while this object exists, so that the checked file is the one that is started.
 ///
-/// On Windows an open handle prevents that the file is written, renamed, removed or replaced. On Unix an open
-/// descriptor prevents nothing; there the file must belong to this user, is made writable for this user only, and must
-/// be in a folder in which other users cannot rename or remove it. Symbolic links are refused, as their target can
+/// On Windows an open handle prevents writing, renaming, removing and replacing the file. On Unix an open descriptor
+/// prevents none of these; there the file must belong to this user, is made writable for this user only, and must be in
+/// a folder in which other users cannot rename or remove it. Symbolic links are rejected, because their target can
 /// change.
 class HeldFile
 {
