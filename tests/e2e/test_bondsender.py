@@ -129,7 +129,7 @@ class CommandLineTest(ProgramCase):
         """The error and the usage are printed."""
         result = self.run_bondsender("--listen", "0", "--to", "127.0.0.1:5000", "--link", "127.0.0.11,loss=2")
         self.assertEqual(result.returncode, USAGE_EXIT)
-        self.assertIn("bad link setting: loss=2\nusage: bondsender ", result.stderr)
+        self.assertIn("invalid link setting: loss=2\nusage: bondsender ", result.stderr)
         self.assertEqual(result.stdout, "")
 
     def test_foreign_address(self):

@@ -136,7 +136,7 @@ void TestBondsenderGroups::lostResponseTimesOut()
     Registration registration = joined();
     registration.linkFellSilent(1, start);
     QCOMPARE(registration.due(start).size(), 1U);
-    const TimePoint later = start + Registration::longestAnswer + 1ms;
+    const TimePoint later = start + Registration::responseTimeout + 1ms;
     registration.take(0, makeReg2(otherGroup), later);
     (void)registration.due(later);
     QVERIFY(registration.take(1, reg3, later) == Change::LinkRegistered);

@@ -137,7 +137,7 @@ void TestBondsenderOptions::namesTheMissingOption()
     QVERIFY(!parsed({"--seed"}, &reason));
     QCOMPARE(reason, "missing value: --seed");
     QVERIFY(!parsed({"--link", "127.0.0.1,loss=2"}, &reason));
-    QCOMPARE(reason, "bad link setting: loss=2");
+    QCOMPARE(reason, "invalid link setting: loss=2");
 }
 
 QTEST_GUILESS_MAIN(TestBondsenderOptions)

@@ -13,24 +13,24 @@ namespace bondsender {
 const std::string_view usageText =
     R"(usage: bondsender --listen PORT --to ADDRESS:PORT --link ADDRESS[,NAME=VALUE...]... [OPTION...]
 
-Takes SRT from a caller on 127.0.0.1:PORT (0: any free port) and sends it to an SRTLA receiver, bonded over the links.
+Accepts an SRT caller on 127.0.0.1:PORT (0: any free port) and sends its stream to an SRTLA receiver over several links.
 
-  --link ADDRESS,...  a link that sends from this local IPv4 address; repeat it for more links. What is wrong with it,
-                      each optional, for both directions alike; times count from the caller's first datagram:
-                        loss=2%          datagrams that vanish
-                        delay=20ms       on the way
-                        jitter=30ms      more delay, evenly spread; datagrams may overtake one another
-                        rate=8M          bits per second; more than 250 ms of backlog is thrown away
-                        duplicate=1%     datagrams that arrive twice
-                        cut=5s-8s        carries nothing between these times (5s-: to the end); may be repeated
-                        rebind=5s        goes on from a new source port; may be repeated
-  --id HEX            what the sender's id is made from (it begins with these bytes); the default is random
-  --seed NUMBER       makes the impairments' dice repeatable
-  --json              events and totals as one JSON object a line on standard output
-  --every DURATION    totals this often (with a terminal: 1s)
-  --help              this text
+  --link ADDRESS,...  a link that sends from this local IPv4 address; repeat the option for more links. Impairments are
+                      optional and apply to both directions; times are relative to the caller's first datagram:
+                        loss=2%          share of lost datagrams
+                        delay=20ms       delay of every datagram
+                        jitter=30ms      additional delay, uniformly distributed up to this; causes reordering
+                        rate=8M          limit in bits per second; drops datagrams beyond a queue of 250 ms
+                        duplicate=1%     share of duplicated datagrams
+                        cut=5s-8s        drops all datagrams between these times (5s-: until the end); may be repeated
+                        rebind=5s        changes the source port at this time; may be repeated
+  --id HEX            first bytes of the sender's id, and the seed of the others; random by default
+  --seed NUMBER       seed of the impairments; random by default
+  --json              prints events and totals as one JSON object per line
+  --every DURATION    interval of the totals (on a terminal: 1s)
+  --help              prints this text
 
-Durations are written as 250us, 30ms or 5s. Totals are written at the end and at SIGUSR1; SIGINT and SIGTERM end it.
+Durations have the form 250us, 30ms or 5s. Totals are printed at the end and on SIGUSR1; SIGINT and SIGTERM end the program.
 )";
 
 namespace {
@@ -222,7 +222,7 @@ std::optional<LinkOptions> parseLink(std::string_view text, std::string &error)
         const std::size_t equals = setting.find('=');
         if (equals == std::string_view::npos ||
             !setLinkOption(link, setting.substr(0, equals), setting.substr(equals + 1))) {
-            error = "bad link setting: " + std::string(setting);
+            error = "invalid link setting: " + std::string(setting);
             return std::nullopt;
         }
     }
@@ -253,7 +253,7 @@ std::optional<Options> parseOptions(std::span<const std::string> arguments, std:
         }
         if (!setOption(options, name, arguments[at], error)) {
             if (error.empty()) {
-                error.append("bad value: ").append(name).append(" ").append(arguments[at]);
+                error.append("invalid value: ").append(name).append(" ").append(arguments[at]);
             }
             return std::nullopt;
         }

@@ -30,7 +30,7 @@ std::vector<Outgoing> Registration::due(TimePoint now)
         if (link.state == LinkState::Joining && now >= link.nextTry) {
             outgoing.push_back({index, makeReg2(groups.back())});
             link.nextTry = now + retryInterval;
-            forgetLostAnswers(link, now);
+            dropLostReg2s(link, now);
             link.unanswered.push_back({groups.back(), now});
         }
     }
@@ -47,14 +47,14 @@ Registration::Change Registration::take(std::size_t index, ByteView datagram, Ti
         return Change::None;
     }
     Link &link = links[index];
-    const auto asked = takeQuestion(link, now);
-    if (!asked) {
+    const auto requested = takeUnansweredReg2(link, now);
+    if (!requested) {
         return Change::None; // a duplicate
     }
     if (kind == Incoming::GroupUnknown) {
-        return dropGroup(*asked, now);
+        return dropGroup(*requested, now);
     }
-    if (asked != groupId() || link.state != LinkState::Joining) {
+    if (requested != groupId() || link.state != LinkState::Joining) {
         return Change::None;
     }
     if (kind == Incoming::LinkRefused) {
@@ -74,17 +74,17 @@ void Registration::linkFellSilent(std::size_t link, TimePoint now)
     }
 }
 
-void Registration::forgetLostAnswers(Link &link, TimePoint now)
+void Registration::dropLostReg2s(Link &link, TimePoint now)
 {
-    while (!link.unanswered.empty() && now - link.unanswered.front().asked > longestAnswer) {
+    while (!link.unanswered.empty() && now - link.unanswered.front().sentAt > responseTimeout) {
         link.unanswered.pop_front();
     }
 }
 
 /// The group of a response on \a link: responses arrive in the order of the REG2s, except for lost ones.
-std::optional<GroupId> Registration::takeQuestion(Link &link, TimePoint now)
+std::optional<GroupId> Registration::takeUnansweredReg2(Link &link, TimePoint now)
 {
-    forgetLostAnswers(link, now);
+    dropLostReg2s(link, now);
     if (link.unanswered.empty()) {
         return std::nullopt;
     }
@@ -102,7 +102,7 @@ Registration::Change Registration::acceptGroup(ByteView datagram, TimePoint now)
     }
     groups.push_back(*id);
     groupSince = now;
-    joinAnew(now);
+    rejoin(now);
     return Change::GroupCreated;
 }
 
@@ -117,11 +117,11 @@ Registration::Change Registration::dropGroup(const GroupId &gone, TimePoint now)
         const bool shortLived = now - groupSince < shortLife;
         reg1Interval = shortLived ? std::min(2 * reg1Interval, longestRetryInterval) : retryInterval;
     }
-    joinAnew(now);
+    rejoin(now);
     return Change::GroupGone;
 }
 
-void Registration::joinAnew(TimePoint now)
+void Registration::rejoin(TimePoint now)
 {
     for (Link &link : links) {
         link.state = groups.empty() ? LinkState::Waiting : LinkState::Joining;

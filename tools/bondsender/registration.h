@@ -39,7 +39,7 @@ public:
     static constexpr std::chrono::milliseconds shortLife{20000};
     static constexpr std::chrono::milliseconds longestRetryInterval{8000};
     /// A response to a REG2 counts as lost after this time, which exceeds the round-trip time of any usable link.
-    static constexpr std::chrono::milliseconds longestAnswer{4000};
+    static constexpr std::chrono::milliseconds responseTimeout{4000};
 
     Registration(const GroupId &newProposal, std::size_t linkCount);
 
@@ -58,7 +58,7 @@ private:
     struct PendingReg2
     {
         GroupId group{};
-        TimePoint asked;
+        TimePoint sentAt;
     };
     struct Link
     {
@@ -67,11 +67,11 @@ private:
         std::deque<PendingReg2> unanswered; ///< REG2s, oldest first: responses don't contain the group
     };
 
-    static void forgetLostAnswers(Link &link, TimePoint now);
-    static std::optional<GroupId> takeQuestion(Link &link, TimePoint now);
+    static void dropLostReg2s(Link &link, TimePoint now);
+    static std::optional<GroupId> takeUnansweredReg2(Link &link, TimePoint now);
     Change acceptGroup(ByteView datagram, TimePoint now);
     Change dropGroup(const GroupId &gone, TimePoint now);
-    void joinAnew(TimePoint now);
+    void rejoin(TimePoint now);
 
     GroupId proposal;
     std::vector<GroupId> groups; ///< possible groups at the receiver; the last one is joined

@@ -21,7 +21,7 @@ double milliseconds(Microseconds duration)
     return static_cast<double>(duration.count()) / microsecondsPerMillisecond;
 }
 
-std::string roadJson(const ImpairedPath::Counters &path)
+std::string pathJson(const ImpairedPath::Counters &path)
 {
     return std::format(R"({{"lost":{},"cut":{},"overflowed":{},"duplicated":{}}})", path.lost, path.cut,
                        path.overflowed, path.duplicated);
@@ -34,7 +34,7 @@ std::string rowJson(const Snapshot::Row &row)
                        R"("expired":{},"up":{},"down":{}}})",
                        row.address, row.port, row.state, milliseconds(row.roundTrip), row.unacknowledged, row.link.sent,
                        row.link.sentBytes, row.link.streamSent, row.link.received, row.link.acknowledged,
-                       row.link.reportedLost, row.link.expired, roadJson(row.up), roadJson(row.down));
+                       row.link.reportedLost, row.link.expired, pathJson(row.up), pathJson(row.down));
 }
 
 std::string rowText(const Snapshot::Row &row, double megabitsPerSecond)

@@ -9,8 +9,8 @@ const char *const usageText =
     "usage: enginehost --listen PORT --target-port PORT [--target ADDRESS]\n"
     "\n"
     "Receives bonded SRTLA senders on UDP port --listen and forwards them to the SRT listener\n"
-    "at ADDRESS (127.0.0.1) and --target-port. Each signal of the engine is written as one\n"
-    "JSON object per line to standard output. SIGINT and SIGTERM end it.\n";
+    "at ADDRESS (default: 127.0.0.1) and --target-port. Prints each signal of the engine as\n"
+    "one line of JSON. SIGINT and SIGTERM end the program.\n";
 
 namespace {
 
