@@ -33,7 +33,7 @@ class StreamTest(ProgramCase):
         path.write_bytes(random.Random(seed).randbytes(FILE_SIZE))
         return path
 
-    def carry(self, links, *, passphrase=""):
+    def send_file(self, links, *, passphrase=""):
         """Sends a file over `links`, checks the received file and the engine host's output, and returns the totals of the
         bonding sender and of the listener."""
         file = self.make_file()
@@ -102,7 +102,7 @@ class StreamTest(ProgramCase):
 
     def test_three_clean_links(self):
         """Every link is used, and no packet is lost."""
-        totals, listener = self.carry(LINKS)
+        totals, listener = self.send_file(LINKS)
         self.assert_every_link_carried(totals)
         self.assertEqual(up(totals, "lost"), [0, 0, 0])
         self.assertEqual(totals["caller"]["unsent"], 0)
@@ -110,7 +110,7 @@ class StreamTest(ProgramCase):
 
     def test_one_link_is_cut_and_restored(self):
         """The other links carry the stream during the cut; the link is used again afterwards."""
-        totals, listener = self.carry([LINKS[0], LINKS[1] + ",cut=2s-4s", LINKS[2]])
+        totals, listener = self.send_file([LINKS[0], LINKS[1] + ",cut=2s-4s", LINKS[2]])
         self.assert_every_link_carried(totals)
         cut = up(totals, "cut")
         self.assertGreater(cut[1], 0)
@@ -119,7 +119,7 @@ class StreamTest(ProgramCase):
 
     def test_loss_and_jitter_on_every_link(self):
         """2 % loss in both directions and up to 30 ms jitter with reordering."""
-        totals, listener = self.carry([link + ",loss=2%,jitter=30ms" for link in LINKS])
+        totals, listener = self.send_file([link + ",loss=2%,jitter=30ms" for link in LINKS])
         self.assert_every_link_carried(totals)
         for link in totals["links"]:
             self.assertGreater(link["up"]["lost"], link["sent"] * 0.01, link)
@@ -128,7 +128,7 @@ class StreamTest(ProgramCase):
 
     def test_passphrase(self):
         """An encrypted stream."""
-        totals, _ = self.carry(LINKS, passphrase="correct horse battery")
+        totals, _ = self.send_file(LINKS, passphrase="correct horse battery")
         self.assert_every_link_carried(totals)
 
     def test_two_senders_at_once(self):

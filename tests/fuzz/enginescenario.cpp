@@ -185,7 +185,7 @@ std::string EngineScenario::groupId(std::size_t group) const
 
 void EngineScenario::compare(Expected expected)
 {
-    require(collected.atEndpoint == expected.toEndpoint, "what is sent to the links");
+    require(collected.atEndpoint == expected.toEndpoint, "the datagrams to the links");
     compareListener(expected, collected);
     std::ranges::sort(expected.log);
     std::ranges::sort(log);
@@ -196,12 +196,12 @@ void EngineScenario::compare(Expected expected)
 
 void EngineScenario::compareListener(const Expected &expected, const Arrivals &seen)
 {
-    require(seen.atListener.size() == expected.toListener.size(), "how many datagrams reach the listener");
+    require(seen.atListener.size() == expected.toListener.size(), "the number of datagrams to the listener");
     for (std::size_t i = 0; i < seen.atListener.size(); ++i) {
         const auto &[groupId, datagram] = expected.toListener[i];
         const auto &[port, arrived] = seen.atListener[i];
-        require(arrived == datagram, "what reaches the listener");
-        require(groupPorts.try_emplace(groupId, port).first->second == port, "a group changed its peer");
+        require(arrived == datagram, "a datagram to the listener");
+        require(groupPorts.try_emplace(groupId, port).first->second == port, "a group with two ports at the listener");
         for (const auto &[otherId, otherPort] : groupPorts) {
             require(otherId == groupId || otherPort != port || !model.allGroups().contains(otherId),
                     "two groups are one peer");
@@ -220,7 +220,7 @@ void EngineScenario::compareTables()
         require(group != nullptr && group->id == key, "a group is missing");
         require(group->senderId == QByteArray::fromStdString(expected.senderHalf), "a group's sender");
         require(group->lastActivityMs == expected.lastMs, "a group's last activity");
-        require(group->hasReplyEndpoint == expected.carriedSrt, "whether a group has a reply endpoint");
+        require(group->hasReplyEndpoint == expected.carriedSrt, "the presence of a reply endpoint");
         require(SrtlaEndpoint{group->replyAddress, group->replyPort} == endpointOf(expected.replyEndpoint),
                 "a group's reply endpoint");
         require((group->srtSocket != nullptr) == expected.hasSocket, "a group's socket");
@@ -233,7 +233,7 @@ void EngineScenario::compareTables()
             ++links;
         }
     }
-    require(probe.pathIndex().size() == links, "left-overs in the index of links");
-    require(probe.senderIndex().size() == probe.groups().size(), "left-overs in the index of openers");
-    require(probe.sessionIndex().size() == probe.groups().size(), "left-overs in the index of senders");
+    require(probe.pathIndex().size() == links, "stale entries in the index of links");
+    require(probe.senderIndex().size() == probe.groups().size(), "stale entries in the index of openers");
+    require(probe.sessionIndex().size() == probe.groups().size(), "stale entries in the index of senders");
 }

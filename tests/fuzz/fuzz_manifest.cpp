@@ -26,12 +26,12 @@ QString expectedText(const QJsonObject &object, const char *name)
 void requireMembers(const UpdateManifest &manifest, const QJsonObject &object)
 {
     const QString product = expectedText(object, "product");
-    require(product.isEmpty() || product == QStringLiteral("tarvoline-srtla"), "another product's manifest");
+    require(product.isEmpty() || product == QStringLiteral("tarvoline-srtla"), "the manifest of another product");
     require(manifest.latestVersion == expectedText(object, "latest_version"), "the version");
     require(manifest.downloadUrl == expectedText(object, "download_url"), "the address");
     require(manifest.releaseNotes == expectedText(object, "release_notes"), "the notes");
     require(manifest.sha256 == expectedText(object, "sha256").toLower(), "the digest");
-    require(manifest.installMode == expectedText(object, "install_mode"), "the way to install");
+    require(manifest.installMode == expectedText(object, "install_mode"), "the install mode");
 }
 
 void requireSafeOffer(const UpdateManifest &manifest)
@@ -44,7 +44,7 @@ void requireSafeOffer(const UpdateManifest &manifest)
     };
     const QUrl url(manifest.downloadUrl);
     require(url.scheme() == QStringLiteral("https"), "an installer without TLS");
-    require(url.path().toLower().endsWith(QStringLiteral(".exe")), "an installer that is no program");
+    require(url.path().toLower().endsWith(QStringLiteral(".exe")), "an installer without .exe");
     require(manifest.sha256.size() == 64 && std::ranges::all_of(manifest.sha256, isHex), "an installer without digest");
 }
 
@@ -53,11 +53,11 @@ void requireSafeDecision(const QByteArray &body, const UpdateManifest &manifest)
     const UpdateDecision decision = decideUpdate(body, QStringLiteral("0.9.2"), true);
     const UpdateOffer announced{manifest.downloadUrl, manifest.sha256, manifest.latestVersion};
     const bool isInstallable = isInstallableOffer(manifest.downloadUrl, manifest.sha256, manifest.installMode);
-    require(decision.isAnswered && !decision.text.isEmpty(), "an answer that is not told");
+    require(decision.isAnswered && !decision.text.isEmpty(), "the text for a valid response");
     if (decision.change == OfferChange::Replace) {
-        require(isInstallable && decision.offer == announced, "an offer that is not the manifest's");
+        require(isInstallable && decision.offer == announced, "the offer of the manifest");
     } else {
-        require(decision.offer == UpdateOffer(), "an offer that is none");
+        require(decision.offer == UpdateOffer(), "the offer of another decision");
     }
 }
 
@@ -68,13 +68,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QByteArray body(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     const ManifestReading reading = readUpdateManifest(body);
     const QJsonDocument document = QJsonDocument::fromJson(body);
-    require(reading.isJsonObject == (body.size() <= mostBytes && document.isObject()), "whether it is an object");
-    require(reading.isJsonObject || !reading.manifest, "a manifest that is no object");
+    require(reading.isJsonObject == (body.size() <= mostBytes && document.isObject()), "isJsonObject");
+    require(reading.isJsonObject || !reading.manifest, "a manifest without a JSON object");
     if (reading.isJsonObject) {
         const QString product = expectedText(document.object(), "product");
         const bool usable = (product.isEmpty() || product == QStringLiteral("tarvoline-srtla")) &&
                             !expectedText(document.object(), "latest_version").isEmpty();
-        require(reading.manifest.has_value() == usable, "whether it is a manifest");
+        require(reading.manifest.has_value() == usable, "the presence of a manifest");
     }
     if (reading.manifest) {
         requireMembers(*reading.manifest, document.object());

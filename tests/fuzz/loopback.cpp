@@ -39,7 +39,7 @@ std::uint16_t boundPort(int socket)
 {
     sockaddr_in address{};
     socklen_t length = sizeof address;
-    require(::getsockname(socket, reinterpret_cast<sockaddr *>(&address), &length) == 0, "a socket without a name");
+    require(::getsockname(socket, reinterpret_cast<sockaddr *>(&address), &length) == 0, "getsockname");
     return ntohs(address.sin_port);
 }
 
@@ -48,7 +48,7 @@ void sendTo(int socket, const std::string &datagram, std::uint16_t port)
     const sockaddr_in address = socketAddress(firstHost, port);
     const ssize_t sent = ::sendto(socket, datagram.data(), datagram.size(), 0,
                                   reinterpret_cast<const sockaddr *>(&address), sizeof address);
-    require(std::cmp_equal(sent, datagram.size()), "loopback refused a datagram");
+    require(std::cmp_equal(sent, datagram.size()), "a rejected datagram");
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A module for OBS that measures the plug-in's panel as OBS draws it, in OBS's theme and font: it takes the dock out of
-// the main window, gives it every size, looks for words that are cut off, and leaves a picture of each. The folder for
-// its report and the pictures stands in an environment variable.
+// A module for OBS that measures the plug-in's panel in OBS's theme and font: makes the dock floating, resizes it to
+// several sizes, detects truncated texts and saves pictures. The environment variable TARVOLINE_PANELMETER has the
+// folder for the report and the pictures.
 #include "testkit/panelmeasure.h"
 
 #include <QApplication>
@@ -130,7 +130,7 @@ private:
 
     void measureToolTip()
     {
-        // A tooltip takes its look from the widget that it belongs to; one that OBS itself shows has the theme's.
+        // A tooltip has the style of its widget; one of OBS's own widgets has the theme's style.
         const auto colourOf = [](QWidget *owner) {
             QToolTip::showText(QPoint(10, 10), u"x"_s, owner);
             QString look;
@@ -156,7 +156,7 @@ private:
             frame->resize(frame->size() + wanted - panel->size());
             QCoreApplication::processEvents(QEventLoop::AllEvents);
         } while (panel->size() != wanted && !deadline.hasExpired());
-        // A layout that changes a widget's height for its new width is asked again, level by level.
+        // A changed height-for-width is propagated to the parent layout by a posted event, one level per iteration.
         for (int round = 0; round < layoutRounds; ++round) {
             QCoreApplication::processEvents(QEventLoop::AllEvents);
         }
@@ -174,7 +174,7 @@ private:
             qFatal("no report");
         }
         file.close();
-        file.rename(folder.filePath(u"report.json"_s)); // complete when it is seen
+        file.rename(folder.filePath(u"report.json"_s)); // atomic, because the test waits for this file
     }
 
     [[nodiscard]] QPushButton *showButton() const

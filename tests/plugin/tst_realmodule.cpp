@@ -85,7 +85,7 @@ private:
 void TestRealModule::initTestCase()
 {
     // libobs needs an X display to start. Without "-noreset" the server restarts when its last client disconnects and
-    // rejects connections meanwhile.
+    // rejects connections in the meantime.
     display.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-nolisten"_s, u"tcp"_s, u"-noreset"_s});
     QTRY_VERIFY2_WITH_TIMEOUT(display.canReadLine(), qPrintable(display.errorString()), waitMs);
     qputenv("DISPLAY", ':' + display.readLine().trimmed());

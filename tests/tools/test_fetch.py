@@ -126,7 +126,7 @@ class Fetch(unittest.TestCase):
 
     def test_a_complete_folder_is_left_as_it_is(self):
         self.run_fetch(self.folder)
-        shutil.rmtree(self.served)  # nothing is asked for again
+        shutil.rmtree(self.served)  # a second download would fail
         done = self.run_fetch(self.folder)
         self.assertEqual((done.returncode, done.stdout), (0, f"{self.folder} is complete.\n"))
         self.assertEqual(len(self.cmake_calls()), 3)
@@ -140,14 +140,14 @@ class Fetch(unittest.TestCase):
         self.assertFalse((self.folder / "old").exists())
         self.assertTrue((self.folder / "lib/other").exists())
 
-    def test_an_interrupted_calls_folder_is_made_anew(self):
+    def test_an_incomplete_folder_is_replaced(self):
         self.folder.mkdir(parents=True)
         (self.folder / STATE).write_text("")
         (self.folder / "half").write_text("x")
         self.assertEqual(self.run_fetch(self.folder).returncode, 0)
         self.assertFalse((self.folder / "half").exists())
 
-    def test_somebody_elses_folder_is_refused(self):
+    def test_a_folder_with_other_files_is_refused(self):
         self.folder.mkdir(parents=True)
         (self.folder / "mine").write_text("x")
         done = self.run_fetch(self.folder)
@@ -171,13 +171,13 @@ class Fetch(unittest.TestCase):
             self.assert_refused(self.run_fetch(self.folder), f"{self.base}/{archive} has the digest {found}, not {zeros}.")
         self.assertEqual(self.cmake_calls(), [])
 
-    def test_a_missing_digest_is_refused_before_anything_is_fetched(self):
+    def test_a_missing_digest_is_refused_before_a_download(self):
         self.depend_on("")
         shutil.rmtree(self.served)
         self.assert_refused(self.run_fetch(self.folder),
                             f"No digest is known for {self.base}/{OBS_ARCHIVE}: enter it in dependencies.json first.")
 
-    def test_what_the_server_does_not_have_is_refused(self):
+    def test_a_missing_file_on_the_server_is_an_error(self):
         (self.served / QT_ARCHIVE).unlink()
         self.assert_refused(self.run_fetch(self.folder), f"{self.base}/{QT_ARCHIVE} could not be fetched: File not found.")
 

@@ -83,7 +83,7 @@ class Display:
                 f"{link['up']['lost']:5} lost {link['up']['cut']:5} cut")
 
 
-def carry(seconds):
+def stream_for(seconds):
     """Runs the stream and ends all programs."""
     listener_port = free_udp_port()
     listener = start_listener(listener_port)
@@ -140,7 +140,7 @@ def main():
     options = parser.parse_args()
     FOLDER.mkdir(parents=True, exist_ok=True)
     try:
-        carry(options.seconds)
+        stream_for(options.seconds)
         grab_picture(options.seconds)
     except (Failed, AssertionError, OSError) as failure:
         print(f"The demonstration failed: {failure}", file=sys.stderr)
