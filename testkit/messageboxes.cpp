@@ -13,8 +13,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Prevents that a test waits for ever for an unanswered message box.
-constexpr std::chrono::milliseconds longestAnswer = 30s;
+// Limits the time that a test waits for an unanswered message box.
+constexpr std::chrono::milliseconds answerTimeout = 30s;
 
 } // namespace
 
@@ -45,7 +45,7 @@ bool MessageBoxes::eventFilter(QObject *object, QEvent *event)
         shownBoxes.append({box->windowTitle(), box->text(), box->icon(), box->standardButtons(), box->parentWidget()});
         // Queued, so that it happens in the box's own event loop.
         QMetaObject::invokeMethod(box, [this, box] { answer(*box); }, Qt::QueuedConnection);
-        QTimer::singleShot(longestAnswer, box, [box] {
+        QTimer::singleShot(answerTimeout, box, [box] {
             QTest::qFail(qPrintable(QStringLiteral("The message box \"%1\" stayed open.").arg(box->windowTitle())),
                          __FILE__, __LINE__);
             box->done(QMessageBox::NoButton);

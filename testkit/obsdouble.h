@@ -71,7 +71,7 @@ void failDockRegistration(bool fail);
 const QList<RegisteredDock> &docks();
 /// Calls \a action with each dock that the plug-in has removed, while the dock is still whole.
 void onDockRemoval(std::function<void(QWidget *)> action);
-/// The front end quits as OBS does: the main window goes, and the docks in it, then the front-end functions.
+/// The front end quits as OBS does: destroys the main window with its docks, then removes the front-end functions.
 void quitFrontend();
 
 // Locale tables.

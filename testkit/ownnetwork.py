@@ -24,7 +24,7 @@ def enter():
         return
     namespaces = ["unshare", "--net", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
     if os.environ.get("TARVOLINE_INSIDE"):
-        # The build root's mounts are private already, and its root is no mount point whose propagation could be changed.
+        # The build root's mounts are already private, and its root is no mount point, so that changing its propagation fails.
         namespaces += ["--propagation", "unchanged"]
     if os.geteuid() != 0:
         namespaces.append("--map-root-user")
@@ -47,7 +47,7 @@ def name(hosts):
 
 
 def use_name_server(address):
-    """Makes `address` the name server, with a long time-out, so that shorter limits are the program's."""
+    """Makes `address` the name server. Its time-out is longer than that of the tested programs."""
     _cover(Path("/etc/resolv.conf"), f"nameserver {address}\noptions timeout:30 attempts:5\n")
 
 

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Runs a test program beside the vendor's service: withvendorservice.py VENDOR-HOST CONFIGURATION PROGRAM [ARG...]
 
-The program runs in a network of its own, in which the vendor's host is this machine with a real nginx on port 443, and
-its certificate is trusted. The exit code is the program's, or 77 for "skipped".
+The program runs in a separate network namespace, in which the vendor's host resolves to 127.0.0.1, a real nginx listens on
+port 443 and its certificate is trusted. The exit code is the program's, or 77 for "skipped".
 """
 
 import os
@@ -16,7 +16,7 @@ import ownnetwork
 from certificates import Authority
 from vendorservice import VendorService
 
-HTTPS_PORT = 443  # the vendor's address names no port
+HTTPS_PORT = 443  # the vendor's address has no port
 
 
 def main():

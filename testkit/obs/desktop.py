@@ -74,7 +74,7 @@ class Desktop:
         address = bus.stdout.readline().strip()
         if not address:
             raise RuntimeError(f"dbus-daemon did not start: {(self.folder / 'bus.log').read_text()}")
-        # Qt connects to the accessibility bus at its start only, so the bus has to be running before.
+        # Qt connects to the accessibility bus at its start only, so the bus must be running before.
         subprocess.run(
             ["dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus",
              "org.a11y.Bus.GetAddress"],

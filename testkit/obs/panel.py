@@ -86,7 +86,7 @@ class Panel:
         wait_until(lambda: self._typed(edit, text), lambda: f"{edit} shows what was typed: {self.values()}")
 
     def _typed(self, edit: str, text: str) -> bool:
-        """Types once. On a busy machine a key of xdotool's is lost now and then; the caller then types again."""
+        """Types once. On a loaded machine a key event of xdotool is sometimes lost; the caller then types again."""
         self.enter(self.edits()[edit].name)
         self.press_keys("ctrl+a", "Delete")
         if text:

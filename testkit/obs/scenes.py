@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""A scene collection in which the plug-in's media source already stands, as after the user's first "Quelle reparieren"."""
+"""A scene collection that contains the plug-in's media source, as after the user's first "Quelle reparieren"."""
 
 SCENE = "Scene"
 SOURCE = "Tarvoline SRTLA"

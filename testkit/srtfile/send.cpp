@@ -86,18 +86,18 @@ bool sendSize(SRTSOCKET socket, std::uint64_t size)
 /// Sends from byte \a at on; returns whether the connection stayed open.
 bool sendPaced(SRTSOCKET socket, const Playback &playback, std::uint64_t at)
 {
-    bool holds = sendSize(socket, playback.size() - at);
-    while (holds && at < playback.size()) {
+    bool connected = sendSize(socket, playback.size() - at);
+    while (connected && at < playback.size()) {
         playback.waitUntilDue(at);
         const auto message = playback.message(at);
-        holds = sendMessage(socket, message);
+        connected = sendMessage(socket, message);
         at += message.size();
     }
-    return holds;
+    return connected;
 }
 
 // SRT detects a lost packet by a later one, so the end message is repeated.
-bool goOnUntilHangUp(SRTSOCKET socket)
+bool sendEndUntilClosed(SRTSOCKET socket)
 {
     const auto deadline = Clock::now() + timeout;
     while (srt_getsockstate(socket) == SRTS_CONNECTED) {
@@ -129,13 +129,13 @@ SRTSOCKET connect(const Options &options, const std::string &streamId)
 /// it.
 bool sendRest(SRTSOCKET socket, const Playback &playback, std::uint64_t at)
 {
-    bool holds = sendPaced(socket, playback, at);
-    if (holds) {
+    bool connected = sendPaced(socket, playback, at);
+    if (connected) {
         writeLine(R"({"event":"sent"})");
-        holds = goOnUntilHangUp(socket);
+        connected = sendEndUntilClosed(socket);
     }
     srt_close(socket);
-    return holds;
+    return connected;
 }
 
 } // namespace

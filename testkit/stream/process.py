@@ -56,7 +56,7 @@ class JsonProcess:
                     raise TimedOut(f"not within {timeout_s:g} s from {self.arguments[0]}: {what}\n{self.tail()}")
 
     def write(self, line: str):
-        """Writes a line to its standard input, which has to be a pipe."""
+        """Writes a line to its standard input, which must be a pipe."""
         self._process.stdin.write(line + "\n")
         self._process.stdin.flush()
 
