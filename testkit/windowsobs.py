@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The Windows module in OBS's own Windows libraries, under Wine: the program obshost (testkit/obshost), driven over its
-standard input. It needs an X display, and runs inside the Windows build root."""
+"""The Windows module in OBS's own Windows libraries, under Wine. Controls the program obshost (testkit/obshost) through its
+standard input. Requires an X display and the Windows build root."""
 
 import os
 import pathlib
@@ -24,8 +24,8 @@ _POLL_INTERVAL_S = 0.1
 
 
 class WindowsObs(JsonProcess):
-    """A running obshost with the module loaded. `folder` is for its files; with a `canvas` (width, height) it draws;
-    `environment` chooses the Wine prefix. Methods wait for the answer unless they say otherwise."""
+    """A running obshost with the module loaded. Its files are in `folder`; with a `canvas` (width, height) it renders the
+    scene; `environment` selects the Wine prefix. Methods wait for the response unless stated otherwise."""
 
     def __init__(self, folder: pathlib.Path, *, canvas=None, environment=None):
         self.folder = folder
@@ -43,7 +43,7 @@ class WindowsObs(JsonProcess):
         return [line for line in list(self.objects) if line["event"] == name]
 
     def state(self) -> dict:
-        """What a user sees at this moment: see dockstate.h of obshost."""
+        """The visible state; its members are in dockstate.h of obshost."""
         return self._ask("state", "state")
 
     def status(self) -> str:
@@ -52,12 +52,12 @@ class WindowsObs(JsonProcess):
         return labels[labels.index("Status:") + 1]
 
     def wait_for_status(self, text: str):
-        """Waits until the status says `text`."""
+        """Waits for the status `text`."""
         wait_until(lambda: self.status() == text, lambda: f'status "{text}", it is "{self.status()}"')
 
     def press(self, name: str):
-        """Presses a button of the dock, once it can be pressed; does not wait for what that does."""
-        wait_until(lambda: self._ask(f"press {name}", "pressed")["found"], f'"{name}" can be pressed')
+        """Presses a button of the dock as soon as it is enabled; does not wait for the effect."""
+        wait_until(lambda: self._ask(f"press {name}", "pressed")["found"], f'"{name}" is enabled')
 
     def repair(self, line: str):
         """Presses "Quelle reparieren" and waits for `line` in the dock's log."""
@@ -83,21 +83,21 @@ class WindowsObs(JsonProcess):
         return self._ask(f"savedock {windows_path(file)}", "saved")["ok"]
 
     def save_frame(self, file: pathlib.Path) -> bool:
-        """Saves what OBS draws at the moment; false while it has not drawn."""
+        """Saves the latest rendered frame; false if there is none."""
         return self._ask(f"saveframe {windows_path(file)}", "saved")["ok"]
 
     def picture(self) -> Picture | None:
-        """What OBS draws at the moment."""
+        """The latest rendered frame."""
         file = self.folder / "frame.ppm"
         return Picture.from_ppm(file.read_bytes()) if self.save_frame(file) else None
 
     def shows_pattern(self) -> bool:
-        """Whether the test picture is drawn at the moment."""
+        """Whether the latest frame is the test picture."""
         picture = self.picture()
         return picture is not None and picture.shows_pattern()
 
     def wait_for_picture(self, timeout_s=PICTURE_TIMEOUT_S):
-        """Waits until the test picture is drawn and moves."""
+        """Waits until the test picture is rendered and blinks."""
         seen = set()
 
         def moves():
@@ -111,15 +111,15 @@ class WindowsObs(JsonProcess):
         wait_until(moves, lambda: f"a running picture; the source: {self.state().get('source')}", timeout_s, _POLL_INTERVAL_S)
 
     def wait_for_no_picture(self):
-        """Waits until the test picture is drawn no more."""
+        """Waits until the test picture is not rendered any more."""
         wait_until(lambda: not self.shows_pattern(), "the picture ends", PICTURE_TIMEOUT_S, _POLL_INTERVAL_S)
 
     def dock_log(self) -> list[str]:
-        """All lines that the dock's log ever showed."""
+        """All lines that were appended to the dock's log."""
         return [line["line"] for line in self.events("dockLog")]
 
     def wait_for_dock_log(self, text: str):
-        """Waits until a line of the dock's log holds `text`."""
+        """Waits until a line of the dock's log contains `text`."""
         self.wait_for(lambda line: line["event"] == "dockLog" and text in line["line"], f"{text!r} in the dock's log")
 
     def obs_log(self) -> list[str]:
@@ -127,7 +127,7 @@ class WindowsObs(JsonProcess):
         return [line["line"] for line in self.events("obsLog")]
 
     def quit(self) -> int:
-        """Ends OBS in order and returns the exit code."""
+        """Quits OBS and returns the exit code."""
         self.write("quit")
         return self.exit_code()
 
@@ -145,5 +145,5 @@ class WindowsObs(JsonProcess):
 
 
 def windows_path(path: pathlib.Path) -> str:
-    """How a program under Wine names a file of this system."""
+    """The path of a file for programs under Wine."""
     return "Z:" + str(path).replace("/", "\\")

@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 namespace {
 constexpr int longestCommand = 4096;
 
-// A message box runs an event loop of its own within the click, so the click comes after this command's event.
+// The click is posted, because a message box runs a nested event loop within it and this command's event must be first.
 void click(QAbstractButton *button)
 {
     report("pressed", {{u"found"_s, button != nullptr}});
@@ -32,17 +32,18 @@ void click(QAbstractButton *button)
 Commands::Commands(Frontend &servedFrontend, const Program &servedProgram)
     : frontend(servedFrontend), program(servedProgram)
 {
-    // Standard input has no signal, and its thread cannot be woken: it ends with the process.
+    // A blocking read in a thread, because Qt has no notifier for standard input on Windows. The read cannot be
+    // interrupted, so the thread is detached and ends with the process.
     std::thread([this] {
         char line[longestCommand];
         while (std::fgets(line, sizeof line, stdin)) {
-            QMetaObject::invokeMethod(this, [this, text = QByteArray(line).trimmed()] { carryOut(text); });
+            QMetaObject::invokeMethod(this, [this, text = QByteArray(line).trimmed()] { execute(text); });
         }
         QMetaObject::invokeMethod(this, &QApplication::quit);
     }).detach();
 }
 
-void Commands::carryOut(const QByteArray &line)
+void Commands::execute(const QByteArray &line)
 {
     const qsizetype space = line.indexOf(' ');
     const QByteArray command = line.first(space < 0 ? line.size() : space);

@@ -6,23 +6,23 @@
 class Frontend;
 class Program;
 
-/// Carries out the commands of standard input, one a line, on the main thread, and reports each with one event.
+/// Executes the commands of standard input, one per line, on the main thread, and reports each with one event.
 ///
-///   state             event "state": the dock's labels, edits, checks and buttons, an open message box, the media
-///   source press NAME        presses the dock's button of this text or accessible name; event "pressed" with "found"
-///   answer            presses the default button of the open message box; event "pressed" with "found"
-///   remove NAME       deletes this item of the current scene; event "removed" with "found"
-///   savedock FILE     saves the dock with all groups open; event "saved" with "ok"
-///   saveframe FILE    saves the most recent frame of the program; event "saved" with "ok"
-///   quit              ends the event loop, as the end of standard input does
+///   state           event "state" with the members of currentState()
+///   press NAME      presses the dock's button with this text or accessible name; event "pressed" with "found"
+///   answer          presses the default button of the open message box; event "pressed" with "found"
+///   remove NAME     deletes this item of the current scene; event "removed" with "found"
+///   savedock FILE   saves the dock with all groups open; event "saved" with "ok"
+///   saveframe FILE  saves the most recent frame of the program; event "saved" with "ok"
+///   quit            ends the event loop, as the end of standard input does
 class Commands : public QObject
 {
 public:
-    /// \a frontend and \a program have to outlive the event loop.
+    /// \a frontend and \a program must outlive the event loop.
     Commands(Frontend &frontend, const Program &program);
 
 private:
-    void carryOut(const QByteArray &line);
+    void execute(const QByteArray &line);
     void press(const QByteArray &name) const;
     [[nodiscard]] bool saveDock(const QString &file) const;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// OBS's front-end interface with every function empty, for a front end that needs a few of them.
+// OBS's front-end interface with empty functions, as base of a front end that implements only some of them.
 #include <obs-frontend-internal.hpp>
 
 // clang-format off

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // A front end without OBS's window: OBS's own libobs and obs-ffmpeg, a main window with a dock area and one scene.
 // Usage: obshost SDK-FOLDER MODULE DATA-FOLDER [WIDTHxHEIGHT]
-// Loads the module, carries out commands (commands.h) until "quit", and unloads it. With a size, OBS draws the scene on
-// a canvas of that size. Events on standard output, besides those of the commands: "versions", "loaded" for each
-// module, "dock", "obsLog", "dockLog", "ready", "released" (nothing of the scene is left), "ended" (libobs is shut
-// down).
+// Loads the module, executes commands (commands.h) until "quit", and unloads it. With a size, OBS renders the scene on
+// a canvas of that size. Events on standard output in addition to those of the commands: "versions", "loaded" for each
+// module, "dock", "obsLog", "dockLog", "ready", "released" (the scene and its sources are destroyed), "ended" (libobs
+// is shut down).
 #include "commands.h"
 #include "dockstate.h"
 #include "frontend.h"
@@ -38,8 +38,8 @@ QSize sizeFrom(const QByteArray &text)
     return {numbers.first().toInt(), numbers.last().toInt()};
 }
 
-// Under Wine a thread of libsrt keeps a mutex locked while it waits for a condition (docs/windows.md). The clean-up
-// after the last connection waits for that mutex for ever, so libsrt is kept from cleaning up.
+// Under Wine a thread of libsrt keeps a mutex locked while it waits for a condition (docs/windows.md). The cleanup
+// after the last connection would block on that mutex, so this additional reference prevents it.
 bool keepSrtStarted()
 {
     QLibrary srt(u"srt"_s);
@@ -55,7 +55,7 @@ bool startObs(const QByteArray &sdk)
     }
     report("versions",
            {{u"qt"_s, QString::fromLatin1(qVersion())}, {u"libobs"_s, QString::fromUtf8(obs_get_version_string())}});
-    // OBS finds them by its folder layout, for which this call was to be given up.
+    // OBS itself finds the effects relative to its program, which this program is not; the call is deprecated.
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     obs_add_data_path((sdk + "/data/effects/").constData());
@@ -80,7 +80,7 @@ bool runUntilQuit(const QByteArray &sdk, const char *module, const char *data, P
     if (loaded) {
         QApplication::exec();
     }
-    // In OBS's own order: the scenes, then libobs with its modules, while the main window stands.
+    // In OBS's own order: the scenes, then libobs with its modules, while the main window still exists.
     program.stop();
     frontend.releaseScene();
     obs_wait_for_destroy_queue();
@@ -89,7 +89,7 @@ bool runUntilQuit(const QByteArray &sdk, const char *module, const char *data, P
     return loaded;
 }
 
-// The application's end belongs to OBS's: it waits for what still runs in Qt's thread pool.
+// QApplication's destructor waits for the tasks in Qt's thread pool, as at the end of OBS.
 int runApplication(int argc, char **argv)
 {
     const QApplication application(argc, argv);
@@ -110,6 +110,6 @@ int main(int argc, char **argv)
     }
     const int code = runApplication(argc, argv);
     report("ended", {{u"leaks"_s, static_cast<qint64>(bnum_allocs())}});
-    // Libsrt's own destructor waits as its clean-up does (keepSrtStarted).
+    // Libsrt's static destructor would block as its cleanup does (keepSrtStarted).
     return !TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
 }

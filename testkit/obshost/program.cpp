@@ -4,14 +4,14 @@
 #include <obs.hpp>
 
 namespace {
-// The processor draws; the test pattern changes twice a second.
+// Low, because rendering is done in software; the test pattern changes twice per second.
 constexpr uint32_t framesPerSecond = 15;
 } // namespace
 
 bool Program::start(QSize canvas)
 {
     obs_video_info video{};
-    video.graphics_module = "libobs-opengl"; // libobs-d3d11 asks Windows for more than Wine has
+    video.graphics_module = "libobs-opengl"; // libobs-d3d11 needs functions that Wine lacks
     video.fps_num = framesPerSecond;
     video.fps_den = 1;
     video.base_width = video.output_width = static_cast<uint32_t>(canvas.width());

@@ -5,12 +5,12 @@
 
 struct video_data;
 
-/// OBS's drawn program output: a graphics device on OpenGL and the most recent frame.
+/// OBS's rendered program output with OpenGL, and its most recent frame.
 class Program
 {
 public:
-    /// Starts drawing on a canvas of this size; its width must be a multiple of 4, its height even. Libobs must run.
-    /// Returns false where there is no graphics device.
+    /// Starts rendering on a canvas of this size; its width must be a multiple of 4, its height even. Libobs must run.
+    /// Returns false if there is no graphics device.
     bool start(QSize canvas);
     void stop();
     /// The most recent frame; null before the first one.
