@@ -26,8 +26,8 @@ class DemoError(Exception):
 
 
 def prepare(folder: pathlib.Path) -> pathlib.Path:
-    """Empties the folder of an earlier demo and makes it; SIGINT and SIGTERM raise KeyboardInterrupt from then on, so that
-    all programs are ended. Returns the absolute path."""
+    """Creates an empty folder and deletes that of an earlier demo; from then on SIGINT and SIGTERM raise KeyboardInterrupt, so
+    that all programs are ended. Returns the absolute path."""
     for ending in (signal.SIGINT, signal.SIGTERM):
         signal.signal(ending, signal.default_int_handler)
     folder = folder.resolve()
@@ -49,7 +49,7 @@ def port_taken() -> DemoError:
 
 
 def no_picture(timeout_s: float, dock_log: list, obs_log) -> DemoError:
-    """The error for a picture that did not come in time; `obs_log` is the path of OBS's log."""
+    """The error for a picture that did not arrive in time; `obs_log` is the path of OBS's log."""
     lines = "".join(f"\n  {line}" for line in dock_log)
     return DemoError(f"No picture within {timeout_s:g} s. The dock's log:{lines}\nOBS's log: {obs_log}")
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Shows the module of the Windows build receive a bonded test stream in OBS's own Windows libraries, under Wine.
+"""Runs the module for Windows with a bonded test stream in OBS's own Windows libraries, under Wine.
 
-Saves a picture of the dock and one of what OBS draws, and ends. There is no window: OBS's own is not among its libraries.
+Saves pictures of the dock and of OBS's rendered output, and ends. OBS's window is not part of the libraries, so none is opened.
 """
 
 import argparse
@@ -23,7 +23,7 @@ _CREATED = "OBS | Neue SRT-Quelle angelegt"
 def main() -> int:
     options = _options()
     folder = prepare(options.folder)
-    say("Loading the module into OBS's own Windows libraries, under Wine …")
+    say("Loading the module in OBS's own Windows libraries, under Wine …")
     try:
         obs = WindowsObs(folder, canvas=PATTERN)
     except (stream.Ended, stream.TimedOut) as failure:
@@ -31,7 +31,7 @@ def main() -> int:
         return 1
     try:
         _receive(obs, options)
-        say("OBS ends …")
+        say("Quitting OBS …")
         return obs.quit()
     except KeyboardInterrupt:
         say("")
