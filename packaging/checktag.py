@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Refuses a tag from which no release can be made: checktag.py TAG VENDOR-HOST
+"""Checks the tag and the vendor host of a release: checktag.py TAG VENDOR-HOST
 
-The tag has to be "v" and the version of buildspec.json, and the vendor's host one that can exist: a release with the
-reserved example domain would send its users' requests nowhere.
+The tag must be "v" and the version in buildspec.json. The vendor host must not be a reserved domain: requests of users to
+it would fail.
 """
 
 import json
@@ -12,12 +12,12 @@ import sys
 from pathlib import Path
 
 BUILDSPEC = Path(__file__).resolve().parents[1] / "buildspec.json"
-# RFC 2606: these top-level domains never exist.
+# RFC 2606: top-level and second-level domains that are never assigned.
 RESERVED = r"(^|\.)(example|invalid|localhost|test)$|(^|\.)example\.(com|net|org)$"
 
 
 def problem(tag, host, version):
-    """Why there is to be no release; None when nothing is wrong."""
+    """The error in the arguments, as a text; None without an error."""
     if tag != f"v{version}":
         return f"The tag {tag!r} is not v{version}, the version in buildspec.json"
     if not host:

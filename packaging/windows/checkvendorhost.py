@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Refuses packages for Windows whose module was built for another vendor's host: such a plug-in never trusts the update
-manifest that is published beside it. Usage: checkvendorhost.py HOST ZIP…
+"""Rejects packages for Windows whose module was built for another vendor host: such a plug-in would reject the update
+manifest of this release. Usage: checkvendorhost.py HOST ZIP…
 """
 
 import re
@@ -10,23 +10,24 @@ import zipfile
 from pathlib import Path
 
 
-def names(data, host):
-    """Whether the host stands in a module as 8-bit or UTF-16 text, and not merely as the end of a longer name."""
-    for upperByte in (b"", b"\0"):
-        text = b"".join(re.escape(character.encode()) + upperByte for character in host)
-        if re.search(b"(?<![a-z0-9.-]" + upperByte + b")" + text + b"(?![a-z0-9.-])", data):
+def contains_host(data, host):
+    """Whether a module contains the host as 8-bit or UTF-16 text that is not part of a longer name."""
+    for upper_byte in (b"", b"\0"):
+        text = b"".join(re.escape(character.encode()) + upper_byte for character in host)
+        if re.search(b"(?<![a-z0-9.-]" + upper_byte + b")" + text + b"(?![a-z0-9.-])", data):
             return True
     return False
 
 
 def findings(package, host):
+    """The errors of a package, as texts."""
     try:
         with zipfile.ZipFile(package) as archive:
-            return [f"{package.name}: {name} was not built for the vendor's host {host}"
+            return [f"{package.name}: {name} was not built for the vendor host {host}"
                     for name in archive.namelist()
-                    if name.lower().endswith(".dll") and not names(archive.read(name), host)]
+                    if name.lower().endswith(".dll") and not contains_host(archive.read(name), host)]
     except zipfile.BadZipFile:
-        return [f"{package.name} is no zip archive"]
+        return [f"{package.name} is not a zip archive"]
 
 
 def main():

@@ -1,23 +1,23 @@
 { SPDX-License-Identifier: GPL-2.0-or-later }
-{ OBS Studio on this machine: where it is, whether it runs, how it is asked to close and started again. }
-{ No structure or callback here has a pointer in it: Setup may be a 32-bit or a 64-bit program. }
+{ OBS Studio on this machine: its folder, running processes, closing and restarting. }
+{ Setup may be a 32-bit or a 64-bit program, so structures here have no pointers. }
 
 const
   ObsProgramName = 'obs64.exe';
-  { Beside every OBS, and beside no other program of that name. }
+  { In the folder of every OBS; distinguishes OBS from other programs with this name. }
   ObsLibraryName = 'obs.dll';
-  { OBS ends its outputs and saves before it goes. }
-  CloseWithinMs = 60000;
-  LookEveryMs = 250;
-  { So OBS calls its main window in every language: "OBS 31.1.1 - Profile: ...", "OBS Studio 31.1.1 - ...". }
+  { OBS stops its outputs and saves its settings before the process ends. }
+  CloseTimeoutMs = 60000;
+  PollIntervalMs = 250;
+  { Start of the main window's title in every language: "OBS 31.1.1 - Profile: ...", "OBS Studio 31.1.1 - ...". }
   MainWindowTitle = 'OBS ';
 
   PROCESS_QUERY_LIMITED_INFORMATION = $1000;
   WM_CLOSE = $10;
   GW_OWNER = 4;
   MaxProcesses = 4096;
-  BytesOfAnId = 4;
-  { Of a path, in characters. }
+  BytesPerId = 4;
+  { Length of a path in characters. }
   PathCapacity = 4096;
 
 type
@@ -69,7 +69,7 @@ begin
     FileExists(AddBackslash(ExtractFileDir(ProgramPath)) + ObsLibraryName);
 end;
 
-{ The program of a running OBS, of the first one where several run; empty when none does. }
+{ Path of the program of the first running OBS; empty if none is running. }
 function RunningObs: String;
 var
   Found: TProcessIds;
@@ -78,9 +78,9 @@ var
   ProgramPath: String;
 begin
   Result := '';
-  if not EnumProcesses(Found, MaxProcesses * BytesOfAnId, Used) then
+  if not EnumProcesses(Found, MaxProcesses * BytesPerId, Used) then
     exit;
-  for I := 0 to Used div BytesOfAnId - 1 do begin
+  for I := 0 to Used div BytesPerId - 1 do begin
     ProgramPath := ProgramOfProcess(Found.Ids[I]);
     if IsObs(ProgramPath) then begin
       Result := ProgramPath;
@@ -89,13 +89,13 @@ begin
   end;
 end;
 
-{ Before OBS goes: which one it was, so that the same one is started again. }
+{ Stores the running OBS before it is closed, so that the same program is restarted. }
 procedure RememberObs;
 begin
   RememberedObs := RunningObs;
 end;
 
-{ Where OBS's own installer has put it; empty when it never ran. }
+{ The folder in which OBS's installer has installed it; empty if it has not. }
 function ObsFolder(Param: String): String;
 begin
   if not RegQueryStringValue(HKLM64, 'SOFTWARE\OBS Studio', '', Result) then
@@ -120,7 +120,7 @@ begin
   Result := FileExists(ObsProgram(''));
 end;
 
-{ OBS finds its data by its working folder. }
+{ The working folder for OBS, relative to which it finds its data. }
 function ObsProgramFolder(Param: String): String;
 begin
   Result := ExtractFileDir(ObsProgram(''));
@@ -156,13 +156,13 @@ var
   Title: String;
 begin
   Title := StringOfChar(' ', Length(Start));
-  { The size counts the zero at the end. }
+  { The size includes the terminating zero. }
   SetLength(Title, GetWindowText(Window, Title, Length(Start) + 1));
   Result := Title = Start;
 end;
 
-{ Floating docks, which the main window owns, and projectors are left alone: they would be gone before OBS saves which of
-  them were open. Whether the main window can be seen does not count: OBS in the tray hides it. }
+{ Floating docks (owned by the main window) and projectors must stay open until OBS has saved which of them are open. The main
+  window may be hidden, if OBS is in the tray. }
 function IsMainWindowOfObs(Window: HWND): Boolean;
 var
   ProcessId: LongWord;
@@ -174,7 +174,8 @@ begin
   end;
 end;
 
-{ Asks every running OBS, as a click on the cross does; OBS itself asks back while it streams or records. }
+{ Closes the main window of every running OBS, as its close button does, and waits for the end of the processes. OBS asks
+  the user for confirmation while it streams or records. }
 procedure AskObsToClose;
 var
   Window: HWND;
@@ -187,13 +188,13 @@ begin
     Window := FindWindowEx(0, Window, 0, 0);
   end;
   WaitedMs := 0;
-  while (RunningObs <> '') and (WaitedMs < CloseWithinMs) do begin
-    Sleep(LookEveryMs);
-    WaitedMs := WaitedMs + LookEveryMs;
+  while (RunningObs <> '') and (WaitedMs < CloseTimeoutMs) do begin
+    Sleep(PollIntervalMs);
+    WaitedMs := WaitedMs + PollIntervalMs;
   end;
 end;
 
-{ True when no OBS runs (any more). Closes it where the switch or the user says so. }
+{ True if no OBS is running. Closes OBS if the switch is given or the user agrees. }
 function ObsIsClosed: Boolean;
 begin
   if RunningObs <> '' then

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Makes the packages for Windows out of a built module: the installer, a zip for OBS's plug-in folder, a zip in the
-layout of a portable OBS, a zip of the debug information where it is a file of its own, and SHA256SUMS. What stands behind
-"--" is the command that runs Inno Setup's compiler. The output folder is replaced when all of them are made.
-The zips of two runs hold the same bytes, and so does the installer where SOURCE_DATE_EPOCH gives the time of its files.
+"""Creates the packages for Windows from a built module: the installer, a zip for OBS's plug-in folder, a zip in the layout of
+a portable OBS, a zip of the debug information, and SHA256SUMS. The arguments after "--" are the command of Inno Setup's
+compiler. The output folder is replaced after all packages have been created.
+Zips of the same files are identical; installers of the same files are identical if SOURCE_DATE_EPOCH is set.
 """
 
 import argparse
@@ -16,36 +16,36 @@ import tempfile
 import zipfile
 from pathlib import Path
 
-# No time of day in the archives: the earliest that a zip can state.
+# The earliest time in a zip, for all files, so that archives do not depend on the time of the build.
 ZIP_TIME = (1980, 1, 1, 0, 0, 0)
 RUNTIME_SUFFIXES = {".dll", ".ini", ".json"}
 
 
 def main():
-    arguments = parseArguments()
+    arguments = parse_arguments()
     module = arguments.tree / "bin" / "64bit" / f"{arguments.name}.dll"
     for path in (module, arguments.pdb or module):
         if not path.is_file():
-            sys.exit(f"{path} is missing: build the module first.")
+            sys.exit(f"{path} is missing. Build the module first.")
     arguments.output.parent.mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory(dir=arguments.output.parent) as folder:
-        made = makePackages(Path(folder), arguments)
+        made = make_packages(Path(folder), arguments)
         shutil.rmtree(arguments.output, ignore_errors=True)
         made.rename(arguments.output)
 
 
-def makePackages(stage, arguments):
-    """The folder with all packages and their sums, below "stage"."""
+def make_packages(stage, arguments):
+    """Creates all packages and their sums below `stage`; returns their folder."""
     output = stage / "packages"
     output.mkdir()
     tree = stage / arguments.name
-    copyTree(arguments.tree, tree)
+    copy_tree(arguments.tree, tree)
     stem = f"Tarvoline-SRTLA-Plugin-v{arguments.version}-windows-x64"
     made = [
-        writeZip(output / f"{stem}.zip", plainLayout(tree, arguments)),
-        writeZip(output / f"{stem}-portable.zip", portableLayout(tree, arguments)),
-        makeInstaller(stage, tree, output, arguments),
-        writeZip(output / f"{stem}-pdb.zip", {f"{arguments.name}.pdb": arguments.pdb}),
+        write_zip(output / f"{stem}.zip", plain_layout(tree, arguments)),
+        write_zip(output / f"{stem}-portable.zip", portable_layout(tree, arguments)),
+        make_installer(stage, tree, output, arguments),
+        write_zip(output / f"{stem}-pdb.zip", {f"{arguments.name}.pdb": arguments.pdb}),
     ]
     sums = "".join(f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n" for path in sorted(made))
     (output / "SHA256SUMS").write_text(sums, newline="\n")
@@ -53,7 +53,7 @@ def makePackages(stage, arguments):
     return output
 
 
-def parseArguments():
+def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__)
     for name in ("name", "version"):
         parser.add_argument(f"--{name}", required=True)
@@ -63,8 +63,8 @@ def parseArguments():
     return parser.parse_args()
 
 
-def copyTree(source, target):
-    """The module and its data alone: build folders also hold import libraries and debug databases."""
+def copy_tree(source, target):
+    """Copies the files that OBS loads; build folders also contain import libraries and PDBs."""
     for path in sorted(source.rglob("*")):
         if path.suffix in RUNTIME_SUFFIXES:
             copy = target / path.relative_to(source)
@@ -73,7 +73,7 @@ def copyTree(source, target):
 
 
 def texts(arguments, kind):
-    """The texts that go beside the module, by their name in the package."""
+    """The text files of a package, by their name in it."""
     return {
         "README.txt": arguments.readme / f"readme-{kind}.txt",
         "LIESMICH.txt": arguments.readme / f"liesmich-{kind}.txt",
@@ -81,12 +81,14 @@ def texts(arguments, kind):
     }
 
 
-def plainLayout(tree, arguments):
+def plain_layout(tree, arguments):
+    """The files of the archive for OBS's plug-in folder, by their name in it."""
     files = {f"{arguments.name}/{path.relative_to(tree).as_posix()}": path for path in tree.rglob("*") if path.is_file()}
     return files | texts(arguments, "plain")
 
 
-def portableLayout(tree, arguments):
+def portable_layout(tree, arguments):
+    """The files of the archive for a portable OBS, by their name in it."""
     module = f"{arguments.name}.dll"
     files = {f"obs-plugins/64bit/{module}": tree / "bin" / "64bit" / module}
     for path in (tree / "data").rglob("*"):
@@ -95,7 +97,7 @@ def portableLayout(tree, arguments):
     return files | texts(arguments, "portable")
 
 
-def writeZip(target, files):
+def write_zip(target, files):
     with zipfile.ZipFile(target, "w", zipfile.ZIP_DEFLATED) as archive:
         for name, path in sorted(files.items()):
             entry = zipfile.ZipInfo(name, ZIP_TIME)
@@ -104,22 +106,22 @@ def writeZip(target, files):
     return target
 
 
-def makeInstaller(stage, tree, output, arguments):
+def make_installer(stage, tree, output, arguments):
     readme = stage / "readme"
     readme.mkdir()
     for name, path in texts(arguments, "installed").items():
         shutil.copyfile(path, readme / name)
-    setTimes(tree, readme)
+    set_times(tree, readme)
     defines = {"Tree": tree, "Readme": readme, "Output": output}
-    result = subprocess.run([*arguments.iscc, *(f"/D{name}={windowsPath(path)}" for name, path in defines.items()),
-                             windowsPath(arguments.script)], capture_output=True, text=True, errors="replace", check=False)
+    result = subprocess.run([*arguments.iscc, *(f"/D{name}={windows_path(path)}" for name, path in defines.items()),
+                             windows_path(arguments.script)], capture_output=True, text=True, errors="replace", check=False)
     if result.returncode != 0:
-        sys.exit(f"The installer was not made:\n{result.stdout}{result.stderr}")
+        sys.exit(f"Inno Setup failed:\n{result.stdout}{result.stderr}")
     return output / f"Tarvoline-SRTLA-Plugin-Setup-v{arguments.version}.exe"
 
 
-def setTimes(*folders):
-    """The files' times, which the installer notes, are those of the commit in a release."""
+def set_times(*folders):
+    """Sets the times of all files, which the installer contains, to SOURCE_DATE_EPOCH."""
     seconds = os.environ.get("SOURCE_DATE_EPOCH")
     if seconds is None:
         return
@@ -128,8 +130,8 @@ def setTimes(*folders):
             os.utime(path, (int(seconds), int(seconds)))
 
 
-def windowsPath(path):
-    """A path as a Windows program sees it: under Wine, drive Z is this system's root."""
+def windows_path(path):
+    """The path for a Windows program; under Wine, drive Z is the root of the file system."""
     absolute = str(path.resolve())
     return absolute if sys.platform == "win32" else "Z:" + absolute.replace("/", "\\")
 

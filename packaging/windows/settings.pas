@@ -1,5 +1,5 @@
 { SPDX-License-Identifier: GPL-2.0-or-later }
-{ What the plug-in keeps outside its folder, and what becomes of it when it is uninstalled. }
+{ The plug-in's files and settings outside of its folder, and their removal. }
 
 const
   VendorKey = 'Software\Tarvoline';
@@ -8,7 +8,7 @@ const
 var
   RemovesSettings: Boolean;
 
-{ True to go on. A silent uninstall keeps the settings, unless the switch /REMOVESETTINGS is given. }
+{ False if the user cancels. A silent uninstall keeps the settings unless the switch /REMOVESETTINGS is given. }
 function AskAboutSettings: Boolean;
 var
   Answer: Integer;
@@ -42,15 +42,15 @@ begin
   RemoveDir(Folder);
 end;
 
-{ The statistics file for other programs, in both its places, and downloaded installers in any case, the settings where
-  asked: those of the account that runs the uninstaller. }
-procedure RemoveTraces;
+{ Removes the statistics file, its copy and downloaded installers, and on request the settings. Affects only the account that
+  runs the uninstaller. }
+procedure RemoveUserFiles;
 var
   Temp: String;
 begin
   Temp := GetEnv('TEMP');
   DeleteStatistics(AddBackslash(Temp) + 'Tarvoline');
-  { Qt names an application's folder after its program where the application states no name; OBS states none. }
+  { OBS sets no application name, so Qt uses the name of its program for the folder. }
   DeleteStatistics(ExpandConstant('{localappdata}\') + ChangeFileExt(ObsProgramName, ''));
   DeleteMatching(Temp, 'Tarvoline-SRTLA-Plugin-Setup-v*.exe');
   if RemovesSettings then begin

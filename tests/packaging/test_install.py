@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The files that `cmake --install` installs, and the exported symbols of the module."""
+"""The files of `cmake --install`, and the exported symbols of the module."""
 
 import json
 import os
@@ -39,7 +39,7 @@ def files_below(folder: pathlib.Path) -> list[str]:
     return sorted(str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir())
 
 
-class Install(unittest.TestCase):
+class InstallTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
@@ -82,7 +82,7 @@ class Install(unittest.TestCase):
         for address in manifest["urls"].values():
             self.assertRegex(address, r"^https://[a-z0-9.-]+/\w*$")
 
-    def test_installed_locale_files_are_those_of_the_source(self):
+    def test_installed_locale_files_equal_the_sources(self):
         self.install("--component", "user", "--prefix", str(self.folder))
         source = pathlib.Path(__file__).resolve().parents[2] / "locale"
         for name in ("de-DE.ini", "en-US.ini"):
@@ -90,7 +90,7 @@ class Install(unittest.TestCase):
             self.assertEqual(installed.read_bytes(), (source / name).read_bytes())
 
 
-class ModuleFile(unittest.TestCase):
+class ModuleFileTest(unittest.TestCase):
     def test_exports_the_entry_points_and_nothing_else(self):
         symbols = output_of("nm", "--dynamic", "--defined-only", "--format=just-symbols", str(MODULE)).split()
         self.assertEqual(sorted(symbols), ENTRY_POINTS)

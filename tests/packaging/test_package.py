@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The Debian package: its files, its dependencies, and its installation into a copy of this system."""
+"""The Debian package: its files and dependencies, and its installation in a copy of this system."""
 
 import json
 import os
@@ -15,11 +15,12 @@ from test_install import BUILD, MULTIARCH, SYSTEM_FILES, output_of
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 WITH_PACKAGE = pathlib.Path(__file__).with_name("withpackage.sh")
 MODULE = f"/usr/lib/{MULTIARCH}/obs-plugins/tarvoline-srtla.so"
-# The packages whose libraries the module is linked with, whatever suffix the suite gives them.
+# The packages of the linked libraries, without the suffixes of different Debian releases.
 LIBRARY_PACKAGES = ["libc6", "libcurl", "libobs", "libqt6core6", "libqt6network6", "libqt6widgets6", "libstdc++6"]
+NEEDS_ROOT = unittest.skipUnless(os.geteuid() == 0, "installing needs root")
 
 
-class Package(unittest.TestCase):
+class PackageTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         folder = tempfile.TemporaryDirectory()
@@ -42,7 +43,7 @@ class Package(unittest.TestCase):
         self.assertEqual(self.field("Package"), "tarvoline-srtla")
         self.assertEqual(self.field("Version"), "0.9.2")
 
-    def test_holds_the_system_install_and_nothing_else(self):
+    def test_contains_the_system_install_and_nothing_else(self):
         listing = output_of("dpkg-deb", "--contents", str(self.package)).splitlines()
         entries = [line.split() for line in listing]
         files = sorted(entry[5].removeprefix("./") for entry in entries if not entry[0].startswith("d"))
@@ -51,7 +52,7 @@ class Package(unittest.TestCase):
         for mode, *_ in entries:
             self.assertIn(mode, ("drwxr-xr-x", "-rw-r--r--"))
 
-    def test_depends_on_obs_and_the_modules_libraries(self):
+    def test_depends_on_obs_and_the_linked_libraries(self):
         depends = [entry.strip() for entry in self.field("Depends").split(",")]
         self.assertIn("obs-studio (>= 31.1)", depends)
         for package in LIBRARY_PACKAGES:
@@ -63,21 +64,21 @@ class Package(unittest.TestCase):
             subprocess.run(["dpkg-deb", "--extract", str(self.package), folder], check=True)
             self.assertNotIn(".debug_info", output_of("readelf", "--sections", "--wide", folder + MODULE))
 
-    @unittest.skipUnless(os.geteuid() == 0, "installing needs root")
-    def test_installs_and_leaves_the_system_alone(self):
+    @NEEDS_ROOT
+    def test_is_installed_in_the_copy_only(self):
         done = self.inside("dpkg-query", "--show", "--showformat=${Status} ${Version}", "tarvoline-srtla")
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertEqual(done.stdout, "install ok installed 0.9.2")
         self.assertFalse(pathlib.Path(MODULE).exists())
 
-    @unittest.skipUnless(os.geteuid() == 0, "installing needs root")
+    @NEEDS_ROOT
     def test_installed_module_finds_its_libraries(self):
         done = self.inside("ldd", MODULE)
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertNotIn("not found", done.stdout)
 
-    @unittest.skipUnless(os.geteuid() == 0, "installing needs root")
-    def test_obs_loads_the_installed_plugin_from_the_system_place(self):
+    @NEEDS_ROOT
+    def test_obs_loads_the_installed_plugin(self):
         done = self.inside("python3", "-B", str(PROJECT / "tests/packaging/obswithsystemplugin.py"))
         self.assertEqual(done.returncode, 0, done.stderr)
         session = json.loads(done.stdout)
@@ -91,8 +92,8 @@ class Package(unittest.TestCase):
         self.assertNotIn("text for module: 'tarvoline-srtla.so'", log)
         self.assertIn("Number of memory leaks: 0", log)
 
-    @unittest.skipUnless(os.geteuid() == 0, "installing needs root")
-    def test_removes_without_a_trace(self):
+    @NEEDS_ROOT
+    def test_removal_leaves_no_files(self):
         done = self.inside("sh", "-c", f"dpkg --purge tarvoline-srtla >&2 && for path in {MODULE} "
                                        "/usr/share/obs/obs-plugins/tarvoline-srtla /usr/share/doc/tarvoline-srtla; "
                                        "do [ ! -e $path ] || exit 1; done")
@@ -102,6 +103,6 @@ class Package(unittest.TestCase):
 if __name__ == "__main__":
     if subprocess.run(["unshare", "--mount", "--propagation", "unchanged", "true"], stderr=subprocess.DEVNULL,
                       check=False).returncode != 0:
-        print("Skipped: the package is installed into a copy of the system, and this user may not mount one.")
+        print("Skipped: the package is installed in a copy of the system, which needs the right to mount.")
         sys.exit(77)
     unittest.main()

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Plain CMake without tests needs only the dependencies of the plug-in and builds only the plug-in. The sources are compiled in
-the build of this test and not again."""
+"""With BUILD_TESTING=OFF CMake needs only the dependencies of the plug-in and builds only the plug-in. This test configures and
+reads the targets; the sources are compiled in the build that runs this test."""
 
 import pathlib
 import subprocess
@@ -8,13 +8,13 @@ import tempfile
 import unittest
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
-# What tests, benchmarks and tools need beside it. CMake treats a disabled package as one that is not installed.
+# Packages for tests, benchmarks and tools. CMake treats a disabled package as not installed.
 NOT_NEEDED = ("Qt6Test", "Python3", "PkgConfig")
 TARGETS = {"engine/libengine.a", "online/libonline.a", "dock/libdock.a",
            "plugins/tarvoline-srtla/bin/64bit/tarvoline-srtla.so"}
 
 
-class PlainCMake(unittest.TestCase):
+class PlainCMakeTest(unittest.TestCase):
     def test_builds_the_plugin_alone(self):
         with tempfile.TemporaryDirectory() as folder:
             configured = subprocess.run(["cmake", "-G", "Ninja", "-S", PROJECT, "-B", folder, "-DBUILD_TESTING=OFF",

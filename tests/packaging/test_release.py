@@ -13,7 +13,7 @@ from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
 SCRIPTS = ("packaging/release", "packaging/windows/checkvendorhost.py")
-# A module that is built and packed like the real one, in a second.
+# A small project in place of this one, which is built and packaged in a second.
 MINIATURE = {
     "CMakePresets.json": """{"version": 6, "configurePresets": [{"name": "linux", "generator": "Ninja",
         "installDir": "/usr", "cacheVariables": {"CMAKE_BUILD_TYPE": "RelWithDebInfo"}}]}""",
@@ -38,7 +38,7 @@ COMMITTED_AT_S = 1_000_000_000
 ARCHIVE = "tarvoline-srtla-7.8.9.tar.gz"
 
 
-class Release(unittest.TestCase):
+class ReleaseTest(unittest.TestCase):
     def setUp(self):
         self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.project = self.folder / "project"
@@ -164,7 +164,7 @@ class Release(unittest.TestCase):
                   "longer": b"https://vendor.test.de\0", "wide": "https://my-vendor.test".encode("utf-16-le")}
         ready = self.ready_packages(ours=ours, **others)
         done = self.release("--windows", ready)
-        self.assert_refused(done, *(f"{name}.zip: bin/{name}.DLL was not built for the vendor's host vendor.test"
+        self.assert_refused(done, *(f"{name}.zip: bin/{name}.DLL was not built for the vendor host vendor.test"
                                     for name in others))
         self.assertNotIn("ours.zip", done.stderr)
         self.assertFalse((self.project / "build/release/linux").exists())
@@ -174,7 +174,7 @@ class Release(unittest.TestCase):
         self.have_miniature()
         ready = self.ready_packages()
         Path(ready, "damaged.zip").write_text("x")
-        self.assert_refused(self.release("--windows", ready), "damaged.zip is no zip archive")
+        self.assert_refused(self.release("--windows", ready), "damaged.zip is not a zip archive")
 
     def test_a_build_that_fails_leaves_the_earlier_release(self):
         (self.project / "dev").write_text("#!/bin/sh\nexit 1\n")

@@ -76,13 +76,13 @@ class MakeManifestTest(unittest.TestCase):
     def test_rejects_versions_that_plug_ins_cannot_compare(self):
         for version in ("abc", "", "v1.0", "1.0-beta", "1.", ".1", "1..2", "../1", "1.0\n", "9999999999"):
             with self.subTest(version=version):
-                self.assert_refused("is no version", version, self.installer)
+                self.assert_refused("is not a version", version, self.installer)
 
-    def test_rejects_files_that_are_no_installer(self):
+    def test_rejects_files_that_are_not_installers(self):
         self.assert_refused("No such file", "1.0", self.folder / "none.exe")
         self.assert_refused("the file is empty", "1.0", self.file("empty.exe", b""))
-        self.assert_refused("no Windows program", "1.0", self.file("page.exe", b"<html>"))
-        self.assert_refused("ends in .exe", "1.0", self.file("Setup.msi", PROGRAM),
+        self.assert_refused("not a Windows program", "1.0", self.file("page.exe", b"<html>"))
+        self.assert_refused("must end in .exe", "1.0", self.file("Setup.msi", PROGRAM),
                             "--address", f"https://{VENDOR}/Setup.exe")
         (self.folder / "folder.exe").mkdir()
         self.assert_refused("Is a directory", "1.0", self.folder / "folder.exe")
@@ -113,10 +113,10 @@ class MakeManifestTest(unittest.TestCase):
         self.file("huge.txt", b"n" * 66000)
         run = self.make("1.0", self.installer, "--notes", self.folder / "huge.txt")
         self.assertEqual(run.returncode, 1)
-        self.assertIn("65536 at most", run.stderr)
+        self.assertIn("at most 65536", run.stderr)
         self.assertFalse(self.manifest.exists())
 
-    def test_rejects_notes_that_are_no_text(self):
+    def test_rejects_notes_that_are_not_text(self):
         self.assert_refused("No such file", "1.0", self.installer, "--notes", self.folder / "none.txt")
         self.assert_refused("not UTF-8", "1.0", self.installer, "--notes", self.file("notes.txt", b"\xff\xfe"))
 
