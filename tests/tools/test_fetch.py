@@ -151,13 +151,13 @@ class Fetch(unittest.TestCase):
         self.folder.mkdir(parents=True)
         (self.folder / "mine").write_text("x")
         done = self.run_fetch(self.folder)
-        self.assertEqual((done.returncode, done.stderr), (1, f"{self.folder} holds other files: name a new folder.\n"))
+        self.assertEqual((done.returncode, done.stderr), (1, f"{self.folder} contains other files; use a new folder.\n"))
         self.assertTrue((self.folder / "mine").exists())
 
     def test_a_file_in_place_of_the_folder_is_refused(self):
         self.folder.parent.mkdir()
         self.folder.write_text("x")
-        self.assertEqual(self.run_fetch(self.folder).stderr, f"{self.folder} is no folder.\n")
+        self.assertEqual(self.run_fetch(self.folder).stderr, f"{self.folder} is not a folder.\n")
         self.assertEqual(self.folder.read_text(), "x")
 
     def test_another_digest_is_refused(self):
@@ -175,7 +175,7 @@ class Fetch(unittest.TestCase):
         self.depend_on("")
         shutil.rmtree(self.served)
         self.assert_refused(self.run_fetch(self.folder),
-                            f"No digest is known for {self.base}/{OBS_ARCHIVE}: enter it in dependencies.json first.")
+                            f"There is no digest for {self.base}/{OBS_ARCHIVE} in dependencies.json.")
 
     def test_a_missing_file_on_the_server_is_an_error(self):
         (self.served / QT_ARCHIVE).unlink()
@@ -190,7 +190,7 @@ class Fetch(unittest.TestCase):
     def test_a_failed_build_leaves_nothing(self):
         done = self.run_fetch(self.folder, fail_at="--build")
         build = self.folder / "obs-studio-31.1.1/build_x64"
-        self.assert_refused(done, f'"cmake --build {build} …" ended with 3; its own words stand above.')
+        self.assert_refused(done, f'"cmake --build {build} …" failed with exit code 3; see its output above.')
 
     def test_without_a_folder_the_usage_is_shown(self):
         for arguments in ((), ("a", "b")):

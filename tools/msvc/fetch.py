@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Fetches what the preset windows-x64 builds against: fetch.py FOLDER
+"""Fetches the dependencies of the preset windows-x64: fetch.py FOLDER
 
-Untested on Windows: the downloads, their digests and every refusal are tested against a local server with archives of the
-same layout, the build of libobs is not.
+Untested on Windows. Downloads, digests and errors are tested with a local server and archives of the same layout; the build
+of libobs is not tested.
 
-The sources of OBS come by the digest in dependencies.json. The prebuilt dependencies and Qt are those that these very
-sources name, by the digests in their buildspec.json. libobs and the front-end interface are then built and installed into
-FOLDER. A complete FOLDER is left as it is; one that an interrupted call has left behind is made anew.
+The digest of OBS's sources is in dependencies.json; those of the prebuilt dependencies and of Qt are in the buildspec.json of
+these sources. libobs and the front-end interface are built and installed into FOLDER. A complete FOLDER is not changed; an
+incomplete FOLDER of an interrupted call is replaced.
 """
 
 import hashlib
@@ -21,7 +21,7 @@ from pathlib import Path
 
 ARCHIVES = {"prebuilt": "windows-deps-{version}-x64{revision}.zip", "qt6": "windows-deps-qt6-{version}-x64{revision}.zip"}
 PLATFORM = "windows-x64"
-# Names the dependencies that a complete folder holds; empty while it is being filled.
+# In a complete folder: the digest of dependencies.json. Empty while the folder is being filled.
 STATE_FILE = "tarvoline-dependencies.txt"
 CHUNK_BYTES = 1 << 20
 STALLED_AFTER_S = 60
@@ -48,20 +48,21 @@ def main():
 
 
 def is_complete(folder, wanted):
-    """Whether nothing is to be done; otherwise the folder is there and empty afterwards. Refuses others' folders."""
+    """Whether the folder is complete; otherwise it exists and is empty afterwards. Exits with an error if it contains other
+    files."""
     if folder.exists() and not folder.is_dir():
-        sys.exit(f"{folder} is no folder.")
+        sys.exit(f"{folder} is not a folder.")
     state = folder / STATE_FILE
     if state.is_file():
         if state.read_text() == wanted:
             return True
         shutil.rmtree(folder)
     elif folder.is_dir() and any(folder.iterdir()):
-        sys.exit(f"{folder} holds other files: name a new folder.")
+        sys.exit(f"{folder} contains other files; use a new folder.")
     try:
         folder.mkdir(parents=True, exist_ok=True)
     except OSError as error:
-        sys.exit(f"{folder} could not be made: {error.strerror}.")
+        sys.exit(f"{folder} could not be created: {error.strerror}.")
     return False
 
 
@@ -74,7 +75,7 @@ def fill(folder, obs):
 
 
 def prebuilt_archives(buildspec):
-    """The (url, sha256) pairs of the dependencies that the sources of OBS name in their buildspec.json."""
+    """The (url, sha256) pairs of the dependencies in the buildspec.json of OBS's sources."""
     dependencies = json.loads(buildspec.read_text())["dependencies"]
     for name, pattern in ARCHIVES.items():
         entry = dependencies[name]
@@ -84,9 +85,9 @@ def prebuilt_archives(buildspec):
 
 
 def fetch(url, sha256, folder):
-    """The downloaded file; ends the program where it cannot be had or has another digest."""
+    """The downloaded file. Exits with an error if the download fails or has another digest."""
     if not sha256:
-        sys.exit(f"No digest is known for {url}: enter it in dependencies.json first.")
+        sys.exit(f"There is no digest for {url} in dependencies.json.")
     print(f"Fetching {url} …", flush=True)
     target = folder / url.rpartition("/")[2]
     digest = hashlib.sha256()
@@ -126,7 +127,7 @@ def run(*command):
     except OSError as error:
         sys.exit(f"{command[0]} could not be started: {error.strerror}.")
     if code != 0:
-        sys.exit(f"\"{' '.join(map(str, command[:3]))} …\" ended with {code}; its own words stand above.")
+        sys.exit(f"\"{' '.join(map(str, command[:3]))} …\" failed with exit code {code}; see its output above.")
 
 
 if __name__ == "__main__":
