@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# Qt as OBS for Windows ships it: DLLs with import libraries made from them, Debian's headers with its feature switches
-# (tools/windows/qt-headers), and the host's moc. Stands in for Qt's own package, which OBS does not ship.
+# The Qt of OBS for Windows: OBS's DLLs with import libraries created from them, Debian's headers with the feature switches of
+# these DLLs (tools/windows/qt-headers), and the host's moc. Replaces Qt's own CMake package, which OBS does not include.
 set(sdk "${CMAKE_BINARY_DIR}/windows-sdk")
-set(Qt6Core_VERSION_MAJOR 6) # what AUTOMOC asks for
+set(Qt6Core_VERSION_MAJOR 6) # read by AUTOMOC
 set(Qt6Core_VERSION_MINOR 8)
 
 if(NOT TARGET Qt6::moc)
@@ -46,7 +46,7 @@ endforeach()
 set_property(TARGET Qt6::Core APPEND PROPERTY INTERFACE_COMPILE_DEFINITIONS
     UNICODE _UNICODE WIN32 $<$<NOT:$<CONFIG:Debug>>:QT_NO_DEBUG>)
 
-# Those of its settings that the project uses.
+# The settings of Qt's function that the project uses.
 macro(qt_standard_project_setup)
     set(CMAKE_AUTOMOC ON)
 endmacro()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# The Qt that OBS 31.1 ships for Windows.
+# The version of Qt in OBS 31.1 for Windows.
 set(PACKAGE_VERSION 6.8.3)
 if(PACKAGE_FIND_VERSION VERSION_LESS_EQUAL PACKAGE_VERSION AND PACKAGE_FIND_VERSION_MAJOR EQUAL 6)
     set(PACKAGE_VERSION_COMPATIBLE TRUE)

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// What Microsoft's linker would take from the static part of its C++ run-time and mingw-w64's CRT objects do not have:
-// operator new and delete, the table of type_info, and the guard of function-local statics. The rest is in
-// vcruntime140.dll, msvcp140.dll and the Universal CRT, which OBS brings or Windows has.
+// The functions of the static part of Microsoft's C++ run-time that mingw-w64's CRT objects lack: operator new and
+// delete, the virtual table of type_info, and the guards of function-local statics. The rest is in vcruntime140.dll,
+// msvcp140.dll and the Universal CRT, which are part of OBS or Windows.
 
 #include <limits.h>
 #include <new>
 #include <typeinfo>
 #include <windows.h>
 
-// Unlike Microsoft's, without a new-handler: nothing of this project sets one.
+// Without a new-handler, unlike Microsoft's: this project sets none.
 void *operator new(size_t size)
 {
     if (void *memory = malloc(size == 0 ? 1 : size)) {
@@ -46,20 +46,20 @@ void operator delete[](void *memory, size_t) noexcept
 }
 const std::nothrow_t std::nothrow{};
 
-// The table of type_info's virtual functions, to which every record of a type points. The compiler takes it for the
-// run-time's own and emits none. vcruntime140.dll reads the records and never calls through the table.
+// The virtual table of type_info, to which every type descriptor points. The compiler does not emit it, because it is
+// part of the run-time. vcruntime140.dll reads type descriptors and never calls functions through the table.
 type_info::~type_info() noexcept = default;
 static void neverCalled() {}
 extern "C" const void *const typeInfoTable[1] __asm__("??_7type_info@@6B@");
 const void *const typeInfoTable[1] = {reinterpret_cast<const void *>(&neverCalled)};
 
 extern "C" {
-// The compiler asks for it wherever floating-point numbers are used; nothing reads it.
+// Referenced by the compiler in code with floating-point numbers; never read.
 int _fltused = 0;
 
-// Function-local statics, as the compiler calls them (the thread-safe statics of C++11, "/Zc:threadSafeInit"): the
-// guard is 0 before, -1 during and a positive epoch after the initialisation; a thread that has seen a later epoch
-// skips the call.
+// Thread-safe initialisation of function-local statics ("/Zc:threadSafeInit"). The compiler calls these functions
+// unless the guard is an epoch that the thread has seen. The guard is 0 before and -1 during the initialisation, and
+// afterwards an epoch.
 __declspec(thread) int _Init_thread_epoch = INT_MIN;
 static int globalEpoch = INT_MIN;
 static SRWLOCK guardLock = SRWLOCK_INIT;

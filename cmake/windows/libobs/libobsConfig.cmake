@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# libobs of OBS 31.1 for Windows, the headers of that release.
+# libobs of OBS 31.1 for Windows, with the headers of this release.
 set(sdk "${CMAKE_BINARY_DIR}/windows-sdk")
 if(NOT TARGET OBS::libobs)
     add_library(OBS::libobs SHARED IMPORTED GLOBAL)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-# The front-end interface of OBS 31.1 for Windows, the headers of that release.
+# The front-end API of OBS 31.1 for Windows, with the headers of this release.
 set(sdk "${CMAKE_BINARY_DIR}/windows-sdk")
 if(NOT TARGET OBS::obs-frontend-api)
     add_library(OBS::obs-frontend-api SHARED IMPORTED GLOBAL)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Functions of Microsoft's STL that the msvcp140.dll of the import library lacks; QtTest's watch for hanging tests
-// waits on a condition variable with them. They may return early: every caller tests its condition again.
+// Functions of Microsoft's STL that Wine's msvcp140.dll lacks. QtTest's watchdog waits on a condition variable with
+// them. They may return early, because every caller tests its condition again.
 #include <xatomic_wait.h>
 #include <xthreads.h>
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// In place of the header of this name for Microsoft's compiler, whose types clash with those of Wine's C headers.
-// What is compiled here needs none of its definitions.
+// Replaces Qt's header for Microsoft's compiler, whose types conflict with those of Wine's C headers. The files that
+// are compiled here do not need its definitions.
 #include <QtCore/qglobal.h>
 
-struct IDWriteFontFace; // named by a private header that declares it only with DirectWrite
+struct IDWriteFontFace; // used in a private header that declares it only with DirectWrite
 
-// What Wine's wincrypt.h lacks (learn.microsoft.com/windows/win32/api/wincrypt).
+// Missing in Wine's wincrypt.h (learn.microsoft.com/windows/win32/api/wincrypt).
 #define CERT_FIND_HAS_PRIVATE_KEY (21 << 16)
 #define CNG_RSA_PRIVATE_KEY_BLOB (reinterpret_cast<const char *>(83))
 #define CRYPT_PRIVATE_KEY_INFO CERT_PRIVATE_KEY_INFO

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// What the STL's <future> names of Microsoft's Parallel Patterns Library, for std::async, which this project does not
-// use.
+// The declarations of Microsoft's Parallel Patterns Library that the STL's <future> needs for std::async, which this
+// project does not use.
 
 namespace Concurrency {
 template<class Result> class task

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// What Microsoft's STL expects of the Universal CRT's headers and Wine's C headers do not declare. Included before
-// every file.
+// Declarations of the Universal CRT that Microsoft's STL needs and Wine's C headers lack. Included before every source
+// file by a compiler option.
 #ifdef __cplusplus
 
 #include <errno.h>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// The part of the compiler's run-time header that Microsoft's STL and Wine's C headers ask for. What each macro means:
-// "C runtime (CRT) and C++ standard library (STL) .lib files" and the STL's own yvals_core.h.
+// The part of the compiler's run-time header that Microsoft's STL and Wine's C headers need. The macros are described
+// in Microsoft's "C runtime (CRT) and C++ standard library (STL) .lib files" and used in the STL's yvals_core.h.
 
 #include <sal.h>
 #include <vadefs.h>
 
-// Without these, Wine's corecrt.h would declare the types once more.
+// The macros prevent a second declaration of the types in Wine's corecrt.h.
 typedef unsigned __int64 size_t;
 typedef __int64 ptrdiff_t;
 typedef __int64 intptr_t;
@@ -36,7 +36,7 @@ typedef bool __vcrt_bool;
 #define _CRTIMP2_PURE_IMPORT __declspec(dllimport)
 #define _MRTIMP2 __declspec(dllimport)
 #define _PGLOBAL
-#define _Deref_post_opt_valid_ // the one annotation that mingw-w64's sal.h lacks
+#define _Deref_post_opt_valid_ // missing in mingw-w64's sal.h
 
 #define __CRTDECL __cdecl
 #define __CLRCALL_OR_CDECL __cdecl

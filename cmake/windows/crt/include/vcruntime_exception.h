@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// std::exception and the exceptions that operator new and dynamic_cast throw. Their layout is that of the objects that
-// cross into msvcp140.dll and OBS's Qt: one pointer to a table of virtual functions and one __std_exception_data.
+// std::exception and the exceptions of operator new and dynamic_cast. The layout is that of msvcp140.dll and OBS's Qt,
+// because exceptions are passed between them and the module: a pointer to the virtual table and a __std_exception_data.
 
 #include <vcruntime.h>
 
@@ -25,7 +25,7 @@ public:
         const __std_exception_data given = {what, true};
         __std_exception_copy(&given, &_Data);
     }
-    exception(char const *const what, int) noexcept : _Data() { _Data._What = what; } // a literal: not copied
+    exception(char const *const what, int) noexcept : _Data() { _Data._What = what; } // a literal, which is not copied
     exception(exception const &other) noexcept : _Data() { __std_exception_copy(&other._Data, &_Data); }
     exception &operator=(exception const &other) noexcept
     {

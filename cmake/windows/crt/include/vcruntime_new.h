@@ -34,7 +34,7 @@ void __cdecl operator delete[](void *, size_t, std::align_val_t) noexcept;
 void __cdecl operator delete(void *, std::align_val_t, std::nothrow_t const &) noexcept;
 void __cdecl operator delete[](void *, std::align_val_t, std::nothrow_t const &) noexcept;
 
-// The STL's <new> looks for these two names before it defines the placement forms itself.
+// The STL's <new> defines the placement forms unless these macros are defined.
 #ifndef __PLACEMENT_NEW_INLINE
 #define __PLACEMENT_NEW_INLINE
 inline void *__cdecl operator new(size_t, void *place) noexcept

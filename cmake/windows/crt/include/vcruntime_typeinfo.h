@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
-// type_info as vcruntime140.dll knows it, and the exceptions of dynamic_cast and typeid.
+// type_info with the layout of vcruntime140.dll, and the exceptions of dynamic_cast and typeid.
 
 #include <vcruntime_exception.h>
 
