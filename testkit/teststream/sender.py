@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """A mobile sender: a real encoder with libsrt, and the bonding sender over several links."""
 
+import os
 import pathlib
 import subprocess
 import threading
@@ -137,3 +138,12 @@ class MobileSender:
         while not self._stopping.wait(_RECONNECT_INTERVAL_S):
             if not self._encoder.running():
                 self._encoder.start()
+
+
+def path_with_silent_encoder(folder: pathlib.Path) -> str:
+    """Creates `folder` with a program "ffmpeg" that sends nothing; returns a value of PATH with this folder first."""
+    folder.mkdir(parents=True, exist_ok=True)
+    encoder = folder / "ffmpeg"
+    encoder.write_text("#!/bin/sh\nexec sleep infinity\n")
+    encoder.chmod(0o755)
+    return f"{folder}:{os.environ['PATH']}"

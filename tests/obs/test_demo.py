@@ -12,6 +12,7 @@ import unittest
 import case
 import obs
 from obs import wait_until
+from teststream import path_with_silent_encoder
 from timelimits import OBS_TIMEOUT_S
 
 _DEMO = pathlib.Path(__file__).resolve().parents[2] / "tools" / "obsdemo" / "obsdemo.py"
@@ -72,13 +73,7 @@ class DemoTest(unittest.TestCase):
         self.assertIn("UDP port 5000 is taken", run.stdout)
 
     def test_no_picture(self):
-        # An encoder that sends nothing.
-        programs = self.folder / "programs"
-        programs.mkdir()
-        encoder = programs / "ffmpeg"
-        encoder.write_text("#!/bin/sh\nexec sleep infinity\n")
-        encoder.chmod(0o755)
-        run = self._run("--timeout", "2", PATH=f"{programs}:{os.environ['PATH']}")
+        run = self._run("--timeout", "2", PATH=path_with_silent_encoder(self.folder / "programs"))
         self.assertEqual(run.returncode, 1, run.stdout + run.stderr)
         self.assertIn("No picture within 2 s.", run.stdout)
         self.assertIn("START | SRTLA UDP 5000 → SRT 127.0.0.1:5002", run.stdout)

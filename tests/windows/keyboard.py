@@ -1,16 +1,18 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""A user's keyboard on the test's screen, on which no window manager runs."""
+"""Keyboard input on the test's X display, which has no window manager."""
 
 import re
 import subprocess
 
 
 def press(key):
+    """Presses and releases a key, named as by xdotool."""
     subprocess.run(["xdotool", "key", key], check=True)
 
 
-def windowWithTheKeyboard():
-    """The name of the window below the pointer, where the keys go; empty when there is none."""
+def focused_window():
+    """Name of the window with the keyboard focus; empty without one. Without a window manager that is the window below the
+    pointer."""
     result = subprocess.run(["xdotool", "getmouselocation", "--shell"], capture_output=True, text=True, check=False)
     window = re.search(r"^WINDOW=(\d+)$", result.stdout, re.MULTILINE)
     if not window:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Stands in for Windows' netsh, which has no firewall under Wine: appends its command line to netsh.log beside it.
+// Replaces netsh, because Wine has no firewall: appends its command line to netsh.log in its folder.
 #include <cstring>
 
 #include <windows.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A replacement for OBS Studio: a process named obs64.exe with a main window that closes on WM_CLOSE, and two windows
-// that only OBS may close. Writes its starts, its ends and each WM_CLOSE to one of the two ("disturbed"), with its
-// working folder, to obs64.log in its folder.
+// Replaces OBS Studio: a process obs64.exe with a main window that closes on WM_CLOSE, a floating dock and a projector,
+// which must not receive WM_CLOSE. Logs to obs64.log in its folder, each with the working folder: "start", "end", and
+// "disturbed" for a WM_CLOSE to the dock or the projector.
 // --minimize-to-tray hides the main window, as OBS does.
 #include <cstdio>
 #include <string>
@@ -11,7 +11,7 @@
 
 namespace {
 
-void note(const char *what)
+void logEvent(const char *event)
 {
     char program[MAX_PATH];
     GetModuleFileNameA(nullptr, program, MAX_PATH);
@@ -19,7 +19,7 @@ void note(const char *what)
     char folder[MAX_PATH];
     GetCurrentDirectoryA(MAX_PATH, folder);
     if (FILE *log = std::fopen((path.substr(0, path.rfind('.')) + ".log").c_str(), "a")) {
-        std::fprintf(log, "%s %s\n", what, folder);
+        std::fprintf(log, "%s %s\n", event, folder);
         std::fclose(log);
     }
 }
@@ -36,7 +36,7 @@ LRESULT CALLBACK handleMainWindow(HWND window, UINT message, WPARAM first, LPARA
 LRESULT CALLBACK handleOtherWindow(HWND window, UINT message, WPARAM first, LPARAM second)
 {
     if (message == WM_CLOSE) {
-        note("disturbed");
+        logEvent("disturbed");
         return 0;
     }
     return DefWindowProcA(window, message, first, second);
@@ -58,7 +58,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR commandLine, int)
     registerClass(instance, "StandInObs", handleMainWindow);
     registerClass(instance, "StandInObsOther", handleOtherWindow);
     const bool inTheTray = std::string_view(commandLine).find("--minimize-to-tray") != std::string_view::npos;
-    // All of them beside the middle of the screen, where the tests' pointer is and Setup's windows open.
+    // Not in the middle of the screen, where the pointer is and Setup opens its windows.
     HWND mainWindow = CreateWindowA("StandInObs", "OBS 31.1.1 - Profile: Test - Scenes: Test",
                                     WS_OVERLAPPEDWINDOW | (inTheTray ? 0 : WS_VISIBLE), 700, 500, 200, 100, nullptr,
                                     nullptr, instance, nullptr);
@@ -66,12 +66,12 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR commandLine, int)
                     100, mainWindow, nullptr, instance, nullptr);
     CreateWindowA("StandInObsOther", "Projector - Preview", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 700, 720, 200, 100,
                   nullptr, nullptr, instance, nullptr);
-    note("start");
+    logEvent("start");
     MSG message;
     while (GetMessageA(&message, nullptr, 0, 0) > 0) {
         TranslateMessage(&message);
         DispatchMessageA(&message);
     }
-    note("end");
+    logEvent("end");
     return 0;
 }

@@ -1,62 +1,60 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The uninstaller as a user meets it: the question about the settings, its buttons, the question that follows.
+"""The uninstaller with its windows: first the question about the settings, then the confirmation.
 
-Usage: test_uninstall.py PACKAGES VERSION STAND-IN-OBS TOOLS-OF-WINE
+Usage: test_uninstall.py PACKAGES VERSION OBS-STAND-IN WINE-TOOLS
 """
 
 import sys
 import unittest
 
-from keyboard import press, windowWithTheKeyboard
-from machinecase import INSTALLED, SETTINGS, SILENT, MachineCase
-from winemachine import waitFor
+from keyboard import focused_window, press
+from machinecase import INSTALLED, SETTINGS_KEY, MachineCase, configure, wait_for
 
-ABOUT_SETTINGS = "Uninstall"
-QUESTION = "Tarvoline SRTLA for OBS Studio Uninstall"
+SETTINGS_QUESTION = "Uninstall"
+CONFIRMATION = "Tarvoline SRTLA for OBS Studio Uninstall"
 STORED = {"listenPort": "5000"}
 
 
-class Uninstall(MachineCase):
+class UninstallTest(MachineCase):
     def setUp(self):
         super().setUp()
-        self.machine.setRegistry(SETTINGS, "listenPort", STORED["listenPort"])
-        self.assertEqual(self.machine.run(self.setup, *SILENT).returncode, 0)
-        self.uninstaller = self.machine.start(self.app / "uninstall" / "unins000.exe")
-        self.addCleanup(self.uninstaller.wait)
-        self.addCleanup(self.uninstaller.kill)
-        self.waitForWindow(ABOUT_SETTINGS)
+        self.machine.set_registry(SETTINGS_KEY, "listenPort", STORED["listenPort"])
+        self.assertEqual(self.install(), 0)
+        self.uninstaller = self.start(self.app / "uninstall" / "unins000.exe")
+        self.wait_for_window(SETTINGS_QUESTION)
 
-    def waitForWindow(self, name):
-        waitFor(lambda: windowWithTheKeyboard() == name, f"the window {name!r}")
+    def wait_for_window(self, name):
+        wait_for(lambda: focused_window() == name, f"the window {name!r}")
 
-    def waitForTheEnd(self):
+    def confirm(self):
+        """Confirms the uninstallation, waits for its end and closes the final message."""
         press("alt+y")
-        waitFor(lambda: not self.app.exists(), "the plug-in's folder to go")
-        self.waitForWindow(QUESTION)
+        wait_for(lambda: not self.app.exists(), "removal of the plug-in's folder")
+        self.wait_for_window(CONFIRMATION)
         press("Return")
 
-    def testSettingsStayByDefault(self):
+    def test_default_keeps_the_settings(self):
         press("Return")
-        self.waitForWindow(QUESTION)
-        self.waitForTheEnd()
-        # The settings would have gone before the folder.
-        self.assertEqual(self.machine.registry(SETTINGS), STORED)
+        self.wait_for_window(CONFIRMATION)
+        self.confirm()
+        # Settings are removed before the folder.
+        self.assertEqual(self.machine.registry(SETTINGS_KEY), STORED)
 
-    def testYesRemovesTheSettings(self):
+    def test_yes_removes_the_settings(self):
         press("alt+y")
-        self.waitForWindow(QUESTION)
-        self.assertEqual(self.machine.registry(SETTINGS), STORED)
-        self.waitForTheEnd()
+        self.wait_for_window(CONFIRMATION)
+        self.assertEqual(self.machine.registry(SETTINGS_KEY), STORED)
+        self.confirm()
         self.uninstaller.wait()
-        waitFor(lambda: self.machine.registry(SETTINGS) is None, "the settings to go")
+        wait_for(lambda: self.machine.registry(SETTINGS_KEY) is None, "removal of the settings")
 
-    def testCancelChangesNothing(self):
+    def test_cancel_changes_nothing(self):
         press("Escape")
         self.uninstaller.wait()
-        self.assertEqual(self.installedFiles(), INSTALLED)
-        self.assertEqual(self.machine.registry(SETTINGS), STORED)
+        self.assertEqual(self.installed_files(), INSTALLED)
+        self.assertEqual(self.machine.registry(SETTINGS_KEY), STORED)
 
 
 if __name__ == "__main__":
-    Uninstall.take(*sys.argv[1:5])
+    configure(*sys.argv[1:5])
     unittest.main(argv=sys.argv[:1] + sys.argv[5:])

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The update from the check to the start of the project's installer, on a machine created and checked by
-// test_update.py. The environment variable TARVOLINE_TEST_SETUP is the path of the installer.
+// The update from the check to the start of the project's installer. test_update.py creates the Wine prefix and checks
+// the result. The environment variable TARVOLINE_TEST_SETUP is the path of the installer.
 #include "dock/updatefixture.h"
 
 #include "buildspec.h"
@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int installMs = 120000;
-constexpr int nobodyQuit = 7;
+constexpr int timeoutExitCode = 7;
 
 QByteArray content(const QString &path)
 {
@@ -27,11 +27,11 @@ QByteArray content(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Runs the application's own event loop until someone quits it.
+/// Runs the application's event loop. Returns its exit code, or timeoutExitCode if it does not quit within installMs.
 int runApplication()
 {
     QTimer guard;
-    QObject::connect(&guard, &QTimer::timeout, [] { QCoreApplication::exit(nobodyQuit); });
+    QObject::connect(&guard, &QTimer::timeout, [] { QCoreApplication::exit(timeoutExitCode); });
     guard.start(installMs);
     return QCoreApplication::exec();
 }
@@ -44,11 +44,11 @@ class TestDockInstallSetup : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void startsTheInstallerAndQuits();
-    void startsNothingWhoseDigestDiffers();
+    void startsInstallerAndQuits();
+    void rejectsInstallerWithOtherDigest();
 
 private:
-    /// Serves \a served as the installer that the manifest announces, and has the dock find it.
+    /// Serves a manifest with the digest of the installer, and \a served as the installer; checks for updates.
     void offer(UpdateFixture &fixture, const QByteArray &served) const;
 
     QByteArray setup;
@@ -57,7 +57,7 @@ private:
 
 void TestDockInstallSetup::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this through testkit/withservers.py");
+    QVERIFY2(HttpsServers().isUsable(), "run this test with testkit/withservers.py");
     setup = content(qEnvironmentVariable("TARVOLINE_TEST_SETUP"));
     QVERIFY(setup.startsWith("MZ"));
     QVERIFY(!QFile::exists(saved));
@@ -81,7 +81,7 @@ void TestDockInstallSetup::offer(UpdateFixture &fixture, const QByteArray &serve
     QVERIFY(!fixture.installButton->isHidden());
 }
 
-void TestDockInstallSetup::startsTheInstallerAndQuits()
+void TestDockInstallSetup::startsInstallerAndQuits()
 {
     UpdateFixture fixture;
     offer(fixture, setup);
@@ -91,7 +91,7 @@ void TestDockInstallSetup::startsTheInstallerAndQuits()
     QCOMPARE(content(saved), setup);
 }
 
-void TestDockInstallSetup::startsNothingWhoseDigestDiffers()
+void TestDockInstallSetup::rejectsInstallerWithOtherDigest()
 {
     UpdateFixture fixture;
     QByteArray changed = setup;

@@ -1,19 +1,19 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The virtual tables that DLLs export, as Microsoft's compiler laid them out."""
+"""The virtual tables that DLLs built with Microsoft's compiler export."""
 
 import struct
 
 import pefile
 
 SLOT_BYTES = 8
-JUMP_THROUGH_POINTER = b"\xff\x25"  # jmp [rip + 32-bit displacement]: how a DLL calls a function of another one
+JUMP_THROUGH_POINTER = b"\xff\x25"  # jmp [rip + 32-bit displacement]: a call of an imported function
 JUMP_BYTES = 6
 MAX_EXPORTS = 0x10000
 TABLE_PREFIX = "??_7"
 
 
 class Library:
-    """A DLL's exported names, and what its virtual tables' slots call."""
+    """The exported names of a DLL and the slots of its virtual tables."""
 
     def __init__(self, path):
         self._image = pefile.PE(path, fast_load=True, max_symbol_exports=MAX_EXPORTS)
@@ -25,16 +25,16 @@ class Library:
                       for section in self._image.sections if section.IMAGE_SCN_MEM_EXECUTE]
         self.exports = {symbol.name.decode(): symbol.address
                         for symbol in self._image.DIRECTORY_ENTRY_EXPORT.symbols if symbol.name}
-        self._exportsAt = {}
+        self._names_at = {}
         for name, address in self.exports.items():
-            self._exportsAt.setdefault(address, []).append(name)
+            self._names_at.setdefault(address, []).append(name)
         self._imports = {symbol.address - self._base: symbol.name.decode()
                          for library in self._image.DIRECTORY_ENTRY_IMPORT for symbol in library.imports if symbol.name}
         self._tables = {address for name, address in self.exports.items() if name.startswith(TABLE_PREFIX)}
 
     def slots(self, table):
-        """What the slots of an exported table call: the address of the function in this DLL, or the name of an imported
-        one. The table ends where no pointer to code follows, or the next table begins."""
+        """The slots of an exported table: the address of a function in this DLL, or the name of an imported function. The
+        table ends at the first value that is not a pointer to code, or at the next table."""
         start = address = self.exports[table]
         slots = []
         while address == start or address not in self._tables:
@@ -45,10 +45,10 @@ class Library:
             address += SLOT_BYTES
         return slots
 
-    def namesOf(self, slot):
-        """The names of what a slot calls: several where the linker has folded functions with the same code into one, none
-        where it is not exported."""
-        return [slot] if isinstance(slot, str) else self._exportsAt.get(slot, [])
+    def names_of(self, slot):
+        """The names of a slot's function: several if the linker has merged functions with equal code, none if the function
+        is not exported."""
+        return [slot] if isinstance(slot, str) else self._names_at.get(slot, [])
 
     def _imported(self, function):
         code = self._memory[function:function + JUMP_BYTES]

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// Loads and unloads runtimeprobe.dll three times and checks the C++ run-time in it. Exit code 0: no
-// error.
+// Loads and unloads runtimeprobe.dll three times and checks the C++ run-time in it. Exit code 0: no error.
 #include <stdio.h>
 #include <string.h>
 #include <windows.h>
@@ -29,7 +28,7 @@ DWORD WINAPI callLocalStatic(void *call)
     return static_cast<DWORD>(reinterpret_cast<long (*)()>(call)());
 }
 
-// Every thread sees the one construction, none before it has ended.
+/// Whether a local static is constructed once if several threads call the function, and no call returns before.
 bool threadsConstructOnce(long (*localStatic)())
 {
     HANDLE threads[8];
@@ -61,13 +60,14 @@ int main(int, char **argv)
               round);
         check(threadsConstructOnce(function<long()>(module, "localStatic")), "a local static is constructed once",
               round);
-        check(function<bool()>(module, "exceptionIsCaught")(), "an exception is caught as what was thrown", round);
+        check(function<bool()>(module, "exceptionIsCaught")(),
+              "a caught exception has the type and text of the thrown one", round);
         check(function<bool(size_t)>(module, "noMemoryIsThrown")(SIZE_MAX / 2), "operator new throws bad_alloc", round);
         check(function<bool()>(module, "castsAreRight")(), "dynamic_cast", round);
         function<void(char *)>(module, "recordInto")(destroyed);
         FreeLibrary(module);
         check(strcmp(destroyed, "21") == 0, "unloading destroys the global objects in reverse order", round);
-        check(!GetModuleHandleA("runtimeprobe.dll"), "the module is gone", round);
+        check(!GetModuleHandleA("runtimeprobe.dll"), "the module is unloaded", round);
     }
     return failures == 0 ? 0 : 1;
 }

@@ -6,10 +6,10 @@
 #include <windows.h>
 
 namespace {
-// Outlives the module, so that the loader sees what the destructors did.
+// Memory of the loader, which reads it after the module is unloaded.
 char *record = nullptr;
 
-void note(char letter)
+void append(char letter)
 {
     if (record) {
         *record++ = letter;
@@ -20,9 +20,9 @@ void note(char letter)
 struct Global
 {
     explicit Global(char name) : letter(name), text(std::string(100, name)) {}
-    ~Global() { note(letter); }
+    ~Global() { append(letter); }
     char letter;
-    std::string text; // on the heap: constructed by code, not by the linker
+    std::string text; // long enough to be on the heap, so the constructor has to run
 };
 Global first('1');
 Global second('2');
@@ -50,7 +50,7 @@ struct Slow
 } // namespace
 
 extern "C" {
-// The destructors write their letters to this text, in their order.
+// Sets the text to which the destructors append their letters.
 __declspec(dllexport) void recordInto(char *text)
 {
     record = text;
@@ -61,7 +61,7 @@ __declspec(dllexport) bool globalsAreConstructed()
     return first.text == std::string(100, '1') && second.text == std::string(100, '2');
 }
 
-// The value of a function-local static: 1 at the first call, constructed once however many threads call.
+// Number of constructions of a function-local static.
 __declspec(dllexport) long localStatic()
 {
     static const Slow slow;
@@ -80,7 +80,7 @@ __declspec(dllexport) bool exceptionIsCaught()
 __declspec(dllexport) bool noMemoryIsThrown(size_t size)
 {
     try {
-        void *volatile memory = operator new(size); // volatile: or the compiler may leave both calls out
+        void *volatile memory = operator new(size); // volatile, because the compiler may omit both calls
         operator delete(memory);
         return false;
     } catch (const std::bad_alloc &) {

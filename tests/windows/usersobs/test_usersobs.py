@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The module of the Windows build inside OBS 31.1's own libraries: loaded, drawn, its source made, unloaded."""
+"""The Windows module in OBS 31.1's own libraries: loading, defaults, media source, port in use, unloading."""
 
 import hostcase
-from hostcase import BUILD, MADE, SETTINGS_KEY, STARTED, UPDATED
+from hostcase import BUILD, CREATED, STARTED, UPDATED
+from machinecase import SETTINGS_KEY
 from windowsobs import SOURCE
 
 _URL = "srt://127.0.0.1:5002?mode=listener&latency=2000&lossmaxttl=40"
@@ -15,11 +16,11 @@ _FRESH_REGISTRY = {"listenPort": "5000", "targetPort": "5002", "publicHost": "",
                    "autoStart": "true", "autoSource": "false", "linkPorts": "true"}
 
 _DOCK_PICTURE = BUILD / "pictures" / "dock-windows.png"
-_DRAWN_BYTES = 5000  # a plain surface takes a tenth of that
+_MINIMUM_PICTURE_BYTES = 5000  # an empty picture has a tenth of this
 
 
 class UsersObsTest(hostcase.HostCase):
-    def test_a_fresh_start_shows_the_defaults_and_receives(self):
+    def test_first_start_shows_the_defaults_and_receives(self):
         obs = self.obs(draws=False)
         self.assertEqual(obs.events("versions")[0]["qt"], "6.8.3")
         self.assertIn("[Tarvoline SRTLA] Plugin 0.9.2 wird geladen", obs.obs_log())
@@ -33,21 +34,21 @@ class UsersObsTest(hostcase.HostCase):
         self.assertFalse(state["buttons"]["Start"])
         self.assertTrue(state["buttons"]["Stopp"])
         self.assertEqual(obs.dock_log(), [STARTED])
-        self.assertEqual(state["items"], [], "the first start makes no source by itself")
+        self.assertEqual(state["items"], [], "the first start creates no source")
         self.assertNotIn("source", state)
 
         _DOCK_PICTURE.parent.mkdir(parents=True, exist_ok=True)
         _DOCK_PICTURE.unlink(missing_ok=True)
         self.assertTrue(obs.save_dock(_DOCK_PICTURE))
-        self.assertGreater(_DOCK_PICTURE.stat().st_size, _DRAWN_BYTES)
+        self.assertGreater(_DOCK_PICTURE.stat().st_size, _MINIMUM_PICTURE_BYTES)
 
         self.quit(obs)
         self.assertEqual(self.machine.registry(SETTINGS_KEY), _FRESH_REGISTRY)
 
-    def test_the_source_is_made_once_and_updated_from_then_on(self):
+    def test_source_is_created_once_then_updated(self):
         obs = self.obs(draws=False)
         obs.wait_for_status("Aktiv")
-        for line in (MADE, UPDATED):
+        for line in (CREATED, UPDATED):
             obs.repair(line)
             state = obs.state()
             self.assertEqual(state["items"], [SOURCE])
@@ -56,11 +57,11 @@ class UsersObsTest(hostcase.HostCase):
 
         self.assertTrue(obs.remove_source())
         self.assertEqual(obs.state()["items"], [])
-        obs.repair(MADE)
+        obs.repair(CREATED)
         self.assertEqual(obs.state()["items"], [SOURCE])
         self.quit(obs)
 
-    def test_a_second_obs_says_that_the_port_is_held(self):
+    def test_second_obs_reports_the_port_in_use(self):
         first = self.obs(draws=False)
         first.wait_for_status("Aktiv")
         second = self.obs(draws=False)

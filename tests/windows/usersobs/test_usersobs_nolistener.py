@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""A stream for which nobody listens on the target port, in OBS 31.1's own libraries; then somebody does."""
+"""A stream without a listener on the target port, in OBS 31.1's own libraries; then the media source is created."""
 
 import re
 import socket
@@ -8,13 +8,13 @@ import time
 
 import hostcase
 import stream
-from hostcase import MADE
+from hostcase import CREATED
 from windowsobs import LISTEN_PORT
 
 _MEGABITS_PER_SECOND = 8.0
 _SECONDS = 5
 _PAYLOAD_BYTES = 1316
-_HEADER = struct.Struct("!IIII")  # of an SRT data packet: sequence number, message number, time stamp, socket id
+_HEADER = struct.Struct("!IIII")  # SRT data packet: sequence number, message number, time stamp, socket id
 _SINGLE_MESSAGE = 0xC0000000
 _CREATED = re.compile(r"SRT \| Gruppe [0-9a-f]{12} → 127\.0\.0\.1:5002$")
 _ERROR = re.compile(r"SRT \| Gruppe [0-9a-f]{12}: .")
@@ -22,7 +22,7 @@ _LINKS = ("127.0.0.12", "127.0.0.13", "127.0.0.14")
 
 
 def _send_data(port, seconds):
-    """Sends SRT data packets of no connection to a bonding sender; returns how many."""
+    """Sends SRT data packets without a connection to a bonding sender for `seconds`; returns their number."""
     interval = (_HEADER.size + _PAYLOAD_BYTES) * 8 / (_MEGABITS_PER_SECOND * 1e6)
     count = int(seconds / interval)
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as caller:
@@ -35,7 +35,7 @@ def _send_data(port, seconds):
 
 
 class NoListenerTest(hostcase.HostCase):
-    def test_it_is_logged_and_the_picture_arrives_once_the_source_is_made(self):
+    def test_new_group_is_logged_and_the_picture_arrives_with_the_source(self):
         obs = self.obs()
         obs.wait_for_status("Aktiv")
         sender = self.sender().start()
@@ -47,16 +47,16 @@ class NoListenerTest(hostcase.HostCase):
         begin = time.monotonic()
         packets = _send_data(bond.port, _SECONDS)
         duration = time.monotonic() - begin
-        obs.state()  # its answer comes after all that the packets have caused
+        obs.state()  # its response follows the events that the packets have caused
         lines = [event["line"] for event, at in zip(obs.objects, obs.times) if event["event"] == "dockLog" and at >= begin]
         errors = [line for line in lines if _ERROR.match(line)]
-        print(f"{packets} packets in {duration:.1f} s ({_MEGABITS_PER_SECOND:g} Mbit/s): {len(errors)} lines about an error")
+        print(f"{packets} packets in {duration:.1f} s ({_MEGABITS_PER_SECOND:g} Mbit/s): {len(errors)} error lines")
         self.assertEqual([line for line in lines if line not in errors], [line for line in lines if _CREATED.match(line)])
-        self.assertEqual(len(lines) - len(errors), 1, "the new group's socket is logged once")
+        self.assertEqual(len(lines) - len(errors), 1, "the socket of the new group is logged once")
         self.assertLessEqual(len(errors), packets)
         self.assertEqual(obs.status(), "Aktiv")
 
-        obs.repair(MADE)
+        obs.repair(CREATED)
         obs.wait_for_picture()
         sender.stop()
         self.quit(obs)
