@@ -152,10 +152,10 @@ class ReleaseTest(unittest.TestCase):
 
     def test_sources_without_git_are_refused(self):
         shutil.rmtree(self.project / ".git")
-        self.assert_refused(self.release("--sources-only"), "no Git checkout")
+        self.assert_refused(self.release("--sources-only"), "not a Git checkout")
 
     def test_a_folder_without_the_installer_is_refused(self):
-        self.assert_refused(self.release("--windows", str(self.folder)), f"holds no {INSTALLER}")
+        self.assert_refused(self.release("--windows", str(self.folder)), f"does not contain {INSTALLER}")
 
     def test_a_module_for_another_host_is_refused(self):
         self.have_miniature()
