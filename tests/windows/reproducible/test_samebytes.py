@@ -14,7 +14,7 @@ from pathlib import Path
 FILES = ("bin/64bit/tarvoline-srtla.dll", "bin/64bit/tarvoline-srtla.pdb", "data/manifest.json")
 
 
-def copyOfTheSources(source, target):
+def copy_sources(source, target):
     names = subprocess.run(["git", "-c", f"safe.directory={source}", "ls-files", "-z"], cwd=source, check=True,
                            capture_output=True).stdout
     target.mkdir(parents=True)
@@ -24,8 +24,8 @@ def copyOfTheSources(source, target):
 
 
 def built(source, cache):
-    """What a build of the sources makes, by name. Ccache with an empty cache hands the compiler relative paths: clang puts a
-    hash of the source's path into the names of anonymous namespaces."""
+    """Builds the module; returns the contents of its files by name. clang includes a hash of the source's path in the names of
+    anonymous namespaces; ccache passes relative paths. The cache is empty, so that every file is compiled."""
     build = source / "build/windows-x64-clang"
     environment = os.environ | {"CCACHE_DIR": str(cache), "CCACHE_BASEDIR": str(source), "CCACHE_NOHASHDIR": "1"}
     for command in (["cmake", "--preset", "windows-x64-clang", "-DBUILD_TESTING=OFF"],
@@ -34,19 +34,19 @@ def built(source, cache):
     return {name: (build / "plugins/tarvoline-srtla" / name).read_bytes() for name in FILES}
 
 
-class SameBytes(unittest.TestCase):
+class SameBytesTest(unittest.TestCase):
     source = None
 
-    def testAnotherFolderGivesTheSameModule(self):
+    def test_another_folder_gives_the_same_module(self):
         folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
         one, other = folder / "one", folder / "of another name/and depth"
         for copy in (one, other):
-            copyOfTheSources(self.source, copy)
+            copy_sources(self.source, copy)
         first = built(one, folder / "cache")
         second = built(other, folder / "other cache")
         self.assertEqual([name for name in FILES if first[name] != second[name]], [])
 
 
 if __name__ == "__main__":
-    SameBytes.source = Path(sys.argv[1])
+    SameBytesTest.source = Path(sys.argv[1])
     unittest.main(argv=sys.argv[:1])
