@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// The least that a receiver with QUdpSocket costs: reads into one buffer until the socket is empty, forwards with write
-// and sends as many acknowledgements as SRTLA asks for, without a look at the datagrams.
+// The lower limit of a receiver's cost with QUdpSocket: reads into one buffer until the socket is empty, forwards with
+// write and sends as many acknowledgements as SRTLA requires, without parsing the datagrams.
 //   relay_qtread LISTEN_PORT TARGET_PORT
 #include "relaysockets.h"
 
@@ -15,7 +15,7 @@ namespace {
 constexpr size_t maxDatagramBytes = 65527;
 constexpr int datagramsPerAck = 10;
 constexpr qint64 ackBytes = 44;
-constexpr int links = 3; // each gets every reply of the SRT listener, which are ACKs here
+constexpr int links = 3; // the listener's replies are SRT ACKs, which are sent over every link
 
 } // namespace
 
