@@ -9,7 +9,8 @@ include(CTest)
 function(tarvoline_add_test name)
     cmake_parse_arguments(arg "SERVERS;JSON_SERVICE;VENDOR_SERVICE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
-    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    # Without the folders of the checkout as macros of Qt6::Test, which no test uses: ccache finds the objects of other checkouts.
+    set_target_properties(${name} PROPERTIES AUTOMOC ON QT_SKIP_DEFAULT_TESTCASE_DIRS ON)
     # With ThreadSanitizer only tests with several threads are built.
     if(TARVOLINE_SANITIZE STREQUAL "thread" AND NOT "tsan" IN_LIST arg_LABELS)
         set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
