@@ -33,10 +33,12 @@ public:
         }
     }
 
+    /// The address of the path \a target at the vendor's host.
     static QString address(const QString &target)
     {
         return QStringLiteral("https://%1%2").arg(QString::fromUtf8(vendorHost), target);
     }
+    /// Hexadecimal, in lower case.
     static QString sha256(const QByteArray &data)
     {
         return QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Sha256).toHex());
@@ -65,6 +67,7 @@ public:
     }
     void waitForTheNetwork() const { QTRY_COMPARE_WITH_TIMEOUT(network->openReplies(), 0, waitMs); }
 
+    /// Where the dock saves the installer of offer().
     [[nodiscard]] QString savedPath() const
     {
         return folder.filePath(QStringLiteral("Tarvoline-SRTLA-Plugin-Setup-v1.0.exe"));

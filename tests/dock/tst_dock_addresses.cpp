@@ -43,7 +43,7 @@ void TestDockAddresses::senderAddressHasHostPortAndStreamId_data()
         << u"  my.host.example "_s << u"5000"_s << u"live"_s << u"srtla://my.host.example:5000/live"_s;
     QTest::newRow("stream id as typed") << u"h"_s << u"5000"_s << u" a b/c "_s << u"srtla://h:5000/ a b/c "_s;
     QTest::newRow("port as typed") << u"h"_s << u" abc"_s << u"live"_s << u"srtla://h: abc/live"_s;
-    QTest::newRow("place markers in the texts") << u"%2"_s << u"%3"_s << u"%1"_s << u"srtla://%2:%3/%1"_s;
+    QTest::newRow("placeholders in the texts") << u"%2"_s << u"%3"_s << u"%1"_s << u"srtla://%2:%3/%1"_s;
 }
 
 void TestDockAddresses::senderAddressHasHostPortAndStreamId()
@@ -68,10 +68,10 @@ void TestDockAddresses::obsUrlCarriesPortAndPassphraseAsTyped_data()
     QTest::newRow("port as typed") << u" x"_s << QString() << u"srt://127.0.0.1: x"_s + tail;
     QTest::newRow("password unencoded") << u"5002"_s << u" a&b=%20ä "_s
                                         << u"srt://127.0.0.1:5002"_s + tail + u"&passphrase= a&b=%20ä "_s;
-    QTest::newRow("place marker in the password")
+    QTest::newRow("placeholders in the password")
         << u"5002"_s << u"%1"_s << u"srt://127.0.0.1:5002"_s + tail + u"&passphrase=%1"_s;
     QTest::newRow("blank password") << u"5002"_s << u" "_s << u"srt://127.0.0.1:5002"_s + tail + u"&passphrase= "_s;
-    QTest::newRow("place marker in the port")
+    QTest::newRow("placeholders in the port")
         << u"%1"_s << u"abc"_s << u"srt://127.0.0.1:%1"_s + tail + u"&passphrase=abc"_s;
 }
 

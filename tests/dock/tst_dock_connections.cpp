@@ -155,7 +155,7 @@ void TestDockConnections::leavingAnEditSavesAllSettings()
     probe->passwordEdit()->setText(u"anderes"_s);
     QCOMPARE(fixture->store.value(u"publicHost"_s).toString(), QString());
     probe->streamIdEdit()->setFocus();
-    QTRY_COMPARE(fixture->store.value(u"publicHost"_s).toString(), u"host"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture->store.value(u"publicHost"_s).toString(), u"host"_s, waitMs);
     QCOMPARE(fixture->store.value(u"password"_s).toString(), u"anderes"_s);
 }
 

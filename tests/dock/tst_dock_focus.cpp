@@ -20,10 +20,7 @@ class TestDockFocus : public QuietDockTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(JsonService::port(u"vendor"_s) != 0, "run this test through testkit/withjsonservice.py");
-    }
+    void initTestCase();
     void init() override;
     void cleanup() override;
 
@@ -42,6 +39,11 @@ private:
     void startQueryWithSpace();
     void releaseResponse();
 };
+
+void TestDockFocus::initTestCase()
+{
+    QVERIFY2(JsonService::port(u"vendor"_s) != 0, "run this test through testkit/withjsonservice.py");
+}
 
 void TestDockFocus::init()
 {

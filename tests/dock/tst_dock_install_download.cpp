@@ -47,7 +47,7 @@ private Q_SLOTS:
 void TestDockInstallDownload::initTestCase()
 {
     QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py");
-    // The message box is the last window here; closing it must not quit the application.
+    // The message box is the only window here; closing it must not quit the application.
     QApplication::setQuitOnLastWindowClosed(false);
 }
 

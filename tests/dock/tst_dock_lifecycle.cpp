@@ -9,7 +9,6 @@
 #include <QPushButton>
 #include <QTest>
 #include <QTextEdit>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 

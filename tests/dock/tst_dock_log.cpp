@@ -11,8 +11,6 @@
 #include <QTextDocument>
 #include <QTextEdit>
 
-#include <optional>
-
 using namespace Qt::StringLiterals;
 
 class TestDockLog : public QuietDockTest
@@ -69,7 +67,7 @@ void TestDockLog::burstIsNotLaidOutLineByLine()
     QCOMPARE(probe->logView()->toPlainText(), lastFive.join(u'\n'));
     QVERIFY2(layouts < burst / 10, qPrintable(QString::number(layouts)));
 
-    QTRY_VERIFY(probe->logView()->updatesEnabled());
+    QTRY_VERIFY_WITH_TIMEOUT(probe->logView()->updatesEnabled(), waitMs);
     QVERIFY(probe->logView()->document()->isLayoutEnabled());
     const QScrollBar *const bar = probe->logView()->verticalScrollBar();
     QVERIFY(bar->maximum() > 0);

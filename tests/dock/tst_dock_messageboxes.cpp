@@ -47,10 +47,10 @@ void TestDockMessageBoxes::dockMayBeDestroyedWhileAMessageBoxIsOpen()
         probe.autoSourceCheck()->setChecked(true);
     }
     fixture->boxes.answerWith([this](QMessageBox &) { fixture->dock.reset(); });
-    // By a click, whose event handling must also survive.
     if (repair) {
         fixture->dock->createOrRepairSource();
     } else {
+        // A click, because the button's event handling continues after the dock's destruction.
         probe.startButton()->click();
     }
     QCOMPARE(fixture->boxes.shown().size(), 1);
@@ -117,15 +117,15 @@ void TestDockMessageBoxes::messageBoxOfTheRepairDoesNotDelayTheAutomaticStart()
 {
     // The source is repaired before the automatic start is due.
     ObsDouble::setCurrentScene(ObsDouble::CurrentScene::None);
-    const DockProbe probe = fixture->build(); // receiver start due
+    const DockProbe probe = fixture->build(); // schedules the automatic start
     QTimer::singleShot(0, fixture->dock.get(), &TarvolineDock::createOrRepairSource);
-    bool startedBelowTheBox = false;
+    bool startedDuringTheBox = false;
     fixture->boxes.answerWith([&](QMessageBox &box) {
-        startedBelowTheBox = QTest::qWaitFor([&] { return probe.engine().isRunning(); }, QDeadlineTimer(waitMs));
+        startedDuringTheBox = QTest::qWaitFor([&] { return probe.engine().isRunning(); }, QDeadlineTimer(waitMs));
         MessageBoxes::press(box, QMessageBox::Ok);
     });
     QTRY_VERIFY_WITH_TIMEOUT(!fixture->boxes.shown().isEmpty() && !QApplication::activeModalWidget(), waitMs);
-    QVERIFY(startedBelowTheBox);
+    QVERIFY(startedDuringTheBox);
 }
 
 QTEST_MAIN(TestDockMessageBoxes)

@@ -136,7 +136,7 @@ void TestDockNames::tabOrderIsTheOrderOnTheScreen()
     TarvolineDock &dock = *fixture->dock;
     control<QGroupBox>(dock, u"Verbindungsadressen"_s)->setChecked(true);
     control<QGroupBox>(dock, u"Protokoll"_s)->setChecked(true);
-    probe->stopButton()->setEnabled(true); // as it is while the receiver runs
+    probe->stopButton()->setEnabled(true); // as while the receiver runs
     dock.resize(500, 1000);
     dock.show();
     dock.activateWindow();

@@ -26,10 +26,7 @@ class TestDockPublicIp : public QuietDockTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(JsonService::port(u"vendor"_s) != 0, "run this test through testkit/withjsonservice.py");
-    }
+    void initTestCase();
     void init() override;
     void cleanup() override;
 
@@ -50,6 +47,11 @@ private:
     void clickAndWait();
     void verifyNothingChanged();
 };
+
+void TestDockPublicIp::initTestCase()
+{
+    QVERIFY2(JsonService::port(u"vendor"_s) != 0, "run this test through testkit/withjsonservice.py");
+}
 
 void TestDockPublicIp::init()
 {

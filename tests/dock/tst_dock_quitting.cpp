@@ -8,7 +8,6 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <QTest>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -51,14 +50,19 @@ class TestDockQuitting : public DockTest
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QApplication::setQuitOnLastWindowClosed(false); }
-
+    void initTestCase();
     void timersDoNothingOnceTheMainWindowIsClosed_data();
     void timersDoNothingOnceTheMainWindowIsClosed();
     void hiddenWindowDoesNotStopTheTimers();
     void closedFloatingDockDoesNotStopTheTimers();
     void timersDoNothingAfterShutdown();
 };
+
+void TestDockQuitting::initTestCase()
+{
+    // The test closes its only window.
+    QApplication::setQuitOnLastWindowClosed(false);
+}
 
 void TestDockQuitting::timersDoNothingOnceTheMainWindowIsClosed_data()
 {

@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include <memory>
+
 using namespace Qt::StringLiterals;
 
 class TestDockSettings : public DockTest
@@ -158,7 +159,7 @@ void TestDockSettings::wrongTypesInTheStoreAreConvertedAsQtDoes()
     QVERIFY(!probe.autoSourceCheck()->isChecked());
 }
 
-// Other programs may share the store, and OBS may crash.
+// At once, because other programs may share the store and OBS may crash.
 void TestDockSettings::savingWritesTheFileAtOnce()
 {
     const DockProbe probe = fixture->buildQuiet();

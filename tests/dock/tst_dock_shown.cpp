@@ -36,8 +36,8 @@ private:
 
 QSize TestDockShown::toolTipSize(QWidget *owner)
 {
-    // A platform that activates every window it shows hides the tooltip at once; its label keeps the size until it is
-    // deleted.
+    // A platform that activates every shown window hides a tooltip at once, but its label exists until its deferred
+    // deletion. The label of an earlier call is deleted first.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QToolTip::showText(QPoint(10, 10), u"x"_s, owner);
     QSize size;
@@ -97,7 +97,7 @@ void TestDockShown::checkingTheLogGroupShowsTheLogWithFixedHeight()
     for (int i = 0; i < 5; ++i) {
         fixture->dock->appendLog(u"REG3 | Weg %1 mit einer Zeile, die das Protokoll füllt"_s.arg(i));
     }
-    QTRY_VERIFY(probe->logView()->verticalScrollBar()->maximum() > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(probe->logView()->verticalScrollBar()->maximum() > 0, waitMs);
     QVERIFY(probe->logView()->height() <= 62);
     QVERIFY(
         probe->logView()->viewport()->rect().contains(probe->logView()->cursorRect())); // the newest line is visible
@@ -112,10 +112,10 @@ void TestDockShown::shortDockScrollsVerticallyOnly()
     QVERIFY(QTest::qWaitForWindowExposed(fixture->dock.get()));
     const QScrollArea *area = fixture->dock->findChild<QScrollArea *>(Qt::FindDirectChildrenOnly);
     fixture->dock->resize(340, 360);
-    QTRY_VERIFY(area->verticalScrollBar()->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(area->verticalScrollBar()->isVisible(), waitMs);
     QVERIFY(!area->horizontalScrollBar()->isVisible());
     fixture->dock->resize(340, 1400);
-    QTRY_VERIFY(!area->verticalScrollBar()->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(!area->verticalScrollBar()->isVisible(), waitMs);
     QVERIFY(!area->horizontalScrollBar()->isVisible());
 }
 

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <functional>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 

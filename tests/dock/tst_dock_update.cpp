@@ -4,7 +4,6 @@
 #include "testkit/updatecheck.h"
 
 #include <QDateTime>
-#include <QJsonObject>
 #include <QNetworkReply>
 #include <QTest>
 

@@ -42,7 +42,7 @@ class TestDockUpdateFailures : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py"); }
+    void initTestCase();
     void followsRedirects_data();
     void followsRedirects();
     void reportsFailures_data();
@@ -52,6 +52,11 @@ private Q_SLOTS:
     void reportsAnUntrustedCertificate();
     void hidesFailuresOfAnAutomaticCheck();
 };
+
+void TestDockUpdateFailures::initTestCase()
+{
+    QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py");
+}
 
 void TestDockUpdateFailures::followsRedirects_data()
 {

@@ -20,10 +20,15 @@ class TestDockUpdateOffer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py"); }
+    void initTestCase();
     void changesTheOffer_data();
     void changesTheOffer();
 };
+
+void TestDockUpdateOffer::initTestCase()
+{
+    QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py");
+}
 
 void TestDockUpdateOffer::changesTheOffer_data()
 {
@@ -43,7 +48,7 @@ void TestDockUpdateOffer::changesTheOffer_data()
             << manifest(u"1.0"_s) << before << newText + notInstallableText << noOffer << false;
         QTest::addRow("hidden by an unreadable version%s", hidden)
             << installableManifest(u"abc"_s) << before << invalidVersionText << earlierOffer << false;
-        QTest::addRow("kept by an invalid answer%s", hidden)
+        QTest::addRow("kept by an invalid response%s", hidden)
             << QByteArray("[]") << before << invalidReplyText << earlierOffer << before;
     }
 }

@@ -3,7 +3,6 @@
 #include "docktest.h"
 #include "testkit/panelmeasure.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QGroupBox>
 #include <QLabel>
@@ -74,11 +73,11 @@ void TestDockWidths::noTextIsTruncated()
     QCOMPARE(fixture->dock->size(), QSize(width, height));
 
     const auto *area = fixture->dock->findChild<QScrollArea *>(Qt::FindDirectChildrenOnly);
-    QTRY_COMPARE(area->verticalScrollBar()->isVisible(), height == shortHeight);
+    QTRY_COMPARE_WITH_TIMEOUT(area->verticalScrollBar()->isVisible(), height == shortHeight, waitMs);
     for (const QString &word : {u"Zeigen"_s, u"Ausblenden"_s, u"Anzeigen"_s}) {
         probe->showPasswordButton()->setText(word);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-        QTRY_COMPARE(PanelMeasure::cutOff(area), QStringList());
+        QTRY_COMPARE_WITH_TIMEOUT(PanelMeasure::cutOff(area), QStringList(), waitMs);
     }
     probe->showPasswordButton()->setText(u"Zeigen"_s);
     if (height == tallHeight && !longTexts) {

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The German guide contains every text of the panel, and its tables contain no other texts."""
 
@@ -63,7 +62,7 @@ def quoting_rows(guide):
             yield flat(cell[1])
 
 
-class Guide(unittest.TestCase):
+class GuideTest(unittest.TestCase):
     def setUp(self):
         self.guide = GUIDE.read_text(encoding="utf-8")
         self.texts = translated_texts()

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Links and quoted paths of the documents refer to existing files, headings and pictures, and the documents have the
 version of the sources.
@@ -51,7 +50,7 @@ def quoted_paths(path):
             yield name
 
 
-class Links(unittest.TestCase):
+class LinksTest(unittest.TestCase):
     def test_documents_are_found(self):
         # Verifies the search.
         names = {path.name for path in documents()}
@@ -64,10 +63,10 @@ class Links(unittest.TestCase):
             for target in links(path):
                 with self.subTest(document=path.name, link=target):
                     name, _, anchor = target.partition("#")
-                    aim = (path.parent / name).resolve() if name else path
-                    self.assertTrue(aim.exists(), "no such file")
+                    linked = (path.parent / name).resolve() if name else path
+                    self.assertTrue(linked.exists(), "no such file")
                     if anchor:
-                        self.assertIn(anchor, anchors(aim), "no such heading")
+                        self.assertIn(anchor, anchors(linked), "no such heading")
 
     def test_quoted_paths_exist(self):
         for path in documents():

@@ -55,7 +55,7 @@ class RegistrationTest(ProgramCase):
         engine = self.engine(UNUSED_PORT)
         engine.send_signal(signal.SIGSTOP)
         bond = self.keep(stream.BondSender(engine.port, LINKS, "--id", GROUP))
-        bond.wait_for(lambda _: len(bond.events("groupRequested")) >= 2, "the REG1 is repeated")
+        bond.wait_for(lambda _: len(bond.events("groupRequested")) >= 2, "a repeated REG1")
         engine.send_signal(signal.SIGCONT)
         bond.wait_for_links()
         self.wait_for_one_group(engine)
@@ -66,16 +66,16 @@ class RegistrationTest(ProgramCase):
         """The sender registers again at a restarted receiver, with the same sender id."""
         engine = self.engine(UNUSED_PORT)
         bond = self.bond(engine, LINKS, "--id", GROUP)
-        asked_before = self.group_requests(bond)
+        requests_before = self.group_requests(bond)
         self.assertEqual(engine.stop(), 0)
         again = self.engine(UNUSED_PORT, engine.port)
-        bond.wait_for(lambda line: line["event"] == "linkSilent", "a link is silent")
+        bond.wait_for(lambda line: line["event"] == "linkSilent", "a silent link")
         bond.wait_for(lambda line: line["event"] == "groupGone", "the group is unknown to the new receiver")
         self.wait_for_one_group(again)
         self.assertGreaterEqual(bond.finish()["groupsCreated"], 2)
         self.assertEqual(again.stop(), 0)
         # Three links receive REG_NGP; one REG1 is sent for all of them.
-        self.assertIn(len(registrations(again)), range(1, self.group_requests(bond) - asked_before + 1))
+        self.assertIn(len(registrations(again)), range(1, self.group_requests(bond) - requests_before + 1))
         for line in registrations(again):
             self.assertIn(GROUP, line)
 

@@ -27,7 +27,7 @@ class FloodTest(ProgramCase):
         # A rate without loss on a loaded machine. Arguments: port, kind, size, rate per second, ports, seconds.
         subprocess.run([FLOOD, *map(str, (engine.port, "reg1", 0, 500, 300, 3))], check=True, capture_output=True)
         engine.wait_for(lambda line: line.get("groups", 0) > 250, "the flood's groups are created")
-        engine.wait_for(lambda line: line.get("groups") == 1 and len(engine.log()) > 600, "they are removed")
+        engine.wait_for(lambda line: line.get("groups") == 1 and len(engine.log()) > 600, "the flood's groups are removed")
         self.assertEqual(listener.exit_code(), 0, listener.tail())
         self.assertEqual(caller.exit_code(), 0, caller.tail())
         self.assertEqual((self.folder / "received" / "stream").read_bytes(), sent.read_bytes())
@@ -63,7 +63,7 @@ class FloodTest(ProgramCase):
                 before = engine.statistics()[-1]["packets"] if engine.statistics() else 0
                 subprocess.run([FLOOD, *map(str, (engine.port, kind, size, 200, 40, 1))], check=True,
                                capture_output=True)
-                line = engine.wait_for(lambda line: line.get("packets", 0) > before + 100, "they are counted")
+                line = engine.wait_for(lambda line: line.get("packets", 0) > before + 100, "the datagrams are counted")
                 self.assertEqual((line["groups"], line["paths"]), (0, 0))
         self.assertEqual(len(engine.log()), 1)  # the start
 

@@ -79,15 +79,15 @@ class StreamTest(ProgramCase):
     def check_registration(self, log, bond):
         """Checks that all links joined the last group; there are several if a REG1 was repeated. Returns the index of the next
         log line."""
-        made = [at for at, line in enumerate(log) if line.startswith("REG1 |")]
-        self.assertEqual(made[0], 1)
-        self.assertLessEqual(len(made), self.group_requests(bond), log)
-        for line in log[1:made[-1]]:
+        opened_at = [at for at, line in enumerate(log) if line.startswith("REG1 |")]
+        self.assertEqual(opened_at[0], 1)
+        self.assertLessEqual(len(opened_at), self.group_requests(bond), log)
+        for line in log[1:opened_at[-1]]:
             self.assertRegex(line, r"^(REG1|REG3|GRUPPE) \|")
-        for at in made:
+        for at in opened_at:
             self.assertRegex(log[at], rf"^REG1 \| Neue Gruppe {GROUP} von 127\.0\.0\.1[123]:\d+$")
-        self.assertEqual(log.count(f"GRUPPE | {GROUP} entfernt: Neue Sitzung desselben Senders"), len(made) - 1)
-        joined_at = made[-1] + 1
+        self.assertEqual(log.count(f"GRUPPE | {GROUP} entfernt: Neue Sitzung desselben Senders"), len(opened_at) - 1)
+        joined_at = opened_at[-1] + 1
         registered = joined_at + len(LINKS)
         joined = {re.fullmatch(rf"REG3 \| Weg ([\d.]+):\d+ verbunden, Gruppe {GROUP}", line)[1]
                   for line in log[joined_at:registered]}

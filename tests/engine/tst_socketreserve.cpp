@@ -32,8 +32,8 @@ void TestSocketReserve::roomExcludesTheReserve_data()
     QTest::newRow("a low limit keeps a quarter") << qint64{200} << qint64{30} << qint64{120};
     QTest::newRow("the usual limit") << qint64{1024} << qint64{100} << qint64{668};
     QTest::newRow("a high limit keeps 256") << qint64{524288} << qint64{1000} << qint64{523032};
-    QTest::newRow("nothing left") << qint64{1024} << qint64{768} << qint64{0};
-    QTest::newRow("less than nothing") << qint64{1024} << qint64{1000} << qint64{-232};
+    QTest::newRow("no room") << qint64{1024} << qint64{768} << qint64{0};
+    QTest::newRow("the reserve is in use") << qint64{1024} << qint64{1000} << qint64{-232};
 }
 
 void TestSocketReserve::roomExcludesTheReserve()
@@ -45,7 +45,7 @@ void TestSocketReserve::roomExcludesTheReserve()
 
 void TestSocketReserve::descriptorsAreCounted()
 {
-    const Peer first; // opens what the thread's event loop needs as well
+    const Peer first; // also opens the descriptors of the thread's event loop
     const std::optional<DescriptorUse> before = descriptorUse();
     QVERIFY(before);
     QCOMPARE_GT(before->open, 2); // the standard streams
@@ -89,7 +89,7 @@ void TestSocketReserve::groupsWithoutDescriptorsDropPackets()
     QCOMPARE(QSet<QString>(refused.begin(), refused.end()).size(), refused.size());
     QVERIFY(refused.first().startsWith(u"SRT | Gruppe "_s));
 
-    // A removed group frees a descriptor, which is noticed at the next count.
+    // A removed group frees a descriptor, which is available after the next count.
     fixture.probe.removeGroup(ids.first(), u"test"_s);
     fixture.engine.setMs = 100;
     const SrtlaEndpoint last = {QHostAddress(u"127.0.0.7"_s), 20000 + groups - 1};

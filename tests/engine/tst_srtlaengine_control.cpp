@@ -5,9 +5,6 @@
 #include <QNetworkProxy>
 #include <QTest>
 
-#include <functional>
-#include <memory>
-
 using namespace Qt::StringLiterals;
 
 class TestSrtlaEngineControl : public QObject

@@ -207,7 +207,7 @@ void TestSrtlaEngineCore::stopDropsGroupsAndIndexes()
     QVERIFY(fixture.join(second, fixture.openGroup(second, 'b')));
     fixture.record.logLines.clear();
     fixture.engine.stop();
-    fixture.record.logLines.sort(); // the order of the groups is the table's
+    fixture.record.logLines.sort(); // the groups are in the order of the hash table
     QCOMPARE(fixture.record.logLines, (QStringList{u"GRUPPE | 616263646566 entfernt: Receiver gestoppt"_s,
                                                    u"GRUPPE | 626364656667 entfernt: Receiver gestoppt"_s}));
     QVERIFY(fixture.probe.groups().isEmpty());

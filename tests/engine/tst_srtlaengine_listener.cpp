@@ -124,7 +124,7 @@ QByteArray TestSrtlaEngineListener::nextReply()
     return received;
 }
 
-/// Whether \a packet arrives, behind others or not.
+/// Whether \a packet arrives at the listener, possibly after other packets.
 bool TestSrtlaEngineListener::reachesListener(const QByteArray &packet)
 {
     QByteArray received;
@@ -252,8 +252,8 @@ void TestSrtlaEngineListener::errorDuringReadyReadDoesNotStopReading()
             reader, buffer.data(), [] { return false; },
             [&](const QByteArray &datagram) { received.append(QByteArray(datagram.data(), datagram.size())); });
     });
-    peer->send("behind the error", reader.localPort());
-    QTRY_COMPARE_WITH_TIMEOUT(received, QByteArrayList{"behind the error"}, waitMs);
+    peer->send("after the error", reader.localPort());
+    QTRY_COMPARE_WITH_TIMEOUT(received, QByteArrayList{"after the error"}, waitMs);
 }
 
 QTEST_GUILESS_MAIN(TestSrtlaEngineListener)

@@ -6,6 +6,12 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+constexpr int maximumFed = 100'000; // datagrams; far more than a socket's receive buffer holds
+
+} // namespace
+
 class TestSrtlaEngineReading : public QObject
 {
     Q_OBJECT
@@ -35,7 +41,6 @@ void TestSrtlaEngineReading::everythingPendingIsReadInOneCall()
 
 void TestSrtlaEngineReading::endlessFloodDoesNotBlockTheThread()
 {
-    constexpr int maximumFed = 100'000; // datagrams; far more than a socket's receive buffer holds
     EngineFixture fixture;
     Peer flooder;
     bool isOver = false;
@@ -58,7 +63,6 @@ void TestSrtlaEngineReading::endlessFloodDoesNotBlockTheThread()
 
 void TestSrtlaEngineReading::endlessRepliesDoNotBlockTheThread()
 {
-    constexpr int maximumFed = 100'000; // as above
     EngineFixture fixture;
     Peer link;
     const QByteArray id = fixture.openGroup(link);

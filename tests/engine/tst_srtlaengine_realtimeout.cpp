@@ -31,7 +31,7 @@ void TestSrtlaEngineRealTimeout::silentLinkAndItsGroupAreRemovedAfterEightToTenS
     after.start();
     // The link is removed at the fifth tick at the latest (every 2 s after more than 8 s); one more because the timer
     // may fire slightly early.
-    constexpr int mostTicks = 6;
+    constexpr int maximumTicks = 6;
     int ticks = 0;
     connect(&fixture.probe.cleanupTimer(), &QTimer::timeout, this, [&] {
         if (fixture.probe.group(gone)) {
@@ -48,7 +48,7 @@ void TestSrtlaEngineRealTimeout::silentLinkAndItsGroupAreRemovedAfterEightToTenS
     qInfo("removed %lld to %lld ms after the last datagram", atLeast, atMost);
     QVERIFY2(atMost > 8000, "too early");
     // The upper limit in ticks, because a loaded machine may take longer in milliseconds.
-    QCOMPARE_LE(ticks, mostTicks);
+    QCOMPARE_LE(ticks, maximumTicks);
     QVERIFY(fixture.probe.path(kept, alive.endpoint()));
     const QString link = u"TIMEOUT | Weg 127.0.0.1:%1 entfernt"_s.arg(silent.endpoint().port);
     QCOMPARE(fixture.record.logLines.last(2), (QStringList{link, u"GRUPPE | 616263646566 entfernt: Timeout"_s}));

@@ -87,7 +87,7 @@ void TestSrtlaEngineReentrancy::runSession(EngineFixture &fixture)
     const SrtlaEndpoint a{QHostAddress(QHostAddress::LocalHost), 40001};
     const SrtlaEndpoint b{QHostAddress(QHostAddress::LocalHost), 40002};
     const auto handle = [&](const QByteArray &datagram, const SrtlaEndpoint &endpoint) {
-        if (fixture.engine.isRunning()) { // a closed socket reads nothing
+        if (fixture.engine.isRunning()) { // a stopped engine receives no datagrams
             probe.handleDatagram(datagram, endpoint);
         }
         // Groups exist only while the engine runs.
@@ -139,7 +139,7 @@ void TestSrtlaEngineReentrancy::callsInsideALogLine()
     QCoreApplication::processEvents();
     QCOMPARE(fixture.engine.isRunning(), keepsRunning); // a pending response must not reopen a closed socket
     if (!fixture.engine.isRunning()) {
-        // Groups exist only while the engine runs, and so do its sockets.
+        // Groups and sockets exist only while the engine runs.
         QVERIFY(fixture.probe.groups().isEmpty());
         QVERIFY(fixture.probe.pathIndex().isEmpty());
         QVERIFY(fixture.probe.senderIndex().isEmpty());
@@ -187,7 +187,7 @@ void TestSrtlaEngineReentrancy::aNewSessionInsideAnErrorLine()
         }
     });
     SrtlaEngine::SrtSocket *const socket = group.toStrongRef()->srtSocket.get();
-    bool outlived = false; // as above
+    bool outlived = false; // set by a slot that is connected after the engine's
     connect(socket, &QAbstractSocket::errorOccurred, this, [&] { outlived = true; });
     Q_EMIT socket->errorOccurred(QAbstractSocket::NetworkError);
     QVERIFY2(outlived, "the socket was destroyed inside its own signal");

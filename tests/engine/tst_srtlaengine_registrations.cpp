@@ -18,8 +18,8 @@ private Q_SLOTS:
     void registrationsOfWrongSizeAreNotAnswered();
     void registrationsOfWrongSizeFromALinkAreForwarded_data();
     void registrationsOfWrongSizeFromALinkAreForwarded();
-    void aSecondReg1FromTheSameEndpoint_data();
-    void aSecondReg1FromTheSameEndpoint();
+    void aSecondReg1FromTheSameEndpointReplacesTheGroup_data();
+    void aSecondReg1FromTheSameEndpointReplacesTheGroup();
     void reg1OfAKnownSenderFromAnotherEndpointReplacesItsGroup();
     void reg2RegistersALink();
     void repeatedReg2IsAnsweredAndNotLogged();
@@ -122,7 +122,7 @@ void TestSrtlaEngineRegistrations::registrationsOfWrongSizeFromALinkAreForwarded
     QVERIFY(fixture.receivesNothing(link));
 }
 
-void TestSrtlaEngineRegistrations::aSecondReg1FromTheSameEndpoint_data()
+void TestSrtlaEngineRegistrations::aSecondReg1FromTheSameEndpointReplacesTheGroup_data()
 {
     QTest::addColumn<char>("seed");
     QTest::addColumn<QString>("reason");
@@ -130,7 +130,7 @@ void TestSrtlaEngineRegistrations::aSecondReg1FromTheSameEndpoint_data()
     QTest::newRow("different leading bytes") << 'b' << u"Neu-Registrierung"_s;
 }
 
-void TestSrtlaEngineRegistrations::aSecondReg1FromTheSameEndpoint()
+void TestSrtlaEngineRegistrations::aSecondReg1FromTheSameEndpointReplacesTheGroup()
 {
     QFETCH(char, seed);
     QFETCH(QString, reason);

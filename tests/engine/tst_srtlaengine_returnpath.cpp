@@ -38,7 +38,7 @@ void TestSrtlaEngineReturnPath::acksGoToEveryLinkOnceAndOtherPacketsToOneLink_da
     QTest::newRow("handshake response") << typed(0x8000, 64) << false;
     QTest::newRow("keep-alive") << typed(0x8001, 16) << false;
     QTest::newRow("NAK") << typed(0x8003, 20) << false;
-    QTest::newRow("shut-down") << typed(0x8005, 16) << false;
+    QTest::newRow("shutdown") << typed(0x8005, 16) << false;
     QTest::newRow("ACKACK") << typed(0x8006, 16) << false;
     QTest::newRow("data") << srtData(0x00008002, 1316) << false;
     QTest::newRow("data of 2000 bytes") << srtData(1, 2000) << false;

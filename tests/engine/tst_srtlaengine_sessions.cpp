@@ -159,7 +159,7 @@ void TestSrtlaEngineSessions::replyEndpointOutlivesTheLastLink()
     fixture.probe.group(id)->lastActivityMs = 8001; // keeps the group
     fixture.probe.cleanupSessions();
     QVERIFY(fixture.probe.group(id)->paths.isEmpty());
-    // The next link becomes the reply endpoint when it joins.
+    // The next link becomes the reply endpoint when it joins, without an SRT packet of its own.
     QVERIFY(fixture.join(late, id));
     fixture.reply(typed(0x8003, 20), srtPort);
     QCOMPARE(late.receive(), typed(0x8003, 20));

@@ -15,8 +15,8 @@ class TestSrtlaEngineStatistics : public QObject
 private Q_SLOTS:
     void init();
     void cleanup() { fixture.reset(); }
-    void statistics_data();
-    void statistics();
+    void rateIsMeasuredSinceTheLastPublication_data();
+    void rateIsMeasuredSinceTheLastPublication();
     void twoTicksWithoutTrafficPublishNoRate();
     void groupsAndLinksAreCounted();
     void everyDatagramIsCounted();
@@ -31,7 +31,7 @@ void TestSrtlaEngineStatistics::init()
     fixture->engine.setMs = 0;
 }
 
-void TestSrtlaEngineStatistics::statistics_data()
+void TestSrtlaEngineStatistics::rateIsMeasuredSinceTheLastPublication_data()
 {
     QTest::addColumn<qint64>("elapsedMs");
     QTest::addColumn<quint64>("bytes");
@@ -44,7 +44,7 @@ void TestSrtlaEngineStatistics::statistics_data()
     QTest::newRow("nothing") << qint64{1000} << quint64{0} << u"statistics 0 0 0 0 0"_s;
 }
 
-void TestSrtlaEngineStatistics::statistics()
+void TestSrtlaEngineStatistics::rateIsMeasuredSinceTheLastPublication()
 {
     QFETCH(qint64, elapsedMs);
     QFETCH(quint64, bytes);

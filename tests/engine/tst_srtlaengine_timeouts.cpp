@@ -15,12 +15,12 @@ class TestSrtlaEngineTimeouts : public QObject
 private Q_SLOTS:
     void init();
     void cleanup() { fixture.reset(); }
-    void aLinkIsDroppedAfterMoreThan8000Ms_data();
-    void aLinkIsDroppedAfterMoreThan8000Ms();
+    void aLinkIsRemovedAfterMoreThan8000Ms_data();
+    void aLinkIsRemovedAfterMoreThan8000Ms();
     void groupIsRemovedAfterItsLastLink();
     void activeGroupOutlivesItsLastLink();
-    void aGroupWithoutLinksIsDropped_data();
-    void aGroupWithoutLinksIsDropped();
+    void aGroupWithoutLinksIsRemoved_data();
+    void aGroupWithoutLinksIsRemoved();
     void onlyTheSilentLinkIsRemoved();
     void groupWithALinkDoesNotTimeOut();
     void keepalivesKeepALinkAndItsGroup();
@@ -40,7 +40,7 @@ void TestSrtlaEngineTimeouts::init()
     fixture->engine.setMs = 0;
 }
 
-void TestSrtlaEngineTimeouts::aLinkIsDroppedAfterMoreThan8000Ms_data()
+void TestSrtlaEngineTimeouts::aLinkIsRemovedAfterMoreThan8000Ms_data()
 {
     QTest::addColumn<qint64>("silentMs");
     QTest::addColumn<bool>("kept");
@@ -51,7 +51,7 @@ void TestSrtlaEngineTimeouts::aLinkIsDroppedAfterMoreThan8000Ms_data()
     QTest::newRow("an hour") << qint64{3600000} << false;
 }
 
-void TestSrtlaEngineTimeouts::aLinkIsDroppedAfterMoreThan8000Ms()
+void TestSrtlaEngineTimeouts::aLinkIsRemovedAfterMoreThan8000Ms()
 {
     QFETCH(qint64, silentMs);
     QFETCH(bool, kept);
@@ -85,7 +85,7 @@ void TestSrtlaEngineTimeouts::groupIsRemovedAfterItsLastLink()
     QVERIFY(fixture->probe.senderIndex().isEmpty());
     QStringList linkLines = fixture->record.logLines.first(3);
     QStringList groupLines = fixture->record.logLines.sliced(3);
-    linkLines.sort(); // the order within each kind is the hash table's
+    linkLines.sort(); // within each kind the lines are in the order of the hash table
     groupLines.sort();
     QCOMPARE(linkLines, (QStringList{u"TIMEOUT | Weg 192.0.2.7:1 entfernt"_s, u"TIMEOUT | Weg 192.0.2.7:11 entfernt"_s,
                                      u"TIMEOUT | Weg 192.0.2.7:2 entfernt"_s}));
@@ -112,7 +112,7 @@ void TestSrtlaEngineTimeouts::activeGroupOutlivesItsLastLink()
     QCOMPARE(fixture->record.logLines.last(), u"GRUPPE | 616263646566 entfernt: Timeout"_s);
 }
 
-void TestSrtlaEngineTimeouts::aGroupWithoutLinksIsDropped_data()
+void TestSrtlaEngineTimeouts::aGroupWithoutLinksIsRemoved_data()
 {
     QTest::addColumn<qint64>("silentMs");
     QTest::addColumn<bool>("kept");
@@ -120,7 +120,7 @@ void TestSrtlaEngineTimeouts::aGroupWithoutLinksIsDropped_data()
     QTest::newRow("8001 ms after its REG1") << qint64{8001} << false;
 }
 
-void TestSrtlaEngineTimeouts::aGroupWithoutLinksIsDropped()
+void TestSrtlaEngineTimeouts::aGroupWithoutLinksIsRemoved()
 {
     QFETCH(qint64, silentMs);
     QFETCH(bool, kept);

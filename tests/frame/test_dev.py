@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Tests of ./dev on a machine with an existing build root: python3 tests/frame/test_dev.py
 
@@ -19,7 +18,7 @@ PROJECT = Path(__file__).resolve().parents[2]
 DEV = str(PROJECT / "dev")
 WITHOUT_MOUNTS = ["setpriv", "--bounding-set", "-sys_admin", "--inh-caps", "-sys_admin"]
 TIMEOUT_S = 60
-MARK = f"86{os.getpid()}"  # argument of "sleep", to identify left-over processes
+MARK = f"86{os.getpid()}"  # seconds of "sleep", a unique number by which left-over processes are found
 
 REPORTER = f"""trap 'exit 41' INT
 trap 'exit 42' TERM
@@ -147,12 +146,12 @@ class Dev:
 
 @unittest.skipUnless(subprocess.run(["unshare", "--mount", "true"], stderr=subprocess.DEVNULL, check=False).returncode == 0,
                      "mounts are not permitted")
-class RootThatMayMount(Dev, unittest.TestCase):
+class RootThatMayMountTest(Dev, unittest.TestCase):
     def test_has_its_own_process_namespace(self):
         self.assertLess(int(self.dev("sh", "-c", "ls -d /proc/[0-9]* | wc -l").stdout), 10)
 
 
-class ContainerThatMayNotMount(Dev, unittest.TestCase):
+class ContainerThatMayNotMountTest(Dev, unittest.TestCase):
     prefix = WITHOUT_MOUNTS
 
     def test_compiles_and_runs_a_program(self):

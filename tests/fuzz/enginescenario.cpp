@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t idBytes = 256;
 constexpr std::size_t reg2Bytes = 258;
 
-const Loopback &surroundings()
+const Loopback &sharedLoopback()
 {
     static const Loopback loopback;
     return loopback;
@@ -24,9 +24,9 @@ ReceiverModel makeModel()
 {
     std::array<std::string, endpointCount> names;
     for (int i = 0; i < endpointCount; ++i) {
-        names[static_cast<std::size_t>(i)] = Loopback::address(i) + ":" + std::to_string(surroundings().port(i));
+        names[static_cast<std::size_t>(i)] = Loopback::address(i) + ":" + std::to_string(sharedLoopback().port(i));
     }
-    return {names, "127.0.0.1:" + std::to_string(surroundings().listenerPort())};
+    return {names, "127.0.0.1:" + std::to_string(sharedLoopback().listenerPort())};
 }
 
 const SrtlaEndpoint &endpointOf(int endpoint)
@@ -36,7 +36,7 @@ const SrtlaEndpoint &endpointOf(int endpoint)
         std::array<SrtlaEndpoint, endpointCount> made;
         for (int i = 0; i < endpointCount; ++i) {
             made[static_cast<std::size_t>(i)] = {QHostAddress(QString::fromStdString(Loopback::address(i))),
-                                                 surroundings().port(i)};
+                                                 sharedLoopback().port(i)};
         }
         return made;
     }();
@@ -78,7 +78,7 @@ EngineScenario::EngineScenario() : model(makeModel())
 
 void EngineScenario::start()
 {
-    require(engine.start(0, QHostAddress(QHostAddress::LocalHost), surroundings().listenerPort()), "no listen port");
+    require(engine.start(0, QHostAddress(QHostAddress::LocalHost), sharedLoopback().listenerPort()), "no listen port");
     engine.time = 0;
     model.start();
     publishedMs = 0;
@@ -88,9 +88,9 @@ void EngineScenario::start()
 
 void EngineScenario::sendDatagram(int endpoint, const std::string &datagram)
 {
-    surroundings().sendFromEndpoint(endpoint, datagram, probe.clientSocket().localPort());
+    sharedLoopback().sendFromEndpoint(endpoint, datagram, probe.clientSocket().localPort());
     probe.readPendingDatagrams();
-    collected = surroundings().collect();
+    collected = sharedLoopback().collect();
     const std::vector<std::string> &answers = collected.atEndpoint[static_cast<std::size_t>(endpoint)];
     const std::string givenId =
         answers.size() == 1 && answers[0].size() == reg2Bytes ? answers[0].substr(2) : std::string();
@@ -107,11 +107,11 @@ void EngineScenario::sendDatagrams(int endpoint, const std::vector<std::string> 
 {
     Expected expected;
     for (const std::string &datagram : datagrams) {
-        surroundings().sendFromEndpoint(endpoint, datagram, probe.clientSocket().localPort());
+        sharedLoopback().sendFromEndpoint(endpoint, datagram, probe.clientSocket().localPort());
         expected.append(model.datagram(endpoint, datagram, {}));
     }
     probe.readPendingDatagrams();
-    collected = surroundings().collect();
+    collected = sharedLoopback().collect();
     compare(std::move(expected));
 }
 
@@ -122,9 +122,9 @@ void EngineScenario::sendReply(std::size_t group, const std::string &datagram)
     if (port == groupPorts.end() || !model.allGroups().contains(id)) {
         return;
     }
-    surroundings().sendFromListener(datagram, port->second);
+    sharedLoopback().sendFromListener(datagram, port->second);
     probe.readSrtDatagrams(QByteArray::fromStdString(id));
-    collected = surroundings().collect();
+    collected = sharedLoopback().collect();
     compare(model.listenerDatagram(id, datagram));
 }
 
@@ -139,7 +139,7 @@ void EngineScenario::cleanup()
     probe.cleanupSessions();
     const auto afterLinks = std::find_if_not(log.begin(), log.end(), isLinkTimeout);
     require(std::none_of(afterLinks, log.end(), isLinkTimeout), "a group was removed before another's link");
-    collected = surroundings().collect();
+    collected = sharedLoopback().collect();
     compare(model.cleanup());
 }
 
@@ -166,14 +166,14 @@ void EngineScenario::publishStatistics()
     require(emissions == 1, "the statistics were not published once");
     publishedMs = model.now;
     publishedBytes = model.receivedBytes;
-    collected = surroundings().collect();
+    collected = sharedLoopback().collect();
     compare({});
 }
 
 void EngineScenario::restart()
 {
     engine.stop();
-    collected = surroundings().collect();
+    collected = sharedLoopback().collect();
     compare(model.stop());
     start();
 }

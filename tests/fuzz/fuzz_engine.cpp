@@ -68,8 +68,8 @@ void sendData(int endpoint, InputReader &input, EngineScenario &scenario)
 
 std::string keepalive(InputReader &input)
 {
-    constexpr std::size_t mostBehindType = 9;
-    return std::string("\x90\0", 2) + input.bytes(input.byte() % mostBehindType);
+    constexpr std::size_t maximumAfterType = 9;
+    return std::string("\x90\0", 2) + input.bytes(input.byte() % maximumAfterType);
 }
 
 void playEvent(InputReader &input, EngineScenario &scenario)

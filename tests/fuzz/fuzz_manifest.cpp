@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr qsizetype mostBytes = 65536;
+constexpr qsizetype maximumBytes = 65536;
 
 /// The expected text of a member; empty unless \a value is a string.
 QString expectedText(const QJsonObject &object, const char *name)
@@ -68,7 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QByteArray body(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     const ManifestReading reading = readUpdateManifest(body);
     const QJsonDocument document = QJsonDocument::fromJson(body);
-    require(reading.isJsonObject == (body.size() <= mostBytes && document.isObject()), "isJsonObject");
+    require(reading.isJsonObject == (body.size() <= maximumBytes && document.isObject()), "isJsonObject");
     require(reading.isJsonObject || !reading.manifest, "a manifest without a JSON object");
     if (reading.isJsonObject) {
         const QString product = expectedText(document.object(), "product");

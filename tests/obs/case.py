@@ -44,15 +44,15 @@ class ObsCase(unittest.TestCase):
         return obs.Panel(session.screen).open()
 
     def assert_destroyed(self, session: obs.ObsSession, names):
-        """Checks in the log of an OBS that ended that the sources had no leaked references: they were destroyed with the
-        scenes, before OBS frees the remaining objects."""
+        """Checks in the log of an ended OBS that no reference to the sources leaked: they were destroyed with the scenes,
+        before OBS frees the remaining objects."""
         before_cleanup = session.log().split("Freeing OBS context data")[0]
         for name in names:
             self.assertIn(f"source '{name}' destroyed", before_cleanup)
 
     def _clear(self):
-        failed = any(error for _, error in getattr(self._outcome.result, "failures", []) +
-                     getattr(self._outcome.result, "errors", []) if _ is self)
+        failed = any(error for test, error in getattr(self._outcome.result, "failures", []) +
+                     getattr(self._outcome.result, "errors", []) if test is self)
         for number, session in enumerate(self._sessions):
             if failed and session.running():
                 session.screen.screenshot(self.folder / f"failed-{number}.png")

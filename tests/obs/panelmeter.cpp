@@ -131,7 +131,7 @@ private:
     void measureToolTip()
     {
         // A tooltip has the style of its widget; one of OBS's own widgets has the theme's style.
-        const auto colourOf = [](QWidget *owner) {
+        const auto lookOf = [](QWidget *owner) {
             QToolTip::showText(QPoint(10, 10), u"x"_s, owner);
             QString look;
             const QWidgetList windows = QApplication::topLevelWidgets();
@@ -144,8 +144,8 @@ private:
             QToolTip::hideText();
             return look;
         };
-        report.insert(u"toolTipOfTheTheme"_s, colourOf(frame));
-        report.insert(u"toolTipOfTheButton"_s, colourOf(panel->findChild<QPushButton *>()));
+        report.insert(u"toolTipOfTheTheme"_s, lookOf(frame));
+        report.insert(u"toolTipOfTheButton"_s, lookOf(panel->findChild<QPushButton *>()));
     }
 
     void resizeTo(int width, int height)

@@ -87,7 +87,7 @@ class QuitTest(case.ObsCase):
         remote.call("RemoveInput", inputName=case.SOURCE)
         wait_until(lambda: case.TARGET_PORT not in held_udp_ports(), "the listener of the removed source is closed")
         session.quit()
-        # Leaks are not checked, as above.
+        # Leaks are not checked, as in test_quitting_while_the_source_waits_for_a_caller.
         self._check_normal_exit(session)
         self.assert_destroyed(session, [case.SOURCE])
 

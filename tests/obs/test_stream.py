@@ -60,7 +60,7 @@ class StreamTest(case.ObsCase):
         self.assertIn("Number of memory leaks: 0", session.log())
 
     def test_passphrase(self):
-        session, panel = self._ready(_PASSPHRASE)
+        session, _ = self._ready(_PASSPHRASE)
         rejected = self._sender(passphrase=_GUESS).start()
         wait_until(lambda: _REFUSED in rejected.encoder_log(), "the caller with another passphrase is rejected")
         self.assertIsNone(session.remote.picture(case.SOURCE))
@@ -70,7 +70,7 @@ class StreamTest(case.ObsCase):
         case.wait_for_picture(session)
 
     def test_sender_restart(self):
-        session, panel = self._ready()
+        session, _ = self._ready()
         sender = self._sender().start()
         case.wait_for_picture(session)
         sender.stop()

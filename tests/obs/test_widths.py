@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """The panel in OBS's theme and font at every font size: no text is truncated, nothing is outside the panel, long texts do
-not widen it. panelmeter.cpp measures in OBS and saves the pictures for tools/pictures."""
+not widen the panel. panelmeter.cpp measures in OBS and saves the pictures for tools/pictures."""
 
 import json
 

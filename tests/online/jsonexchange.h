@@ -13,10 +13,10 @@
 // Exchanges with the servers of withjsonservice.py.
 namespace HttpsJson {
 
-/// An address at the test server; \a what is the port's name.
-inline QString urlAt(const QString &what, const QString &objectName)
+/// An address at the test server; \a portName as in JsonService::port().
+inline QString urlAt(const QString &portName, const QString &objectName)
 {
-    return QStringLiteral("https://localhost:%1").arg(JsonService::port(what)) + objectName;
+    return QStringLiteral("https://localhost:%1").arg(JsonService::port(portName)) + objectName;
 }
 
 inline QJsonObject echoOf(const QString &objectName, const QByteArray &body = "{}")

@@ -12,10 +12,7 @@ class TestHttpsJson : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(JsonService::port(u"https"_s) != 0, "run this test through testkit/withjsonservice.py");
-    }
+    void initTestCase();
     void sendsTheExpectedRequest();
     void sendsBodiesUnchanged_data();
     void sendsBodiesUnchanged();
@@ -30,6 +27,11 @@ private Q_SLOTS:
     void opensNoConnection();
     void exchangesShareNoState();
 };
+
+void TestHttpsJson::initTestCase()
+{
+    QVERIFY2(JsonService::port(u"https"_s) != 0, "run this test through testkit/withjsonservice.py");
+}
 
 void TestHttpsJson::sendsTheExpectedRequest()
 {
@@ -110,7 +112,7 @@ void TestHttpsJson::readsReplies_data()
     QTest::newRow("empty") << u"/literal"_s << QByteArray() << 200 << noJson(200);
     QTest::newRow("cut off before the body") << u"/cut/nothing"_s << none << 200 << noJson(200);
     QTest::newRow("cut off in the body") << u"/cut/middle"_s << none << 200 << noJson(200);
-    QTest::newRow("cut off behind the object") << u"/cut/object"_s << none << 200 << servedObject();
+    QTest::newRow("cut off after the object") << u"/cut/object"_s << none << 200 << servedObject();
 }
 
 void TestHttpsJson::readsReplies()
@@ -144,7 +146,7 @@ void TestHttpsJson::reportsFailures_data()
     QTest::newRow("certificate of another host") << urlAt(u"otherHost"_s, u"/echo"_s) << unreachable(badCertificate);
     QTest::newRow("expired certificate") << urlAt(u"expired"_s, u"/echo"_s) << unreachable(badCertificate);
     QTest::newRow("unknown authority") << urlAt(u"stranger"_s, u"/echo"_s) << unreachable(badCertificate);
-    QTest::newRow("closed without an answer") << urlAt(u"https"_s, u"/cut"_s) << unreachable(brokenOff);
+    QTest::newRow("closed without a response") << urlAt(u"https"_s, u"/cut"_s) << unreachable(brokenOff);
     QTest::newRow("closed after an interim response") << urlAt(u"https"_s, u"/cut/interim"_s) << unreachable(brokenOff);
     QTest::newRow("cut off in the headers") << urlAt(u"https"_s, u"/cut/headers"_s) << unreachable(brokenOff);
 }

@@ -12,10 +12,7 @@ class TestHttpsJsonRedirects : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QVERIFY2(JsonService::port(u"https"_s) != 0, "run this test through testkit/withjsonservice.py");
-    }
+    void initTestCase();
     void followsRedirects_data();
     void followsRedirects();
     void keepsCookiesOverRedirects();
@@ -23,6 +20,11 @@ private Q_SLOTS:
     void followsNoRedirectToHttp();
     void followsTenRedirects();
 };
+
+void TestHttpsJsonRedirects::initTestCase()
+{
+    QVERIFY2(JsonService::port(u"https"_s) != 0, "run this test through testkit/withjsonservice.py");
+}
 
 void TestHttpsJsonRedirects::followsRedirects_data()
 {

@@ -51,7 +51,7 @@ std::vector<Exchange> exchanges()
         row("silent in the headers", urlAt(u"https"_s, u"/stall/headers"_s), timeOutInResponse, 0, eightSeconds),
         row("silent before the body", urlAt(u"https"_s, u"/stall/nothing"_s), noJson(200), 200, eightSeconds),
         row("silent in the body", urlAt(u"https"_s, u"/stall/middle"_s), noJson(200), 200, eightSeconds),
-        row("silent behind the object", urlAt(u"https"_s, u"/stall/object"_s), servedObject(), 200, eightSeconds),
+        row("silent after the object", urlAt(u"https"_s, u"/stall/object"_s), servedObject(), 200, eightSeconds),
         row("silent after a redirect", urlAt(u"https"_s, u"/redirect/307?/stall"_s), timeOutInResponse, 0,
             eightSeconds),
         // The limit applies to one receive operation, not to the whole response.

@@ -71,10 +71,10 @@ void TestUpdateDecision::newerVersions_data()
     QTest::newRow("one more segment") << u"0.9.2.0"_s << members(url, digest, none, none)
                                       << replacing(u"Neue Version 0.9.2.0 verfügbar. Installiert ist 0.9.2."_s,
                                                    u"0.9.2.0"_s);
-    QTest::newRow("text behind the version")
+    QTest::newRow("suffix after the number")
         << u"1.0-beta"_s << members(url, digest, none, none)
         << replacing(u"Neue Version 1.0-beta verfügbar. Installiert ist 0.9.2."_s, u"1.0-beta"_s);
-    QTest::newRow("place marks") << u"1.0 %1 %2"_s << members(url, digest, u"%1 %2"_s, none)
+    QTest::newRow("placeholder") << u"1.0 %1 %2"_s << members(url, digest, u"%1 %2"_s, none)
                                  << replacing(u"Neue Version 1.0 %1 %2 verfügbar. Installiert ist 0.9.2.\n%1 %2"_s,
                                               u"1.0 %1 %2"_s);
     QTest::newRow("notes, not installable")

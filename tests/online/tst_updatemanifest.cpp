@@ -47,8 +47,8 @@ void TestUpdateManifest::distinguishesObjectsFromOtherBodies_data()
     QTest::newRow("number") << QByteArray("1") << false;
     QTest::newRow("null") << QByteArray("null") << false;
     QTest::newRow("cut off") << QByteArray(R"({"latest_version":"1.0")") << false;
-    QTest::newRow("comma too many") << QByteArray(R"({"latest_version":"1.0",})") << false;
-    QTest::newRow("something behind") << QByteArray(R"({"latest_version":"1.0"}x)") << false;
+    QTest::newRow("trailing comma") << QByteArray(R"({"latest_version":"1.0",})") << false;
+    QTest::newRow("trailing character") << QByteArray(R"({"latest_version":"1.0"}x)") << false;
     QTest::newRow("two objects") << QByteArray(R"({"latest_version":"1.0"}{})") << false;
     QTest::newRow("invalid UTF-8") << QByteArray("{\"latest_version\":\"1.0\xff\"}") << false;
     QTest::newRow("object without members") << QByteArray("{}") << true;
@@ -153,7 +153,7 @@ void TestUpdateManifest::treatsOtherTypesAsEmpty_data()
 {
     QTest::addColumn<QByteArray>("value");
     QTest::newRow("number") << QByteArray("12");
-    QTest::newRow("truth") << QByteArray("true");
+    QTest::newRow("boolean") << QByteArray("true");
     QTest::newRow("null") << QByteArray("null");
     QTest::newRow("array") << QByteArray(R"(["text"])");
     QTest::newRow("object") << QByteArray(R"({"text":"text"})");

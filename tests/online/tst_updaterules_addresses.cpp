@@ -102,8 +102,8 @@ void TestUpdateRulesAddresses::installerAddresses_data()
     QTest::newRow("percent-encoded umlaut") << u"https://VENDOR/%C3%BCbung.exe"_s << true;
     QTest::newRow("umlaut") << u"https://VENDOR/übung.exe"_s << true;
     QTest::newRow("blank in the path") << u"https://VENDOR/my setup.exe"_s << true;
-    QTest::newRow("slash behind") << u"https://VENDOR/setup.exe/"_s << false;
-    QTest::newRow("dot behind") << u"https://VENDOR/setup.exe."_s << false;
+    QTest::newRow("trailing slash") << u"https://VENDOR/setup.exe/"_s << false;
+    QTest::newRow("trailing dot") << u"https://VENDOR/setup.exe."_s << false;
     QTest::newRow("another file") << u"https://VENDOR/setup.msi"_s << false;
     QTest::newRow("no dot") << u"https://VENDOR/setupexe"_s << false;
     QTest::newRow("no path") << u"https://VENDOR"_s << false;

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
 """packaging/release: the source archive and error handling. The packages have separate tests."""
 
@@ -65,7 +64,7 @@ class ReleaseTest(unittest.TestCase):
         return subprocess.run(["packaging/release", *arguments], cwd=self.project, capture_output=True, text=True,
                               check=False)
 
-    def have_miniature(self):
+    def add_miniature(self):
         for name, text in MINIATURE.items():
             (self.project / name).write_text(text)
         (self.project / "dev").chmod(0o755)
@@ -94,17 +93,17 @@ class ReleaseTest(unittest.TestCase):
     def test_two_runs_give_the_same_bytes(self):
         self.assertEqual(self.release("--sources-only").returncode, 0)
         first = self.archive().read_bytes()
-        # Other times of the files, another folder and another time of day must not show.
+        # File times, the folder and the time of day must have no effect.
         for path in self.project.glob("*.json"):
             os.utime(path, (COMMITTED_AT_S * 1.5, COMMITTED_AT_S * 1.5))
         self.project = self.project.rename(self.folder / "elsewhere")
         self.assertEqual(self.release("--sources-only").returncode, 0)
         self.assertEqual(self.archive().read_bytes(), first)
-        # gzip keeps a time in these bytes unless told not to: two runs within one second would agree all the same.
+        # By default gzip stores the current second in these bytes, which two quick runs would not reveal.
         self.assertEqual(first[4:8], bytes(4))
 
     def test_another_folder_gives_the_same_packages(self):
-        self.have_miniature()
+        self.add_miniature()
         ready = self.ready_packages(narrow=b"\x90a\0https://vendor.test\0", wide="\x90vendor.test/".encode("utf-16-le"))
 
         def released():
@@ -158,7 +157,7 @@ class ReleaseTest(unittest.TestCase):
         self.assert_refused(self.release("--windows", str(self.folder)), f"does not contain {INSTALLER}")
 
     def test_a_module_for_another_host_is_refused(self):
-        self.have_miniature()
+        self.add_miniature()
         ours = b"https://vendor.test\0"
         others = {"another": b"https://other.test\0", "subdomain": b"https://a.vendor.test\0",
                   "longer": b"https://vendor.test.de\0", "wide": "https://my-vendor.test".encode("utf-16-le")}
@@ -171,7 +170,7 @@ class ReleaseTest(unittest.TestCase):
         self.assert_refused(self.release("--windows", ready, "--vendor-host", "else.test"), "ours.zip", "host else.test")
 
     def test_a_damaged_archive_is_refused(self):
-        self.have_miniature()
+        self.add_miniature()
         ready = self.ready_packages()
         Path(ready, "damaged.zip").write_text("x")
         self.assert_refused(self.release("--windows", ready), "damaged.zip is not a zip archive")

@@ -128,7 +128,7 @@ void TestModule::unloadShutsDownAndRemovesTheDock()
     QCOMPARE(ObsDouble::logLines(), (LogLines{loadLine, unloadLine}));
 }
 
-// The front end may keep the dock in its window for a moment and process events.
+// The front end may still process events for the dock while it removes the dock.
 void TestModule::dockIsShutDownBeforeItsRemoval()
 {
     QVERIFY(obs_module_load());

@@ -87,7 +87,7 @@ void TestModuleLocale::noLocaleFileAtAllLeavesNoLookup()
     const char *text = "untouched";
     QVERIFY(!obs_module_get_string("PluginName", &text));
     QCOMPARE(QString::fromUtf8(text), u"untouched"_s);
-    // A second call does not destroy it again.
+    // A second call must not destroy the previous table again.
     obs_module_set_locale("de-DE");
 }
 

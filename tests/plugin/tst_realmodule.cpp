@@ -56,9 +56,6 @@ bool logHas(const QString &part)
     return std::any_of(lines.cbegin(), lines.cend(), [&part](const Line &line) { return line.text.contains(part); });
 }
 
-using GetString = bool (*)(const char *, const char **);
-using SetLocale = void (*)(const char *);
-
 } // namespace
 
 class TestRealModule : public QObject

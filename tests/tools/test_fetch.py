@@ -55,7 +55,7 @@ class QuietHandler(http.server.SimpleHTTPRequestHandler):
         pass
 
 
-class Fetch(unittest.TestCase):
+class FetchTest(unittest.TestCase):
     def setUp(self):
         self.root = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.served = self.root / "served"
@@ -84,7 +84,7 @@ class Fetch(unittest.TestCase):
         return digest_of((self.served / name).read_bytes())
 
     def serve_obs(self, **changed):
-        """The sources' archive with a buildspec.json of the real layout; "changed" replaces digests in it."""
+        """The sources' archive with a buildspec.json of the real layout; `changed` replaces digests in it."""
         hashes = {"prebuilt": self.served_digest(DEPENDENCIES_ARCHIVE), "qt6": self.served_digest(QT_ARCHIVE)} | changed
         url = f"{self.base}/obs-deps/releases/download"
         buildspec = {"dependencies": {
@@ -198,7 +198,7 @@ class Fetch(unittest.TestCase):
             self.assertEqual((done.returncode, done.stderr), (1, "usage: fetch.py FOLDER\n"))
 
 
-class Dependencies(unittest.TestCase):
+class DependenciesTest(unittest.TestCase):
     def test_the_sources_have_a_digest(self):
         obs = json.loads((SCRIPT.parent / "dependencies.json").read_text())["obs-studio"]
         self.assertRegex(obs["sha256"], "^[0-9a-f]{64}$")

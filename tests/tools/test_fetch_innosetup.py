@@ -10,7 +10,7 @@ from pathlib import Path
 SCRIPT = Path(__file__).resolve().parents[2] / "tools/buildroot/fetch-innosetup"
 
 
-class FetchInnoSetup(unittest.TestCase):
+class FetchInnoSetupTest(unittest.TestCase):
     def setUp(self):
         self.root = Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.folder = self.root / "innosetup"

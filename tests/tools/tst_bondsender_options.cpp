@@ -32,10 +32,10 @@ private Q_SLOTS:
     void parsesRequiredOptions();
     void parsesAllLinkSettings();
     void parsesOptionalOptions();
-    void refuses_data();
-    void refuses();
-    void durations_data();
-    void durations();
+    void rejectsInvalidValues_data();
+    void rejectsInvalidValues();
+    void rejectsInvalidDurations_data();
+    void rejectsInvalidDurations();
     void namesTheMissingOption();
 };
 
@@ -76,7 +76,7 @@ void TestBondsenderOptions::parsesOptionalOptions()
     QVERIFY(parsed({"--help"}).value_or(Options{}).help);
 }
 
-void TestBondsenderOptions::refuses_data()
+void TestBondsenderOptions::rejectsInvalidValues_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("value");
@@ -106,7 +106,7 @@ void TestBondsenderOptions::refuses_data()
     row("--bogus", "1");
 }
 
-void TestBondsenderOptions::refuses()
+void TestBondsenderOptions::rejectsInvalidValues()
 {
     QFETCH(QString, name);
     QFETCH(QString, value);
@@ -115,7 +115,7 @@ void TestBondsenderOptions::refuses()
     QVERIFY(!reason.empty());
 }
 
-void TestBondsenderOptions::durations_data()
+void TestBondsenderOptions::rejectsInvalidDurations_data()
 {
     QTest::addColumn<QString>("text");
     for (const char *text : {"", "s", "ms", "5", "5m", "-5s", "5 s", "nans", "infs", "1e99s"}) {
@@ -123,7 +123,7 @@ void TestBondsenderOptions::durations_data()
     }
 }
 
-void TestBondsenderOptions::durations()
+void TestBondsenderOptions::rejectsInvalidDurations()
 {
     QFETCH(QString, text);
     QVERIFY(!parseDuration(text.toStdString()));

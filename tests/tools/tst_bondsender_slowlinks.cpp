@@ -176,8 +176,8 @@ void TestBondsenderSlowLinks::everyLinkGetsRegistered()
 {
     QFETCH(const Impairments, links);
     QFETCH(const std::chrono::seconds, within);
-    constexpr std::uint64_t throws = 20;
-    for (std::uint64_t seed = 0; seed < throws; ++seed) {
+    constexpr std::uint64_t seeds = 20;
+    for (std::uint64_t seed = 0; seed < seeds; ++seed) {
         Simulation simulation(links, seed);
         while (simulation.runningFor() < within) {
             simulation.step();

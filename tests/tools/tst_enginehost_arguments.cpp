@@ -14,8 +14,8 @@ private Q_SLOTS:
     void parsesThePorts();
     void parsesTheTarget();
     void lastOccurrenceWins();
-    void refuses_data();
-    void refuses();
+    void rejectsInvalidArguments_data();
+    void rejectsInvalidArguments();
 };
 
 void TestEnginehostArguments::parsesThePorts_data()
@@ -54,7 +54,7 @@ void TestEnginehostArguments::lastOccurrenceWins()
     QCOMPARE(arguments->listenPort, 3);
 }
 
-void TestEnginehostArguments::refuses_data()
+void TestEnginehostArguments::rejectsInvalidArguments_data()
 {
     QTest::addColumn<QStringList>("words");
     const QStringList good{u"--listen"_s, u"5000"_s, u"--target-port"_s, u"5002"_s};
@@ -79,7 +79,7 @@ void TestEnginehostArguments::refuses_data()
     }
 }
 
-void TestEnginehostArguments::refuses()
+void TestEnginehostArguments::rejectsInvalidArguments()
 {
     QFETCH(const QStringList, words);
     QVERIFY(!parseArguments(words));

@@ -31,7 +31,7 @@ OBS_PROGRAM = OBS_FOLDER + "/bin/64bit/obs64.exe"
 OTHER_OBS_PROGRAM = "portable/obs/bin/64bit/obs64.exe"
 FIREWALL_RULE = "Tarvoline SRTLA (OBS Studio, UDP)"
 
-# Some conditions press a key each time; Setup needs some time to draw its next page.
+# Some conditions press a key at each poll; Setup needs time to draw its next page in between.
 _POLL_S = 0.1
 
 

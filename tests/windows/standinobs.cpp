@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Replaces OBS Studio: a process obs64.exe with a main window that closes on WM_CLOSE, a floating dock and a projector,
-// which must not receive WM_CLOSE. Logs to obs64.log in its folder, each with the working folder: "start", "end", and
-// "disturbed" for a WM_CLOSE to the dock or the projector.
+// which must not receive WM_CLOSE. Appends events to obs64.log in its folder, each with the working folder: "start",
+// "end", and "disturbed" for a WM_CLOSE to the dock or the projector.
 // --minimize-to-tray hides the main window, as OBS does.
 #include <cstdio>
 #include <string>

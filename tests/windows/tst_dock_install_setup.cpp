@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int installMs = 120000;
+constexpr int installMs = 120000; // time limit of a check, a download and a quit under Wine
 constexpr int timeoutExitCode = 7;
 
 QByteArray content(const QString &path)
@@ -57,10 +57,11 @@ private:
 
 void TestDockInstallSetup::initTestCase()
 {
-    QVERIFY2(HttpsServers().isUsable(), "run this test with testkit/withservers.py");
+    QVERIFY2(HttpsServers().isUsable(), "run this test through testkit/withservers.py");
     setup = content(qEnvironmentVariable("TARVOLINE_TEST_SETUP"));
     QVERIFY(setup.startsWith("MZ"));
     QVERIFY(!QFile::exists(saved));
+    // The message box is the only window here; closing it must not quit the application.
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
