@@ -16,6 +16,8 @@ QString ConnectionAddresses::ofSenderApp(const QString &publicHost, const QStrin
 
 QString ConnectionAddresses::ofMediaSource(const QString &targetPort, const QString &passphrase)
 {
+    // FFmpeg's unit of latency is the microsecond. SRT uses the larger latency of both ends: the sender's. lossmaxttl
+    // is the maximum reordering tolerance in packets, because packets of several links arrive out of order.
     const QString url = u"srt://127.0.0.1:%1?mode=listener&latency=2000&lossmaxttl=40"_s.arg(targetPort);
     return passphrase.isEmpty() ? url : url + u"&passphrase=%1"_s.arg(passphrase);
 }

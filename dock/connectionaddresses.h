@@ -3,7 +3,7 @@
 
 #include <QString>
 
-/// The two addresses of the receiver. Typed texts are used unchanged: not parsed, not escaped.
+/// The two connection addresses in the panel. Texts typed by the user are neither parsed nor escaped.
 namespace ConnectionAddresses {
 
 /// Address for the sender app. \a publicHost is trimmed; an empty one is replaced by a German placeholder.

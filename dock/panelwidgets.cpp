@@ -14,10 +14,10 @@ namespace {
 // Minimum and preferred line length of a label, in average character widths.
 constexpr int narrowestLabel = 12;
 constexpr int preferredLabel = 40;
-// QLineEdit's margin on each side of its text, and the cursor.
+// QLineEdit's margin on each side of its text, and its cursor, in pixels.
 constexpr int editMargin = 2;
 constexpr int cursorWidth = 1;
-// QFormLayout ignores the spacing between its columns when it decides whether to wrap a row.
+// Pixels between the columns of the form, which QFormLayout ignores when it decides whether to wrap a row.
 constexpr int formSpacing = 8;
 
 } // namespace

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// The source comes first, so that its listener exists when the first packets are forwarded.
+// The source is repaired first, so that its listener exists when the first packets are forwarded.
 constexpr std::chrono::milliseconds sourceRepairDelay = 400ms;
 constexpr std::chrono::milliseconds receiverStartDelay = 800ms;
 

@@ -45,7 +45,7 @@ void TarvolineDock::connectUi(const PanelParts &parts)
 
 void TarvolineDock::connectEdits()
 {
-    // Link first, so that the addresses are computed with the linked port.
+    // Connected before updateUrls, so that the addresses are computed with the linked port.
     connect(listenPortEdit, &QLineEdit::textChanged, this, &TarvolineDock::syncTargetPortFromListenPort);
     connect(linkPortsCheck, &QCheckBox::toggled, this, &TarvolineDock::applyPortLink);
     for (QLineEdit *edit : {listenPortEdit, targetPortEdit, publicHostEdit, streamIdEdit, passwordEdit}) {

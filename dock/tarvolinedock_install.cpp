@@ -28,7 +28,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Leaves time to read the last text and for the installer to start before it closes OBS.
+// Time for the user to read the last text, and for the installer to start before OBS quits.
 constexpr std::chrono::milliseconds quitDelay = 800ms;
 
 std::optional<QString> installerPath(const QString &version)

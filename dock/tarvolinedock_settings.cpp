@@ -26,8 +26,8 @@ int portNumber(const QString &text, int highest)
 
 void TarvolineDock::loadSettings()
 {
-    // The widgets' signals are not blocked: a changed value runs the widget's handlers, and what these save is read by
-    // the following lines.
+    // The widgets' signals are not blocked: a changed value runs the widget's handlers, and the following lines read
+    // the values that these handlers have saved.
     listenPortEdit->setText(settings.value(DockSettings::listenPort, int{DockSettings::defaultListenPort}).toString());
     targetPortEdit->setText(settings.value(DockSettings::targetPort, int{DockSettings::defaultTargetPort}).toString());
     publicHostEdit->setText(settings.value(DockSettings::publicHost, QString()).toString());

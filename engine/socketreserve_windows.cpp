@@ -3,6 +3,7 @@
 
 std::optional<DescriptorUse> descriptorUse()
 {
-    // A socket is a handle, and a process may have millions of them. Sockets use up UDP ports, which files don't need.
+    // Sockets and files are handles, and a process can have millions of them. The number of UDP ports limits the
+    // sockets long before; files need no ports.
     return std::nullopt;
 }

@@ -22,9 +22,9 @@ enum class SenderDatagram;
 /// Receives bonded SRTLA senders on one UDP port, joins each sender's links into a group, forwards the group's SRT
 /// packets to a local SRT listener and sends the listener's replies back over the links.
 ///
-/// Everything runs in the event loop of the engine's thread. A slot connected to its signals
-/// may call start, stop and shutdown: the latest call decides, and an earlier one that is still emitting signals emits
-/// no more. No slot may destroy the engine.
+/// Everything runs in the event loop of the engine's thread. A slot connected to the engine's signals may call start,
+/// stop and shutdown: the latest call decides, and an earlier call that is still emitting signals emits no further
+/// ones. No slot may destroy the engine.
 class SrtlaEngine : public QObject
 {
     Q_OBJECT
@@ -123,7 +123,7 @@ private:
     quint16 listenPort = 0;
     quint16 targetPort = 0;
     QHash<QByteArray, QSharedPointer<SrtlaGroup>> groups;
-    /// Group id by registered link. Ids rather than pointers: a stale entry is simply not found.
+    /// Group id by registered link. An id instead of a pointer: the lookup of a stale entry finds no group.
     QHash<SrtlaEndpoint, QByteArray> pathIndex;
     /// Group id by the endpoint that sent the REG1.
     QHash<SrtlaEndpoint, QByteArray> senderIndex;

@@ -11,7 +11,7 @@ void SrtlaEngine::readClientDatagrams()
 {
     QByteArray buffer = spareBuffer.take();
     char *const bytes = buffer.data();
-    const bool readsOn = readAhead.beginPass();
+    const bool readsUntilEmpty = readAhead.beginPass();
     TurnLimit limit;
     const auto isTimeOver = [this, &limit] { return limit.isOver([this] { return nowMs(); }); };
     int taken = 0;
@@ -19,7 +19,7 @@ void SrtlaEngine::readClientDatagrams()
     // A read from an empty socket emits errorOccurred, which has no handler here. Datagrams behind an ICMP error are
     // read at the next readyRead: the failed read makes Qt emit the signal again.
     SrtlaEndpoint sender;
-    while (isRunning() && !isEmpty && (taken == 0 || readsOn) && !isTimeOver()) {
+    while (isRunning() && !isEmpty && (taken == 0 || readsUntilEmpty) && !isTimeOver()) {
         const qint64 size = clientSocket.readDatagram(bytes, maxUdpPayloadBytes, &sender.address, &sender.port);
         if (size < 0) {
             isEmpty = true;
@@ -29,7 +29,7 @@ void SrtlaEngine::readClientDatagrams()
         ++receivedPackets;
         receivedBytes += static_cast<quint64>(size);
         handleDatagram(QByteArray::fromRawData(bytes, size), sender);
-        if (taken == 1 && readsOn && isRunning()) {
+        if (taken == 1 && readsUntilEmpty && isRunning()) {
             // A single datagram is the usual case. hasPendingDatagrams() costs less than a failed read, for which Qt
             // translates an error text. After a second datagram there are usually more.
             isEmpty = !clientSocket.hasPendingDatagrams();

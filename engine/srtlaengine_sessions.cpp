@@ -53,8 +53,8 @@ QSharedPointer<SrtlaGroup> SrtlaEngine::openGroup(const QByteArray &senderId, co
 
 void SrtlaEngine::reserveGroup()
 {
-    // A full table doubles and moves every entry. The tables have equally many entries and would double at the same
-    // registration; different reserves make each double at another one.
+    // A full table doubles its capacity and moves every entry. All tables have the same number of entries and would
+    // double at the same registration; with different reserves each table doubles at a different one.
     const qsizetype count = groups.size() + 1;
     senderIndex.reserve(count * 5 / 4);
     sessionIndex.reserve(count * 3 / 2);
@@ -173,8 +173,8 @@ void SrtlaEngine::dropAllGroups()
 void SrtlaEngine::cleanupSessions()
 {
     if (!removeSilentPaths(nowMs())) {
-        // The rest in the next event loop iteration: each removal emits a signal, and a flood leaves thousands of
-        // links.
+        // The remaining links are removed in the next event loop iteration: each removal emits a signal, and a flood
+        // leaves thousands of links.
         QMetaObject::invokeMethod(this, &SrtlaEngine::cleanupSessions, Qt::QueuedConnection);
         return;
     }
@@ -214,8 +214,8 @@ bool SrtlaEngine::removeSilentPaths(qint64 now)
 {
     TurnLimit limit;
     // A shallow copy; it detaches only if a slot changes the table during the loop.
-    const auto walked = groups;
-    for (const QSharedPointer<SrtlaGroup> &group : walked) {
+    const auto snapshot = groups;
+    for (const QSharedPointer<SrtlaGroup> &group : snapshot) {
         QList<SrtlaEndpoint> expiredPaths;
         for (auto path = group->paths.cbegin(); path != group->paths.cend(); ++path) {
             if (isStale(path->lastActivityMs, now)) {

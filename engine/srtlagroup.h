@@ -47,7 +47,7 @@ struct SrtlaGroup
     QHostAddress registeredAddress;
     quint16 registeredPort = 0;
     QHash<SrtlaEndpoint, SrtlaPath> paths;
-    /// Destination of the listener's packets other than ACKs.
+    /// Destination of the listener's packets other than SRT ACKs.
     QHostAddress replyAddress;
     quint16 replyPort = 0;
     /// False until the first SRT packet has arrived; until then only SRT ACKs are sent to the links.

@@ -8,7 +8,7 @@ namespace {
 constexpr quint32 srtControlFlag = 0x80000000U;
 constexpr qsizetype firstWordBytes = 4;
 constexpr qsizetype sequenceBytes = 4;
-/// Enough to distinguish sessions in a log; all of them are the sender's.
+/// Enough to distinguish sessions in a log. These bytes belong to the sender's half of the id.
 constexpr qsizetype shownIdBytes = 6;
 
 } // namespace

@@ -13,8 +13,8 @@ public:
     /// Half of the frame time of a display with 50 Hz.
     static constexpr qint64 longestTurnMs = 10;
 
-    /// Call before each step. Reads the clock \a nowMs at every 16th step only, and measures from the first of these:
-    /// an ordinary iteration never reads the clock, and each iteration makes progress.
+    /// Call before each step. Reads the clock \a nowMs at every 16th step only, and measures from the first reading:
+    /// an iteration of few steps never reads the clock, and each iteration makes progress.
     template<typename Clock> [[nodiscard]] bool isOver(const Clock &nowMs)
     {
         constexpr int stepsPerClockRead = 16;

@@ -44,7 +44,7 @@ private:
 
 /// Reads pending datagrams, including empty ones, from \a socket into \a buffer and calls \a handle with each as bytes
 /// that are valid during the call. Ends when none is pending or \a isTimeOver, called before each read, returns true.
-/// The handler may close the socket. Connected to readyRead, the signal is emitted again even after ICMP errors.
+/// The handler may close the socket. Each call reads at least once, because Qt emits readyRead again only after a read.
 template<typename IsTimeOver, typename Handler>
 void drainDatagrams(QUdpSocket &socket, char *buffer, const IsTimeOver &isTimeOver, const Handler &handle)
 {
@@ -61,8 +61,8 @@ void drainDatagrams(QUdpSocket &socket, char *buffer, const IsTimeOver &isTimeOv
         read();
     }
     if (!triedToRead && socket.state() != QAbstractSocket::UnconnectedState) {
-        // hasPendingDatagrams can consume a pending ICMP error and return false. Qt emits readyRead again only after a
-        // read, so read once, without the errorOccurred signal for an empty socket.
+        // hasPendingDatagrams can consume a pending ICMP error and return false. This read makes Qt emit readyRead
+        // again; the blocker suppresses errorOccurred for an empty socket.
         const qint64 size = [&socket, buffer] {
             const QSignalBlocker silent(socket);
             return socket.readDatagram(buffer, maxUdpPayloadBytes);

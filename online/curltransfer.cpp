@@ -9,7 +9,7 @@ namespace {
 
 constexpr qint64 resolveLimitMs = 5000;
 constexpr qint64 connectLimitMs = 5000;
-constexpr qint64 stallLimitMs = 8000; // of each send or receive operation, not of the whole exchange
+constexpr qint64 stallLimitMs = 8000; // without progress in sending or receiving, not for the whole exchange
 
 constexpr int firstFinalStatus = 200; // below are interim responses such as 100 Continue (RFC 9110, 15.2)
 

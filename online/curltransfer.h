@@ -47,7 +47,7 @@ private:
     static qint64 limitOf(const Progress &progress);
 
     CURL *easy;
-    curl_socket_t socket = CURL_SOCKET_BAD; ///< the last one opened: there is none before the name is resolved
+    curl_socket_t socket = CURL_SOCKET_BAD; ///< the latest one; none is open before the name is resolved
     bool headersComplete = false;
     QByteArray received;
 };

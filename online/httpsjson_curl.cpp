@@ -34,8 +34,8 @@ using Easy = std::unique_ptr<CURL, CurlDeleter>;
 using Multi = std::unique_ptr<CURLM, CurlMultiDeleter>;
 using Headers = std::unique_ptr<curl_slist, CurlDeleter>;
 
-/// The system's resolver cannot be interrupted. With QUICK_EXIT the thread of a name that takes too long is not joined;
-/// it ends later by itself.
+/// The system's resolver cannot be interrupted. With QUICK_EXIT a resolver thread that exceeds the time limit is not
+/// joined; it ends when the resolver returns.
 Multi makeMulti()
 {
     Multi multi(curl_multi_init());
@@ -52,13 +52,13 @@ Multi makeMulti()
 QByteArray escapedObjectName(const QString &objectName)
 {
     constexpr QByteArrayView unsafe = "\"#<>[\\]^`{|}";
-    constexpr char firstPrintable = 0x21; // the blank is not safe either
+    constexpr char firstUnescaped = 0x21; // control characters and the space are escaped
     constexpr char deleteCharacter = 0x7f;
     QByteArray escaped;
     const QByteArray bytes = objectName.toUtf8();
     for (const char byte : bytes) {
         const bool nonAscii = (static_cast<unsigned char>(byte) & 0x80U) != 0;
-        if (nonAscii || byte < firstPrintable || byte == deleteCharacter || unsafe.contains(byte)) {
+        if (nonAscii || byte < firstUnescaped || byte == deleteCharacter || unsafe.contains(byte)) {
             escaped += '%' + QByteArray(&byte, 1).toHex().toUpper();
         } else {
             escaped += byte;
@@ -109,10 +109,10 @@ bool isRedirect(long status)
 /// Sets the options that redirects do not change. \a body must outlive \a easy.
 CURLcode prepare(CURL *easy, const curl_slist *headers, const QByteArray &url, const QByteArray &body)
 {
-    CURLcode worst = CURLE_OK;
+    CURLcode firstError = CURLE_OK;
     const auto set = [&](CURLoption option, auto value) {
         const CURLcode result = curl_easy_setopt(easy, option, value);
-        worst = worst == CURLE_OK ? result : worst;
+        firstError = firstError == CURLE_OK ? result : firstError;
     };
     set(CURLOPT_NOSIGNAL, 1L);   // signals are not usable in a multi-threaded program
     set(CURLOPT_QUICK_EXIT, 1L); // see makeMulti()
@@ -126,7 +126,7 @@ CURLcode prepare(CURL *easy, const curl_slist *headers, const QByteArray &url, c
     set(CURLOPT_URL, url.constData());
     set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
     set(CURLOPT_POSTFIELDS, body.constData());
-    return worst;
+    return firstError;
 }
 
 /// Sends the prepared request and follows redirects as WinHTTP does by default

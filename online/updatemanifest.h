@@ -32,6 +32,6 @@ struct ManifestReading
 
 /// Parses the body of "/update.json".
 ///
-/// A body of more than maximumManifestBytes is rejected without parsing; one byte more is enough to pass. The member
-/// "product" may be missing or empty; otherwise it must be this product's name.
+/// A body of more than maximumManifestBytes is rejected without parsing, so a caller needs to read at most one byte
+/// more than that. The member "product" may be missing or empty; otherwise it must be this product's name.
 ManifestReading readUpdateManifest(const QByteArray &body);

@@ -82,7 +82,7 @@ bool hasDigest(QIODevice &file, const QString &sha256)
 
 std::optional<QString> installerFileName(const QString &version)
 {
-    // On every system: one manifest serves all of them.
+    // Rejected on every system, because all systems use the same manifest.
     if (version.contains(u'/') || version.contains(u'\\') || version.contains(u':')) {
         return std::nullopt;
     }

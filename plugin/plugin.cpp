@@ -11,7 +11,7 @@
 
 namespace {
 
-// libobs 31.1.1. OBS refuses modules of a newer version than its own: this is the oldest one the plug-in runs on.
+// libobs 31.1.1, the oldest supported version: OBS rejects modules for a newer version than its own.
 constexpr uint32_t apiVersion = 0x1F010001;
 constexpr char defaultLocale[] = "de-DE";
 constexpr char dockTitle[] = "Tarvoline SRTLA Receiver";
