@@ -8,7 +8,7 @@ endforeach()
 
 set(TARVOLINE_VENDOR_HOST "${spec_vendorHost}" CACHE STRING
     "Host of the vendor's HTTPS service (public address, updates)")
-# In lower case, as host names from QUrl, with at least one dot.
+# In lower case, because it is compared with host names from QUrl, which are in lower case; with at least one dot.
 if(NOT TARVOLINE_VENDOR_HOST MATCHES "^[a-z0-9]([a-z0-9-]*[a-z0-9])?(\\.[a-z0-9]([a-z0-9-]*[a-z0-9])?)+$")
     message(FATAL_ERROR "TARVOLINE_VENDOR_HOST must be a host name with its domain, in lower-case letters, "
         "without scheme, port or path. It is \"${TARVOLINE_VENDOR_HOST}\".")
@@ -22,6 +22,6 @@ endforeach()
 
 configure_file("${CMAKE_SOURCE_DIR}/cmake/buildspec.h.in" "${CMAKE_BINARY_DIR}/generated/buildspec.h" @ONLY)
 
-# Link this for "buildspec.h".
+# Targets that include "buildspec.h" link this library.
 add_library(buildspec INTERFACE)
 target_include_directories(buildspec INTERFACE "${CMAKE_BINARY_DIR}/generated")

@@ -3,13 +3,14 @@ include(CTest)
 
 # tarvoline_add_test(NAME SOURCES… [LIBRARIES …] [LABELS …] [TIMEOUT seconds]
 #                    [SERVERS | JSON_SERVICE | VENDOR_SERVICE])
-# A Qt Test executable that CTest runs without a display (under Wine on a virtual one) with a separate home. With SERVERS it
-# runs through testkit/withservers.py (HTTPS servers), with JSON_SERVICE through withjsonservice.py (test server in place of
+# A Qt Test executable that CTest runs without a display (under Wine on a virtual display), with a separate home. With SERVERS
+# it runs through testkit/withservers.py (HTTPS servers), with JSON_SERVICE through withjsonservice.py (test server in place of
 # the vendor's service), with VENDOR_SERVICE through withvendorservice.py (the real service; Linux only).
 function(tarvoline_add_test name)
     cmake_parse_arguments(arg "SERVERS;JSON_SERVICE;VENDOR_SERVICE" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
-    # Without the folders of the checkout as macros of Qt6::Test, which no test uses: ccache finds the objects of other checkouts.
+    # No test uses the macros with the folders of the checkout that Qt6::Test defines. Without them ccache finds the objects of
+    # other checkouts.
     set_target_properties(${name} PROPERTIES AUTOMOC ON QT_SKIP_DEFAULT_TESTCASE_DIRS ON)
     # With ThreadSanitizer only tests with several threads are built.
     if(TARVOLINE_SANITIZE STREQUAL "thread" AND NOT "tsan" IN_LIST arg_LABELS)

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 """Checks the tag and the vendor host of a release: checktag.py TAG VENDOR-HOST
 
-The tag must be "v" and the version in buildspec.json. The vendor host must not be a reserved domain: requests of users to
-it would fail.
+The tag must be "v" and the version in buildspec.json. The vendor host must not be a reserved domain, because the
+plug-in's requests to it would fail.
 """
 
 import json

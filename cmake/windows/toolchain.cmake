@@ -10,8 +10,8 @@ set(sdk "$ENV{TARVOLINE_WINDOWS_SDK}")
 if(NOT EXISTS "${sdk}/lib")
     message(FATAL_ERROR "TARVOLINE_WINDOWS_SDK is not a folder with OBS's Windows libraries. Use ./dev --windows.")
 endif()
-# A link in the build folder, so that compiler and linker use the same relative path on every machine. CMake keeps the flags of
-# its first run, so the link is also needed to change the SDK of an existing build folder.
+# A link in the build folder, so that compiler and linker use the same relative path on every machine. CMake caches the flags of
+# the first configuration, so an existing build folder gets another SDK only through the link.
 get_property(tryCompile GLOBAL PROPERTY IN_TRY_COMPILE)
 if(NOT tryCompile)
     file(CREATE_LINK "${sdk}" "${CMAKE_BINARY_DIR}/windows-sdk" SYMBOLIC)

@@ -4,7 +4,7 @@
 
 const
   ObsProgramName = 'obs64.exe';
-  { In the folder of every OBS; distinguishes OBS from other programs with this name. }
+  { Is beside the program in every OBS, and distinguishes OBS from other programs with its file name. }
   ObsLibraryName = 'obs.dll';
   { OBS stops its outputs and saves its settings before the process ends. }
   CloseTimeoutMs = 60000;
@@ -95,7 +95,7 @@ begin
   RememberedObs := RunningObs;
 end;
 
-{ The folder in which OBS's installer has installed it; empty if it has not. }
+{ The folder of the OBS that was installed by OBS's own installer; empty without such an OBS. }
 function ObsFolder(Param: String): String;
 begin
   if not RegQueryStringValue(HKLM64, 'SOFTWARE\OBS Studio', '', Result) then
@@ -161,8 +161,8 @@ begin
   Result := Title = Start;
 end;
 
-{ Floating docks (owned by the main window) and projectors must stay open until OBS has saved which of them are open. The main
-  window may be hidden, if OBS is in the tray. }
+{ Only the main window is closed: floating docks (owned by it) and projectors must stay open until OBS has saved which of them
+  are open. The main window may be hidden, if OBS is in the tray. }
 function IsMainWindowOfObs(Window: HWND): Boolean;
 var
   ProcessId: LongWord;
@@ -174,9 +174,9 @@ begin
   end;
 end;
 
-{ Closes the main window of every running OBS, as its close button does, and waits for the end of the processes. OBS asks
-  the user for confirmation while it streams or records. }
-procedure AskObsToClose;
+{ Closes the main window of every running OBS, as its close button does, and waits for the end of the processes. OBS
+  shows a confirmation dialog while it streams or records. }
+procedure CloseObs;
 var
   Window: HWND;
   WaitedMs: Integer;
@@ -199,8 +199,8 @@ function ObsIsClosed: Boolean;
 begin
   if RunningObs <> '' then
     if HasSwitch('/CLOSEAPPLICATIONS') then
-      AskObsToClose
+      CloseObs
     else if SuppressibleMsgBox(CustomMessage('CloseObs'), mbConfirmation, MB_YESNO, IDNO) = IDYES then
-      AskObsToClose;
+      CloseObs;
   Result := RunningObs = '';
 end;

@@ -50,7 +50,7 @@ var
 begin
   Temp := GetEnv('TEMP');
   DeleteStatistics(AddBackslash(Temp) + 'Tarvoline');
-  { OBS sets no application name, so Qt uses the name of its program for the folder. }
+  { OBS sets no application name, so Qt names the folder after the file name of OBS's program. }
   DeleteStatistics(ExpandConstant('{localappdata}\') + ChangeFileExt(ObsProgramName, ''));
   DeleteMatching(Temp, 'Tarvoline-SRTLA-Plugin-Setup-v*.exe');
   if RemovesSettings then begin

@@ -8,7 +8,7 @@
 #include <typeinfo>
 #include <windows.h>
 
-// Without a new-handler, unlike Microsoft's: this project sets none.
+// Calls no new-handler, unlike Microsoft's operator: this project sets none.
 void *operator new(size_t size)
 {
     if (void *memory = malloc(size == 0 ? 1 : size)) {
