@@ -30,11 +30,9 @@ private Q_SLOTS:
     void automaticRepairWithoutASceneShowsItsWarning();
     void dockDestroyedBeforeTheTimersFireStartsNothing();
     void repairTimerEndsWithTheDock();
-    void shutdownAndDestructionBeforeTheTimersFire();
     void shutdownDisconnectsTheEngine();
     void shutdownTwiceAndDestructionAreSafe();
     void destructionWithoutShutdownClosesThePort();
-    void noPublicIpQueryAfterShutdown();
     void queuedCallsEndWithTheDock();
     void destructionWithFocusInAnEditIsSafe();
     void secondDockBindsThePortOfTheFirst();
@@ -104,16 +102,6 @@ void TestDockLifecycle::repairTimerEndsWithTheDock()
     QVERIFY(ObsDouble::calls().isEmpty());
 }
 
-void TestDockLifecycle::shutdownAndDestructionBeforeTheTimersFire()
-{
-    fixture->build();
-    fixture->dock->shutdown();
-    fixture->dock.reset();
-    waitBeyondStartDelays();
-    QVERIFY(portIsFree(5000));
-    QVERIFY(fixture->boxes.shown().isEmpty());
-}
-
 void TestDockLifecycle::shutdownDisconnectsTheEngine()
 {
     const DockProbe probe = fixture->buildQuiet();
@@ -150,16 +138,6 @@ void TestDockLifecycle::destructionWithoutShutdownClosesThePort()
     QVERIFY(probe.engine().isRunning());
     fixture->dock.reset();
     QVERIFY(portIsFree(5000));
-}
-
-void TestDockLifecycle::noPublicIpQueryAfterShutdown()
-{
-    const DockProbe probe = fixture->buildQuiet();
-    fixture->dock->shutdown();
-    const QString hint = probe.ipHintLabel()->text();
-    fixture->dock->queryPublicIp();
-    QVERIFY(probe.queryIpButton()->isEnabled());
-    QCOMPARE(probe.ipHintLabel()->text(), hint);
 }
 
 void TestDockLifecycle::queuedCallsEndWithTheDock()

@@ -39,7 +39,6 @@ private Q_SLOTS:
     void registrationGrowsAtMostOneTable();
     void replacedGroupsLeaveNoEntries();
     void everySenderIsFoundAmongMany();
-    void stopAndShutdownLeaveNoEntries();
 
 private:
     static void flood(const EngineFixture &fixture);
@@ -155,19 +154,6 @@ void TestSrtlaEngineFlood::everySenderIsFoundAmongMany()
     }
     QCOMPARE(fixture.probe.groups().size(), senders);
     QCOMPARE(fixture.probe.sessionIndex().size(), senders);
-}
-
-void TestSrtlaEngineFlood::stopAndShutdownLeaveNoEntries()
-{
-    EngineFixture fixture;
-    flood(fixture);
-    fixture.engine.stop();
-    QVERIFY(fixture.probe.sessionIndex().isEmpty());
-    QVERIFY(fixture.engine.start(0, QHostAddress(QHostAddress::LocalHost), fixture.listener.endpoint().port));
-    flood(fixture);
-    QCOMPARE(fixture.probe.sessionIndex().size(), senders);
-    fixture.engine.shutdown();
-    QVERIFY(fixture.probe.sessionIndex().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestSrtlaEngineFlood)

@@ -12,7 +12,6 @@ class TestSrtlaEngineRegistrations : public QObject
 
 private Q_SLOTS:
     void reg1OpensAGroupWithoutLinks();
-    void theReceiversHalfIsRandom();
     void reg1FromARegisteredLinkOpensASession();
     void registrationsOfWrongSizeAreNotAnswered_data();
     void registrationsOfWrongSizeAreNotAnswered();
@@ -53,17 +52,6 @@ void TestSrtlaEngineRegistrations::reg1OpensAGroupWithoutLinks()
     QVERIFY(fixture.probe.pathIndex().isEmpty());
     QCOMPARE(fixture.record.all,
              QStringList{u"log REG1 | Neue Gruppe 3f4041424344 von 127.0.0.1:%1"_s.arg(sender.endpoint().port)});
-}
-
-void TestSrtlaEngineRegistrations::theReceiversHalfIsRandom()
-{
-    EngineFixture fixture;
-    Peer sender;
-    const QByteArray first = fixture.openGroup(sender);
-    const QByteArray second = fixture.openGroup(sender);
-    QCOMPARE(first.first(128), second.first(128));
-    QVERIFY(first.last(128) != second.last(128));
-    QVERIFY(first.last(128) != idProposal('a').last(128));
 }
 
 void TestSrtlaEngineRegistrations::reg1FromARegisteredLinkOpensASession()

@@ -40,7 +40,6 @@ private Q_SLOTS:
     void aStallLosesNothingFromTheListener();
     void thePortIsNotShared_data();
     void thePortIsNotShared();
-    void aSecondEngineOnThePortFails();
     void stopAndStartOnTheSamePortSucceeds();
     void noProxyIsUsed();
 };
@@ -192,19 +191,6 @@ void TestSrtlaEngineSockets::thePortIsNotShared()
     Peer sender;
     sender.send(reg1(idProposal('a')), port);
     QCOMPARE(sender.receive().size(), 258);
-}
-
-void TestSrtlaEngineSockets::aSecondEngineOnThePortFails()
-{
-    EngineFixture fixture;
-    SrtlaEngine second;
-    const SignalRecord record(second);
-    QVERIFY(!second.start(fixture.port(), QHostAddress(QHostAddress::LocalHost), 5002));
-    QCOMPARE(record.all.size(), 2);
-    QVERIFY(record.all.last().startsWith(u"log FEHLER | SRTLA-Port %1: "_s.arg(fixture.port())));
-    // The first one still works.
-    Peer sender;
-    QVERIFY(!fixture.openGroup(sender).isEmpty());
 }
 
 void TestSrtlaEngineSockets::stopAndStartOnTheSamePortSucceeds()

@@ -61,11 +61,6 @@ class InstallTest(unittest.TestCase):
         self.install("--component", "user", "--prefix", str(self.folder))
         self.assertEqual(files_below(self.folder), USER_FILES)
 
-    def test_second_install_changes_nothing(self):
-        for _ in range(2):
-            self.install("--component", "user", "--prefix", str(self.folder))
-        self.assertEqual(files_below(self.folder), USER_FILES)
-
     def test_installed_module_has_no_search_path(self):
         self.install("--component", "user", "--prefix", str(self.folder))
         dynamic = output_of("readelf", "--dynamic", str(self.folder / USER_FILES[0]))
