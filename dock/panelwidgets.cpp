@@ -17,8 +17,6 @@ constexpr int preferredLabel = 40;
 // QLineEdit's margin on each side of its text, and its cursor, in pixels.
 constexpr int editMargin = 2;
 constexpr int cursorWidth = 1;
-// Pixels between the columns of the form, which QFormLayout ignores when it decides whether to wrap a row.
-constexpr int formSpacing = 8;
 
 } // namespace
 
@@ -107,6 +105,6 @@ QSize SampledEdit::minimumSizeHint() const
     ensurePolished();
     // The base class reserves the width of one character (maxWidth).
     const int wanted =
-        fontMetrics().size(Qt::TextSingleLine, sample).width() + 2 * editMargin + cursorWidth + formSpacing;
+        fontMetrics().size(Qt::TextSingleLine, sample).width() + 2 * editMargin + cursorWidth + sampledFormSpacing;
     return QLineEdit::minimumSizeHint() + QSize(wanted - fontMetrics().maxWidth(), 0);
 }

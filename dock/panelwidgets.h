@@ -33,6 +33,10 @@ private:
     int layOut(QTextLayout &layout, int width) const;
 };
 
+/// Pixels between the columns of a form with SampledEdits. QFormLayout ignores the spacing when it decides whether to
+/// wrap a row, so SampledEdit reserves it.
+inline constexpr int sampledFormSpacing = 8;
+
 /// A line edit whose minimum width fits a sample text in the current font.
 class SampledEdit : public QLineEdit
 {

@@ -25,7 +25,6 @@ constexpr QMargins columnMargins(6, 6, 6, 6);
 constexpr int columnSpacing = 6;
 constexpr QMargins groupMargins(8, 7, 8, 8);
 constexpr int statusSpacing = 8;
-constexpr int settingsHorizontalSpacing = 8;
 constexpr int connectionHorizontalSpacing = 7;
 constexpr int formVerticalSpacing = 5;
 constexpr int rowSpacing = 5;
@@ -137,7 +136,7 @@ void TarvolineDock::buildSettingsGroup(QVBoxLayout *column, PanelParts &parts)
     column->addWidget(group);
     auto *form = new QFormLayout(group);
     form->setContentsMargins(groupMargins);
-    form->setHorizontalSpacing(settingsHorizontalSpacing);
+    form->setHorizontalSpacing(sampledFormSpacing);
     form->setVerticalSpacing(formVerticalSpacing);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     form->setRowWrapPolicy(QFormLayout::WrapLongRows);

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "curltransfer.h"
 
+#include "httpsjson.h"
+
 #include <QElapsedTimer>
 
 #include <sys/socket.h>
 
 namespace {
-
-constexpr qint64 resolveLimitMs = 5000;
-constexpr qint64 connectLimitMs = 5000;
-constexpr qint64 stallLimitMs = 8000; // without progress in sending or receiving, not for the whole exchange
 
 constexpr int firstFinalStatus = 200; // below are interim responses such as 100 Continue (RFC 9110, 15.2)
 
@@ -126,7 +124,7 @@ CurlTransfer::Progress CurlTransfer::progress() const
 qint64 CurlTransfer::limitOf(const Progress &progress)
 {
     if (!progress.resolved) {
-        return resolveLimitMs;
+        return httpsResolveLimitMs;
     }
-    return progress.connected ? stallLimitMs : connectLimitMs;
+    return progress.connected ? httpsInactivityLimitMs : httpsConnectLimitMs;
 }

@@ -8,6 +8,11 @@
 #include <optional>
 #include <variant>
 
+// Time limits of an exchange.
+inline constexpr int httpsResolveLimitMs = 5000;
+inline constexpr int httpsConnectLimitMs = 5000;
+inline constexpr int httpsInactivityLimitMs = 8000; ///< without progress in sending or receiving
+
 /// Result of a JSON request.
 struct HttpsJsonReply
 {

@@ -11,11 +11,6 @@
 
 namespace {
 
-constexpr int resolveLimitMs = 5000;
-constexpr int connectLimitMs = 5000;
-constexpr int sendLimitMs = 8000;    // of each send operation
-constexpr int receiveLimitMs = 8000; // of each receive operation, not of the whole response
-
 struct HandleCloser
 {
     void operator()(HINTERNET handle) const { WinHttpCloseHandle(handle); }
@@ -86,7 +81,9 @@ std::variant<HttpsResponse, HttpsFailure> sendPost(const HttpsAddress &address, 
     if (!session) {
         return lastError(HttpsStep::Open);
     }
-    WinHttpSetTimeouts(session.get(), resolveLimitMs, connectLimitMs, sendLimitMs, receiveLimitMs);
+    // The last two limits apply to each send and each receive operation.
+    WinHttpSetTimeouts(session.get(), httpsResolveLimitMs, httpsConnectLimitMs, httpsInactivityLimitMs,
+                       httpsInactivityLimitMs);
 
     const Handle connection(WinHttpConnect(session.get(), host.c_str(), static_cast<INTERNET_PORT>(address.port), 0));
     if (!connection) {
