@@ -43,7 +43,7 @@ function GetWindowText(Window: HWND; Text: String; Size: Integer): Integer;
   external 'GetWindowTextW@user32.dll stdcall';
 
 var
-  RememberedObs: String;
+  StoredObs: String;
 
 function ProgramOfProcess(ProcessId: LongWord): String;
 var
@@ -90,9 +90,9 @@ begin
 end;
 
 { Stores the running OBS before it is closed, so that the same program is restarted. }
-procedure RememberObs;
+procedure StoreRunningObs;
 begin
-  RememberedObs := RunningObs;
+  StoredObs := RunningObs;
 end;
 
 { The folder of the OBS that was installed by OBS's own installer; empty without such an OBS. }
@@ -103,19 +103,19 @@ begin
       Result := '';
 end;
 
-function KnowsObsFolder: Boolean;
+function HasObsFolder: Boolean;
 begin
   Result := ObsFolder('') <> '';
 end;
 
 function ObsProgram(Param: String): String;
 begin
-  Result := RememberedObs;
-  if (Result = '') and KnowsObsFolder then
+  Result := StoredObs;
+  if (Result = '') and HasObsFolder then
     Result := AddBackslash(ObsFolder('')) + 'bin\64bit\' + ObsProgramName;
 end;
 
-function KnowsObsProgram: Boolean;
+function HasObsProgram: Boolean;
 begin
   Result := FileExists(ObsProgram(''));
 end;
@@ -138,7 +138,7 @@ end;
 
 function CanStartObs: Boolean;
 begin
-  Result := KnowsObsProgram and (RunningObs = '');
+  Result := HasObsProgram and (RunningObs = '');
 end;
 
 function StartsObsAgain: Boolean;
