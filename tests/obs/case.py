@@ -11,12 +11,13 @@ import obs  # noqa: E402
 from obs.docklayout import dock_at_the_right  # noqa: E402
 from obs.plugin import (BUILD, LISTEN_PORT, SOURCE, TARGET_PORT, desktop, install, scratch,  # noqa: E402
                         wait_for_no_picture, wait_for_picture)
+from reportingcase import ReportingCase  # noqa: E402
 
 __all__ = ["BUILD", "LISTEN_PORT", "SOURCE", "TARGET_PORT", "ObsCase", "desktop", "dock_at_the_right", "install", "main",
            "scratch", "wait_for_no_picture", "wait_for_picture"]
 
 
-class ObsCase(unittest.TestCase):
+class ObsCase(ReportingCase):
     """A test with OBS sessions, which are killed at its end."""
 
     maxDiff = None
@@ -51,8 +52,7 @@ class ObsCase(unittest.TestCase):
             self.assertIn(f"source '{name}' destroyed", before_cleanup)
 
     def _clear(self):
-        failed = any(error for test, error in getattr(self._outcome.result, "failures", []) +
-                     getattr(self._outcome.result, "errors", []) if test is self)
+        failed = self.has_failed()
         for number, session in enumerate(self._sessions):
             if failed and session.running():
                 session.screen.screenshot(self.folder / f"failed-{number}.png")

@@ -10,6 +10,7 @@ import unittest
 _PROJECT = pathlib.Path(__file__).resolve().parents[3]
 sys.path += [str(_PROJECT / "testkit"), str(_PROJECT / "tests" / "windows")]
 
+from reportingcase import ReportingCase  # noqa: E402
 from teststream import MobileSender  # noqa: E402
 from windowsobs import BUILD, LISTEN_PORT, UNLOADED, WindowsObs  # noqa: E402
 from winemachine import WineMachine  # noqa: E402
@@ -22,7 +23,7 @@ STARTED = "START | SRTLA UDP 5000 → SRT 127.0.0.1:5002"
 _CANVAS = (336, 192)
 
 
-class HostCase(unittest.TestCase):
+class HostCase(ReportingCase):
     """A test with a new Wine prefix and a folder for its files."""
 
     maxDiff = None
@@ -61,8 +62,7 @@ class HostCase(unittest.TestCase):
         self.assertEqual(obs.objects[-1]["event"], "ended")
 
     def _print_on_failure(self, obs):
-        result = self._outcome.result
-        if any(test is self for test, _ in [*result.failures, *result.errors]):
+        if self.has_failed():
             print(f"files: {self.folder}\nlast events of the host:\n{obs.tail()}", file=sys.stderr)
 
 
