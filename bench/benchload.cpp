@@ -22,7 +22,7 @@ namespace {
 struct RelayUnderTest
 {
     const char *key;
-    const char *what;
+    const char *label;
     const char *program;
     std::size_t groups;
     std::size_t linksPerGroup;
@@ -169,7 +169,7 @@ void printTable(const std::vector<RelayUnderTest> &relays, const std::string &me
             std::snprintf(buffer.data(), buffer.size(), "%.2f (%.2f to %.2f)", value.median, value.min, value.max);
             return std::string(buffer.data());
         };
-        std::printf("%-30s %-24s %-24s %-24s %.2f %%\n", relay.what, text(spread(relay.usPerDatagram)).c_str(),
+        std::printf("%-30s %-24s %-24s %-24s %.2f %%\n", relay.label, text(spread(relay.usPerDatagram)).c_str(),
                     text(ratio(relay, relays[1])).c_str(), text(ratio(relay, relays[0])).c_str(),
                     lossPercent(relay.total));
     }
@@ -223,7 +223,7 @@ int main(int argc, char **argv)
         for (RelayUnderTest &relay : relays) {
             int attempts = 0;
             while (!measure(relay, shape, round >= 0)) {
-                std::fprintf(stderr, "%s: the round lost too many datagrams and is repeated\n", relay.what);
+                std::fprintf(stderr, "%s: the round lost too many datagrams and is repeated\n", relay.label);
                 if (++attempts == maxAttempts) {
                     return 1;
                 }

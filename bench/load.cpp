@@ -14,22 +14,29 @@ using Clock = std::chrono::steady_clock;
 
 /// Payload of an SRT packet with seven MPEG-TS packets.
 constexpr std::size_t packetBytes = 1316;
+constexpr std::size_t typeBytes = 2;
 constexpr std::size_t registrationBytes = 258;
 constexpr std::size_t maxDatagramBytes = 65536;
+constexpr unsigned keepaliveType = 0x9000;
+constexpr unsigned reg1Type = 0x9200;
+constexpr unsigned reg2Type = 0x9201;
+constexpr std::byte reg3LowByte{0x02}; // REG3 is 0x9202
+constexpr unsigned srtAckType = 0x8002;
 constexpr std::size_t srtAckBytes = 44;
 /// SRT sends a light acknowledgement every 64 packets (draft-sharabayko-srt, "ACK").
 constexpr int packetsPerSrtAck = 64;
 constexpr int receiveBufferBytes = 8 * 1024 * 1024;
-/// Time limit and poll interval for the start of a relay; time limit of a response.
-constexpr int startMs = 10000;
-constexpr int stepMs = 100;
-constexpr int answerMs = 5000;
+/// Time limit and poll interval for the start of a relay.
+constexpr int startTimeoutMs = 10000;
+constexpr int startPollIntervalMs = 100;
+/// Time limit for a reply of the engine.
+constexpr int replyTimeoutMs = 5000;
 /// A round ends after this time without a datagram.
-constexpr int quietMs = 100;
+constexpr int inactivityTimeoutMs = 100;
 /// Time limit for the echo of a keepalive. Short, because all links have to be refreshed before others time out.
-constexpr int keepaliveMs = 1000;
-/// Number of groups registered, or links refreshed, at once.
-constexpr std::size_t batchGroups = 500;
+constexpr int echoTimeoutMs = 1000;
+/// Number of groups that are registered, or of links that are refreshed, before their replies are read.
+constexpr std::size_t batchSize = 500;
 
 void setType(std::vector<std::byte> &datagram, unsigned type)
 {
@@ -54,14 +61,14 @@ Load::Load(std::size_t groups, std::size_t linksOfGroup)
     for (std::size_t i = 0; i < count; ++i) {
         links.emplace_back();
     }
-    setType(srtAck, 0x8002);
+    setType(srtAck, srtAckType);
 }
 
 void Load::registerLinks(std::uint16_t port)
 {
     if (!keepAlive(port)) {
         // In batches, because waiting for single responses could exceed the time-out of a link.
-        const std::size_t batch = batchGroups * linksPerGroup;
+        const std::size_t batch = batchSize * linksPerGroup;
         for (std::size_t first = 0; first < links.size(); first += batch) {
             registerBatch(port, first, std::min(first + batch, links.size()));
         }
@@ -78,13 +85,13 @@ void Load::registerBatch(std::uint16_t port, std::size_t first, std::size_t end)
         takeReplies(links[i]); // earlier replies
     }
     std::vector<std::byte> registration(registrationBytes);
-    setType(registration, 0x9200);
+    setType(registration, reg1Type);
     for (std::size_t i = first; i < end; i += linksPerGroup) {
-        std::memcpy(&registration[2], &i, sizeof i);
+        std::memcpy(&registration[typeBytes], &i, sizeof i); // each group id starts with a different number
         links[i].sendTo(port, registration);
     }
     for (std::size_t i = first; i < end; i += linksPerGroup) {
-        if (!links[i].wait(answerMs) || links[i].receive(registration) != std::ptrdiff_t{registrationBytes}) {
+        if (!links[i].wait(replyTimeoutMs) || links[i].receive(registration) != std::ptrdiff_t{registrationBytes}) {
             fail("the engine does not respond to REG1");
         }
         for (std::size_t link = i; link < i + linksPerGroup; ++link) {
@@ -92,15 +99,17 @@ void Load::registerBatch(std::uint16_t port, std::size_t first, std::size_t end)
         }
     }
     for (std::size_t i = first; i < end; ++i) {
-        if (!links[i].wait(answerMs) || links[i].receive(buffer) != 2 || buffer[1] != std::byte{0x02}) {
+        const bool replied = links[i].wait(replyTimeoutMs) && links[i].receive(buffer) == std::ptrdiff_t{typeBytes};
+        if (!replied || buffer[1] != reg3LowByte) {
             fail("the engine does not register a link");
         }
     }
+    // The first packet of a group creates its socket. sendOne() increments nextLink.
     for (nextLink = first; nextLink < end; nextLink += linksPerGroup - 1) {
-        sendOne(port); // the first packet of a group creates its socket
+        sendOne(port);
     }
     for (std::size_t i = first; i < end; i += linksPerGroup) {
-        if (!listener.wait(answerMs)) {
+        if (!listener.wait(replyTimeoutMs)) {
             fail("the engine forwards nothing");
         }
         listener.receive(buffer);
@@ -109,17 +118,17 @@ void Load::registerBatch(std::uint16_t port, std::size_t first, std::size_t end)
 
 bool Load::keepAlive(std::uint16_t port)
 {
-    std::vector<std::byte> keepalive(2);
-    setType(keepalive, 0x9000);
-    for (std::size_t first = 0; first < links.size(); first += batchGroups) {
-        const std::size_t end = std::min(first + batchGroups, links.size());
+    std::vector<std::byte> keepalive(typeBytes);
+    setType(keepalive, keepaliveType);
+    for (std::size_t first = 0; first < links.size(); first += batchSize) {
+        const std::size_t end = std::min(first + batchSize, links.size());
         for (std::size_t i = first; i < end; ++i) {
             takeReplies(links[i]); // of the previous round
             links[i].sendTo(port, keepalive);
         }
         for (std::size_t i = first; i < end; ++i) {
             do { // skips late replies
-                if (!links[i].wait(keepaliveMs)) {
+                if (!links[i].wait(echoTimeoutMs)) {
                     return false;
                 }
             } while (links[i].receive(buffer) != std::ssize(keepalive));
@@ -130,12 +139,13 @@ bool Load::keepAlive(std::uint16_t port)
 
 void Load::waitForRelay(std::uint16_t port, bool isEngine)
 {
-    std::vector<std::byte> reg2(registrationBytes); // unknown group: an engine responds, other relays deliver it
-    setType(reg2, 0x9201);
-    const Udp &answered = isEngine ? links.front() : listener;
-    for (int attempt = 0; attempt < startMs / stepMs; ++attempt) {
+    // To a REG2 of an unknown group the engine sends a reply; the other relays forward it.
+    std::vector<std::byte> reg2(registrationBytes);
+    setType(reg2, reg2Type);
+    const Udp &awaited = isEngine ? links.front() : listener;
+    for (int attempt = 0; attempt < startTimeoutMs / startPollIntervalMs; ++attempt) {
         links.front().sendTo(port, reg2);
-        if (answered.wait(stepMs)) {
+        if (awaited.wait(startPollIntervalMs)) {
             takeDelivered();
             takeReplies(links.front());
             return;
@@ -159,7 +169,7 @@ LoadResult Load::run(std::uint16_t port, const LoadShape &shape)
         std::this_thread::sleep_until(due);
         result.delivered += takeDelivered();
     }
-    while (result.delivered < result.sent && listener.wait(quietMs)) {
+    while (result.delivered < result.sent && listener.wait(inactivityTimeoutMs)) {
         result.delivered += takeDelivered();
     }
     for (Udp &link : links) {
@@ -174,7 +184,7 @@ void Load::sendOne(std::uint16_t port)
     nextLink = (nextLink + 1) % links.size();
     takeReplies(link);
     ++sequence;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 4; ++i) { // big-endian; the top bit is 0 in data packets
         packet[static_cast<std::size_t>(i)] = static_cast<std::byte>((sequence & 0x7fffffff) >> (24 - 8 * i));
     }
     link.sendTo(port, packet);

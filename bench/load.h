@@ -32,9 +32,10 @@ public:
     /// The relay's target port.
     [[nodiscard]] std::uint16_t listenerPort() const { return listener.port(); }
 
-    /// Registers all links at the engine at \a port and opens every group's socket.
+    /// Registers all links at the engine at \a port, unless they are registered, and opens every group's socket.
     void registerLinks(std::uint16_t port);
-    /// Waits until the relay at \a port works; an engine only responds to unregistered senders.
+    /// Waits until the relay at \a port works: until the engine replies to an unregistered link, or another relay
+    /// forwards a datagram.
     void waitForRelay(std::uint16_t port, bool isEngine);
     /// One round; ends when everything has arrived or after a time limit.
     LoadResult run(std::uint16_t port, const LoadShape &shape);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-// A minimal relay with Qt's classes, as baseline for Qt's cost.
+// A minimal relay with Qt's classes, as the baseline of Qt's cost.
 //   relay_qt LISTEN_PORT TARGET_PORT
 #include "relaysockets.h"
 

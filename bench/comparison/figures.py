@@ -21,7 +21,7 @@ class Record(typing.NamedTuple):
 
 
 class Stretch(typing.NamedTuple):
-    """The payloads that were sent in an interval."""
+    """Counts and delays of the payloads that were sent in an interval."""
 
     sent: int
     delivered: int

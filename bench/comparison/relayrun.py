@@ -15,7 +15,7 @@ from .figures import RECORD, Record
 
 _POLL_S = 0.05
 _RECORD_BYTES = struct.calcsize(RECORD)
-# Clock id of a process's CPU time (clock_getcpuclockid(3)).
+# Part of the clock id of a process's CPU time, as in clock_getcpuclockid(3), which Python does not have.
 _CPUCLOCK_SCHED = 2
 
 
