@@ -12,17 +12,19 @@ _ETH_P_ALL = 0x0003
 _SO_TIMESTAMPNS = 35
 # Exceeds net.core.rmem_max, so that the capture does not lose bursts; not permitted in a user namespace.
 _SO_RCVBUFFORCE = 33
-_OUTGOING = 4
+_OUTGOING = 4  # PACKET_OUTGOING of packet(7)
 _ETHERNET_HEADER = 14
 _SOURCE_ADDRESS = _ETHERNET_HEADER + 12
 _UDP_HEADER = 8
-_BUFFER = 32 << 20
-_TICK_S = 0.2
+_BUFFER_BYTES = 32 << 20
+_MAX_FRAME_BYTES = 2048
+_CONTROL_BYTES = 64  # for the control message with the time stamp
+_POLL_S = 0.2  # so that the thread ends soon after __exit__
 _NS_PER_S = 1_000_000_000
 
 
 class DelayMeter:
-    """Captures on the loopback interface and matches each datagram to a port of `first` with the equal one to `second`.
+    """Captures on the loopback interface and matches each datagram to a port of `first` with the equal datagram to `second`.
 
     Requires CAP_NET_RAW. Datagrams shorter than `shortest` bytes are ignored, to exclude control traffic. If the relay
     adds headers before the payload, the last `equal_bytes` bytes are compared."""
@@ -36,12 +38,12 @@ class DelayMeter:
         self._stopping = threading.Event()
         self._socket = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(_ETH_P_ALL))
         try:
-            self._socket.setsockopt(socket.SOL_SOCKET, _SO_RCVBUFFORCE, _BUFFER)
+            self._socket.setsockopt(socket.SOL_SOCKET, _SO_RCVBUFFORCE, _BUFFER_BYTES)
         except PermissionError:
-            self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, _BUFFER)
+            self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, _BUFFER_BYTES)
         self._socket.setsockopt(socket.SOL_SOCKET, _SO_TIMESTAMPNS, 1)
         self._socket.bind(("lo", _ETH_P_ALL))
-        self._socket.settimeout(_TICK_S)
+        self._socket.settimeout(_POLL_S)
         self._thread = threading.Thread(target=self._capture, daemon=True)
 
     def __enter__(self):
@@ -67,7 +69,7 @@ class DelayMeter:
     def _capture(self):
         while not self._stopping.is_set():
             try:
-                frame, extras, _, origin = self._socket.recvmsg(2048, 64)
+                frame, extras, _, origin = self._socket.recvmsg(_MAX_FRAME_BYTES, _CONTROL_BYTES)
             except TimeoutError:
                 continue
             # On loopback every datagram is captured twice, outgoing and incoming.

@@ -34,7 +34,8 @@ constexpr std::uint8_t registrationType = 0x92;
 constexpr std::uint8_t reg1 = 0x00;
 constexpr std::uint8_t reg2 = 0x01;
 constexpr int batchSize = 32; // datagrams per system call
-constexpr int filesBeside = 64;
+// Descriptors besides those of the sources, for example standard output.
+constexpr int otherDescriptors = 64;
 constexpr int smallestBuffer = 1; // responses are ignored; the system rounds this up
 
 void check(bool good, const char *what)
@@ -49,7 +50,7 @@ std::vector<int> openSources(int count)
 {
     rlimit files{};
     check(getrlimit(RLIMIT_NOFILE, &files) == 0, "getrlimit");
-    files.rlim_cur = std::max<rlim_t>(files.rlim_cur, static_cast<rlim_t>(count) + filesBeside);
+    files.rlim_cur = std::max<rlim_t>(files.rlim_cur, static_cast<rlim_t>(count) + otherDescriptors);
     files.rlim_max = std::max(files.rlim_max, files.rlim_cur);
     check(setrlimit(RLIMIT_NOFILE, &files) == 0, "setrlimit");
     std::vector<int> sources;

@@ -74,7 +74,7 @@ std::uint64_t AddressFlood::sendReg1s(double rate, std::chrono::duration<double>
 std::uint64_t AddressFlood::holdGroups(std::size_t count, double rate, std::chrono::duration<double> length)
 {
     constexpr std::array<std::uint8_t, 2> keepalive{0x90, 0x00};
-    constexpr std::chrono::milliseconds look(1);
+    constexpr std::chrono::milliseconds pollInterval(1);
     const auto start = Clock::now();
     auto nextKeepalives = start + keepaliveInterval;
     std::uint64_t number = 0;
@@ -89,7 +89,7 @@ std::uint64_t AddressFlood::holdGroups(std::size_t count, double rate, std::chro
                 sendFrom(address, keepalive);
             }
         }
-        std::this_thread::sleep_for(look);
+        std::this_thread::sleep_for(pollInterval);
     }
     return sent;
 }

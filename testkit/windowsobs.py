@@ -47,7 +47,7 @@ class WindowsObs(JsonProcess):
         return self._ask("state", "state")
 
     def status(self) -> str:
-        """The text behind "Status:"."""
+        """The text after "Status:"."""
         labels = self.state()["labels"]
         return labels[labels.index("Status:") + 1]
 
@@ -111,7 +111,7 @@ class WindowsObs(JsonProcess):
         wait_until(moves, lambda: f"a running picture; the source: {self.state().get('source')}", timeout_s, _POLL_INTERVAL_S)
 
     def wait_for_no_picture(self):
-        """Waits until the test picture is not rendered any more."""
+        """Waits until the test picture disappears from the rendered frames."""
         wait_until(lambda: not self.shows_pattern(), "the picture ends", PICTURE_TIMEOUT_S, _POLL_INTERVAL_S)
 
     def dock_log(self) -> list[str]:

@@ -25,8 +25,8 @@ _SHARED_LATENCY_MS = 8000
 
 @dataclasses.dataclass(frozen=True)
 class Fault:
-    """One row. `settings` are the options of the links, `strike` is the action on the programs, `longer_s` the additional
-    length of the stream."""
+    """One row. `settings` are the options of the links, `strike` is the action on the running programs, `longer_s` the
+    additional length of the stream in seconds."""
 
     name: str
     settings: tuple = ("", "", "")

@@ -35,7 +35,7 @@ QUICK = Pace(megabits_per_second=2.0, latency_ms=4000, seconds=14)
 
 
 class StreamPath:
-    """The running programs. `ends` has the end times of the faults (time.monotonic)."""
+    """The running programs. `ends` has the times at which faults have ended (time.monotonic)."""
 
     def __init__(self, folder, file, pace, settings):
         self.folder, self.file, self.pace = folder, file, pace
@@ -53,7 +53,7 @@ class StreamPath:
         self.ends.append(time.monotonic())
 
     def stall(self, seconds):
-        """Stops the receiver's thread for a time, as a stall of the host would."""
+        """Stops the receiver's process for a time, as a stall of OBS's UI thread would."""
         self.engine.send_signal(signal.SIGSTOP)
         time.sleep(seconds)
         self.engine.send_signal(signal.SIGCONT)

@@ -12,6 +12,9 @@ MODULE = "tarvoline-srtla"
 _PROFILE = "Test"
 _COLLECTION = "Test"
 
+# Version of OBS that has written the settings: 32.2. With version 0 OBS would convert old settings and ask about updates.
+_LAST_VERSION = 0x20020000
+
 # Small, because OBS renders in software.
 CANVAS = (640, 360)
 
@@ -38,8 +41,7 @@ class ObsHome:
         if not profile.exists():
             profile.mkdir(parents=True)
             (self.config / "basic" / "scenes").mkdir(parents=True)
-            # With version 0 OBS would convert old settings and ask about updates.
-            write_ini(self.config / "global.ini", {"General": {"FirstRun": "true", "LastVersion": 0x20020000}})
+            write_ini(self.config / "global.ini", {"General": {"FirstRun": "true", "LastVersion": _LAST_VERSION}})
             write_ini(self.config / "user.ini", self._user_settings())
             write_ini(profile / "basic.ini", self._profile_settings())
             if self.source_on_port is not None:
@@ -72,7 +74,7 @@ class ObsHome:
 
     def _user_settings(self) -> dict:
         settings = {
-            "General": {"FirstRun": "true", "LastVersion": 0x20020000, "Language": "en-US", "ConfirmOnExit": "false"},
+            "General": {"FirstRun": "true", "LastVersion": _LAST_VERSION, "Language": "en-US", "ConfirmOnExit": "false"},
             "Basic": {"Profile": _PROFILE, "ProfileDir": _PROFILE,
                       "SceneCollection": _COLLECTION, "SceneCollectionFile": _COLLECTION},
             # With a tray icon OBS would hide instead of exiting.

@@ -44,7 +44,7 @@ class Panel:
         return self.dock().find(name=title)
 
     def status(self) -> str:
-        """The text behind "Status:"."""
+        """The text after "Status:"."""
         texts = [label.name for label in self.group("Receiver-Status").find_all("label")]
         return texts[texts.index("Status:") + 1]
 
@@ -86,7 +86,8 @@ class Panel:
         wait_until(lambda: self._typed(edit, text), lambda: f"{edit} shows what was typed: {self.values()}")
 
     def _typed(self, edit: str, text: str) -> bool:
-        """Types once. On a loaded machine a key event of xdotool is sometimes lost; the caller then types again."""
+        """Types once; false if the text is not shown in time. On a loaded machine a key event of xdotool is sometimes lost; the
+        caller then types again."""
         self.enter(self.edits()[edit].name)
         self.press_keys("ctrl+a", "Delete")
         if text:

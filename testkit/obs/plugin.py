@@ -67,7 +67,7 @@ def wait_for_picture(session: ObsSession, timeout_s: float = PICTURE_TIMEOUT_S):
 
 
 def wait_for_no_picture(session: ObsSession):
-    """Waits until the source does not show the pattern any more."""
+    """Waits until the source stops showing the pattern."""
     def ended():
         picture = session.remote.picture(SOURCE)
         return picture is None or not picture.shows_pattern()

@@ -11,8 +11,9 @@ from wait import wait_until
 from .windowclosing import close_window
 
 # Time limits for a reply: in general, and during the start of a program.
-_ANSWER_MS = (15000, 30000)
-_MODAL_ANSWER_MS = 500
+_REPLY_TIMEOUTS_MS = (15000, 30000)
+# The reply to an action that opens a modal window is not waited for.
+_MODAL_REPLY_TIMEOUT_MS = 500
 
 _atspi = None
 
@@ -27,7 +28,7 @@ def _accessibility(desktop):
         from gi.repository import Atspi
         # The cache would never be updated, because no event loop runs.
         Atspi.get_desktop(0).set_cache_mask(Atspi.Cache.NONE)
-        Atspi.set_timeout(*_ANSWER_MS)
+        Atspi.set_timeout(*_REPLY_TIMEOUTS_MS)
         _atspi = Atspi
     return _atspi
 
@@ -85,7 +86,7 @@ class Element:
         return [e for e in self.walk() if (role is None or e.role == role) and (name is None or e.name == name)]
 
     def find(self, role: str | None = None, name: str | None = None):
-        """The only element below it with the role and text; otherwise LookupError with the existing elements."""
+        """The first element below it with the role and text; without one, raises LookupError with the existing elements."""
         found = self.find_all(role, name)
         if not found:
             raise LookupError(f"no {role or 'element'} {name!r} in {self.role} {self.name!r}:\n{self.describe()}")
@@ -126,7 +127,7 @@ class Screen:
         return place
 
     def exit(self) -> float:
-        """Chooses File > Exit and returns the time of it (time.monotonic)."""
+        """Chooses File > Exit and returns the time of the choice (time.monotonic)."""
         entry = self.menu_entry("File", "Exit")
         chosen = time.monotonic()
         # OBS may end before it replies.
@@ -142,9 +143,9 @@ class Screen:
 
     def press_and_leave(self, element: Element):
         """Presses an element that opens a modal window: OBS replies only when that window is closed."""
-        self.atspi.set_timeout(_MODAL_ANSWER_MS, _ANSWER_MS[1])
+        self.atspi.set_timeout(_MODAL_REPLY_TIMEOUT_MS, _REPLY_TIMEOUTS_MS[1])
         self._ignore_missing_reply(element.press)
-        self.atspi.set_timeout(*_ANSWER_MS)
+        self.atspi.set_timeout(*_REPLY_TIMEOUTS_MS)
 
     def message_boxes(self) -> list:
         """The visible message boxes."""

@@ -100,7 +100,8 @@ struct EmptyFrontend : obs_frontend_callbacks {
     char *obs_frontend_get_last_recording() override { return nullptr; }
     char *obs_frontend_get_last_screenshot() override { return nullptr; }
     char *obs_frontend_get_last_replay() override { return nullptr; }
-    void obs_frontend_add_undo_redo_action(const char *, const undo_redo_cb, const undo_redo_cb, const char *, const char *, bool) override {}
+    void obs_frontend_add_undo_redo_action(const char *, const undo_redo_cb, const undo_redo_cb, const char *, const char *,
+                                           bool) override {}
     obs_canvas_t *obs_frontend_add_canvas(const char *, obs_video_info *, int) override { return nullptr; }
     bool obs_frontend_remove_canvas(obs_canvas_t *) override { return false; }
     void obs_frontend_get_canvases(obs_frontend_canvas_list *) override {}

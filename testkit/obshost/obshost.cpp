@@ -55,7 +55,7 @@ bool startObs(const QByteArray &sdk)
     }
     report("versions",
            {{u"qt"_s, QString::fromLatin1(qVersion())}, {u"libobs"_s, QString::fromUtf8(obs_get_version_string())}});
-    // OBS itself finds the effects relative to its program, which this program is not; the call is deprecated.
+    // OBS searches the effects relative to its own program, so this program adds their path; the call is deprecated.
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     obs_add_data_path((sdk + "/data/effects/").constData());

@@ -19,6 +19,7 @@ using Clock = std::chrono::steady_clock;
 // Time limit for the listener to close the connection after the last byte, in addition to the latency.
 constexpr std::chrono::seconds timeout(60);
 constexpr int connectTimeoutMs = 60'000;
+constexpr std::chrono::milliseconds endMessageInterval(10);
 constexpr double bitsPerByte = 8;
 constexpr double bitsPerMegabit = 1e6;
 
@@ -105,7 +106,7 @@ bool sendEndUntilClosed(SRTSOCKET socket)
             return false;
         }
         sendMessage(socket, endMessage); // fails when the listener has closed the connection
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        std::this_thread::sleep_for(endMessageInterval);
     }
     return true;
 }

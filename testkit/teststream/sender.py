@@ -79,7 +79,7 @@ class BondSender:
         self._process = None
 
     def start(self):
-        """Starts the program, which registers its links, and again after a restart of the receiver."""
+        """Starts the program. It registers its links, and registers them again after a restart of the receiver."""
         with open(self.log, "ab") as log:
             self._process = subprocess.Popen(self._arguments, stdin=subprocess.DEVNULL,
                                              stdout=None if self._shown else log, stderr=log)
