@@ -19,25 +19,6 @@ bool ImpairedPath::isCut(TimePoint now) const
            });
 }
 
-std::optional<TimePoint> ImpairedPath::nextCutChange(TimePoint now) const
-{
-    std::optional<TimePoint> next;
-    const auto consider = [&next, now](TimePoint time) {
-        if (time > now && (!next || time < *next)) {
-            next = time;
-        }
-    };
-    if (streamStart) {
-        for (const Cut &cut : impairment.cuts) {
-            consider(*streamStart + cut.from);
-            if (cut.until) {
-                consider(*streamStart + *cut.until);
-            }
-        }
-    }
-    return next;
-}
-
 void ImpairedPath::push(Bytes datagram, TimePoint now)
 {
     if (isCut(now)) {
@@ -89,11 +70,11 @@ bool ImpairedPath::chance(double share)
 
 void ImpairedPath::enqueue(Bytes datagram, TimePoint departure)
 {
-    Microseconds underWayFor = impairment.delay;
+    Microseconds transitTime = impairment.delay;
     if (impairment.jitter.count() > 0) {
-        underWayFor += Microseconds(std::uniform_int_distribution<std::int64_t>(0, impairment.jitter.count())(random));
+        transitTime += Microseconds(std::uniform_int_distribution<std::int64_t>(0, impairment.jitter.count())(random));
     }
-    underWay.emplace(departure + underWayFor, std::move(datagram));
+    underWay.emplace(departure + transitTime, std::move(datagram));
 }
 
 } // namespace bondsender

@@ -51,8 +51,6 @@ public:
     /// Starts the time of the cuts.
     void startStream(TimePoint now) { streamStart = now; }
     [[nodiscard]] bool isCut(TimePoint now) const;
-    /// Time of the next change of isCut, if any.
-    [[nodiscard]] std::optional<TimePoint> nextCutChange(TimePoint now) const;
 
     void push(Bytes datagram, TimePoint now);
     /// The next datagram that has arrived by \a now.

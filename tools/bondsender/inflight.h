@@ -21,7 +21,6 @@ public:
     std::size_t takeBefore(std::uint32_t sequence);
     /// Removes the packets sent before \a time; returns their number.
     std::size_t takeOlderThan(TimePoint time);
-    void clear() { packets.clear(); }
     [[nodiscard]] std::size_t size() const { return packets.size(); }
 
 private:

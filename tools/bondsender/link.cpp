@@ -9,10 +9,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Keepalives are echoed every second; with a delay of half a second the link counts as silent.
+// Keepalives are echoed every second; a link whose echo is half a second late counts as quiet.
 constexpr auto quietAfter = 1500ms;
-// Above the round-trip time of a slow mobile link.
-constexpr auto longestWait = 2000ms;
+// Time limit for the acknowledgement of a packet, longer than the round-trip time of a slow mobile link.
+constexpr auto acknowledgementTimeout = 2000ms;
 // Half-life of the penalty for a reported loss.
 constexpr auto penaltyHalfLife = 250ms;
 // Different random seeds for the two directions.
@@ -131,7 +131,7 @@ void Link::reportedLost(const SequenceRange &range)
 
 void Link::age(TimePoint now)
 {
-    count.expired += inFlight.takeOlderThan(now - longestWait);
+    count.expired += inFlight.takeOlderThan(now - acknowledgementTimeout);
     const std::chrono::duration<double> elapsed = now - penaltySince;
     penalty *= std::exp2(-elapsed / std::chrono::duration<double>(penaltyHalfLife));
     penaltySince = now;

@@ -66,8 +66,8 @@ void run(Sender &sender, Reporter &reporter, std::optional<Microseconds> reportE
         }
         std::vector<int> descriptors = sender.descriptors();
         descriptors.push_back(signals);
-        const TimePoint asleepFrom = Clock::now();
-        waitFor(descriptors, sender.nextDue(asleepFrom) - asleepFrom);
+        const TimePoint waitBegin = Clock::now();
+        waitFor(descriptors, sender.nextDue(waitBegin) - waitBegin);
     }
 }
 

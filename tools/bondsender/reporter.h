@@ -47,7 +47,7 @@ public:
 
     Reporter(Form newForm, TimePoint start) : form(newForm), started(start) {}
 
-    /// Prints an event; \a details are alternating names and values.
+    /// Prints an event with the names and values in \a details.
     void event(std::string_view name, std::initializer_list<std::pair<std::string_view, std::string>> details,
                TimePoint now);
     void totals(const Snapshot &snapshot);

@@ -239,9 +239,9 @@ void Sender::tick(TimePoint now)
             links[index].send(makeKeepalive(static_cast<std::uint64_t>(stamp)), now);
         }
     }
-    const bool asksForGroup = !registration.groupId();
+    const bool hasNoGroup = !registration.groupId();
     for (Outgoing &outgoing : registration.due(now)) {
-        if (asksForGroup) {
+        if (hasNoGroup) {
             reporter.event("groupRequested", {{"link", links[outgoing.link].address()}}, now);
         }
         links[outgoing.link].send(std::move(outgoing.datagram), now);

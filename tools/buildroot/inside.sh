@@ -34,7 +34,7 @@ withoutClone3() {
     printf '\x06\0\0\0\0\0\xff\x7f'    # SECCOMP_RET_ALLOW
 }
 
-# The root's proot with the root's loader, because an older proot does not support all system calls of the root's programs.
+# The root's proot with the root's loader: the machine's proot can be too old for system calls of the root's programs.
 useProot() {
     local libraries=$root/usr/lib/x86_64-linux-gnu folder
     [ -x "$root/usr/bin/proot" ] || { echo "missing: the right to mount (the Windows build root has no proot)" >&2; exit 1; }
@@ -62,10 +62,10 @@ else
     entrance=(chroot "$root")
 fi
 
-# ccache's directory is shared by all clones: paths relative to the project, and no folder in the hash.
-environment=(HOME=/root PATH="${TARVOLINE_PATH:-$project/build/linux/bin:$project/bench}:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
-    LANG=C.UTF-8 TERM="${TERM:-dumb}" TARVOLINE_INSIDE=1 TARVOLINE_CACHE="$cacheHome" CCACHE_DIR="$cacheHome/ccache" CCACHE_BASEDIR="$project"
-    CCACHE_NOHASHDIR=1)
+path=${TARVOLINE_PATH:-$project/build/linux/bin:$project/bench}:/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin
+# All clones share ccache's directory, so hashes contain paths relative to the project and no current folder.
+environment=(HOME=/root PATH="$path" LANG=C.UTF-8 TERM="${TERM:-dumb}" TARVOLINE_INSIDE=1 TARVOLINE_CACHE="$cacheHome"
+    CCACHE_DIR="$cacheHome/ccache" CCACHE_BASEDIR="$project" CCACHE_NOHASHDIR=1)
 for name in DISPLAY XAUTHORITY ASAN_OPTIONS UBSAN_OPTIONS LSAN_OPTIONS TSAN_OPTIONS \
     TARVOLINE_WINDOWS_SDK TARVOLINE_WINE_HOME TARVOLINE_INNO_SETUP; do
     [ -n "${!name:-}" ] && environment+=("$name=${!name}")
@@ -98,6 +98,6 @@ while :; do
     wait "$command" || code=$?
     kill -0 "$command" 2>/dev/null || break
 done
-code=0
+code=0 # as in lib.sh
 wait "$command" || code=$?
 exit "$code"

@@ -79,7 +79,7 @@ namespaceOf() { # MODE
 userObstacle() {
     command -v newuidmap >/dev/null 2>&1 || { echo "the program 'newuidmap' (sudo apt-get install uidmap)"; return; }
     grep -q "^$(id -un):" /etc/subuid || { echo "ids for $(id -un) in /etc/subuid (sudo usermod --add-subuids)"; return; }
-    echo "user namespaces; run it as root, or have them allowed"
+    echo "the right to create user namespaces. Allow them on this machine, or run the command as root."
 }
 
 # Locks the root NAME with descriptor 8 (windows.sh uses 9); prints a message while another process holds the lock.
@@ -126,6 +126,7 @@ makeRoot() { # NAME
     freeMiB=$(df --output=avail -BM "$rootsHome" | tail -n 1 | tr -dc 0-9)
     [ "$freeMiB" -ge $rootMiB ] || die "missing: $rootMiB MiB of free space in $rootsHome; there are $freeMiB"
     needHostPackage mmdebstrap mmdebstrap
+    # Without the right to mount, this check would end mmdebstrap; the packages can be installed without mounts.
     [ "$mode" != proot ] || options+=(--skip=check/canmount)
     say "Creating the $1 build root in $root (once; 3 to 15 minutes, 3 GB). Progress of mmdebstrap:"
     removeRoot "$root.new"
@@ -181,13 +182,15 @@ administer() { # NAME COMMAND...
 # Runs a command in a root, in separate mount and process namespaces, which end all mounts and processes with the command.
 # Returns the command's exit code; forwards INT, TERM and HUP to it.
 enter() { # NAME COMMAND...
-    local mode namespace inside atOurDeath=KILL
+    local mode namespace inside parentDeathSignal=KILL
     mode=$(entryMode)
     namespaceOf "$mode"
-    [ "$mode" != proot ] || atOurDeath=TERM # no namespace ends the command, so inside.sh does
+    [ "$mode" != proot ] || parentDeathSignal=TERM # no namespace ends the command, so inside.sh does
     # A shell starts background commands with INT and QUIT ignored; signals ignored at the start cannot be trapped.
-    inside=(setpriv --pdeathsig "$atOurDeath" env --default-signal=INT --default-signal=QUIT ${namespace[@]+"${namespace[@]}"}
+    inside=(setpriv --pdeathsig "$parentDeathSignal" env --default-signal=INT --default-signal=QUIT
+        ${namespace[@]+"${namespace[@]}"}
         bash "$project/tools/buildroot/inside.sh" "$mode" "$rootsHome/$1" "$project" "$cacheHome" "${@:2}")
+    # A background command without a redirection would read /dev/null. It does not inherit the lock (lockRoot).
     "${inside[@]}" <&0 8>&- &
     local started=$! code signal
     for signal in INT TERM HUP; do
@@ -199,14 +202,14 @@ enter() { # NAME COMMAND...
         wait "$started" || code=$?
         kill -0 "$started" 2>/dev/null || break
     done
-    code=0 # a signal can interrupt the wait above
+    code=0 # a signal may have ended the wait above; this one returns the exit code
     wait "$started" || code=$?
     trap - INT TERM HUP
     return "$code"
 }
 
-# Sets "receivers" to the children of a process. Without a subshell: bash can fail in one within a trap that a second signal
-# interrupts.
+# Sets "receivers" to the ids of a process's children. Without a subshell, because a subshell in a trap can fail when a second
+# signal interrupts the trap.
 childrenOf() { # PID
     receivers=
     { read -r receivers <"/proc/$1/task/$1/children" || true; } 2>/dev/null

@@ -23,12 +23,13 @@ ensureWindowsParts() {
 # Runs a command that downloads, in the Windows root. On a machine behind a TLS proxy only the machine's certificate store has
 # the proxy's authority, so npm gets this store.
 download() { # COMMAND...
-    cp -L /etc/resolv.conf "$rootsHome/windows/etc/resolv.conf"
+    cp -L /etc/resolv.conf "$rootsHome/windows/etc/resolv.conf" # the network may have changed since the creation
     cp -L /etc/ssl/certs/ca-certificates.crt "$cacheHome/authorities.pem" 2>/dev/null || true
     enter windows env NODE_EXTRA_CA_CERTS="$cacheHome/authorities.pem" "$@"
 }
 
-# A new prefix needs 15 s and 1.4 GB; runs share its files and have separate registries (tools/wine).
+# Creating a prefix takes 15 s and 1.4 GB, so runs share the files of one prefix and have separate registries (tools/wine).
+# Without mscoree and mshtml Wine does not offer to download Mono and Gecko.
 ensureWinePrefix() {
     local version
     version=$(sed -n '/^Package: wine64$/,/^$/s/^Version: //p' "$rootsHome/windows/var/lib/dpkg/status")
@@ -41,7 +42,6 @@ ensureWinePrefix() {
     echo "$version" >"$TARVOLINE_WINE_HOME/template/version"
 }
 
-# The installer's compiler.
 ensureInnoSetup() {
     [ -e "$TARVOLINE_INNO_SETUP/bin/ISCC.exe" ] && return
     say "Downloading Inno Setup …"
@@ -64,7 +64,7 @@ fetchNpmPackage() { # NAME VERSION SHA512 FOLDER
     rm -rf "$fetch"
 }
 
-# Headers and libraries of the build in Microsoft's binary interface.
+# Headers and import libraries for the Windows build, which uses Microsoft's binary interface.
 ensureWindowsSdk() {
     local parts=$cacheHome/windows-sdk.parts
     [ -d "$TARVOLINE_WINDOWS_SDK" ] && return
@@ -89,8 +89,8 @@ ensureObsPackage() { # FOLDER
     fetchNpmPackage noobs 0.0.184 "$sha512" "$1"
 }
 
-# Sources that are in no package: SUBFOLDER of a tag in a public repository, or, on a machine that cannot clone it, NAME.tar.xz in
-# the folder TARVOLINE_WINDOWS_HEADERS. The archive's only top-level folder becomes FOLDER.
+# Gets sources that no package contains into FOLDER: SUBFOLDER of a tag in a public repository. On a machine that cannot clone
+# the repository: the content of the only top-level folder of NAME.tar.xz in the folder TARVOLINE_WINDOWS_HEADERS.
 ensureSources() { # FOLDER NAME REPOSITORY TAG SUBFOLDER
     local archives=${TARVOLINE_WINDOWS_HEADERS:-} archive
     [ -d "$1" ] && return
@@ -107,8 +107,8 @@ ensureSources() { # FOLDER NAME REPOSITORY TAG SUBFOLDER
         say "Cloning $3, tag $4 …"
         git -c advice.detachedHead=false clone --quiet --depth 1 --branch "$4" "$3" "$1.new/clone" 2>/dev/null || {
             rm -rf "$1.new"
-            die "missing: $3 at tag $4. Clone it, pack its folder '$5' as $2.tar.xz, add a file SHA256SUMS," \
-                "and set TARVOLINE_WINDOWS_HEADERS to the folder of both."
+            die "$3 at tag $4 could not be cloned. Clone it on another machine, pack its folder '$5' as $2.tar.xz," \
+                "write its digest to a file SHA256SUMS, and set TARVOLINE_WINDOWS_HEADERS to the folder with both files."
         }
         mv "$1.new/clone/$5" "$1"
     fi

@@ -14,15 +14,15 @@ const char *const usageText =
 
 namespace {
 
-// Qt's conversion accepts signs and spaces. 0 if the text is no port.
+// Qt's conversion accepts signs and spaces, so only digits are allowed.
 bool readPort(const QString &word, quint16 &port)
 {
-    const bool digitsAlone = std::ranges::all_of(word, [](QChar sign) { return sign >= u'0' && sign <= u'9'; });
+    const bool onlyDigits = std::ranges::all_of(word, [](QChar unit) { return unit >= u'0' && unit <= u'9'; });
     port = word.toUShort();
-    return digitsAlone && port != 0;
+    return onlyDigits && port != 0;
 }
 
-// Qt's conversion accepts surrounding spaces and fewer than four numbers.
+// Qt's conversion accepts surrounding spaces and fewer than four numbers, so the address must equal its normal form.
 bool readTarget(const QString &word, QHostAddress &target)
 {
     return target.setAddress(word) && target.protocol() == QAbstractSocket::IPv4Protocol && target.toString() == word;

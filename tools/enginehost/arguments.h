@@ -17,6 +17,6 @@ struct Arguments
 /// Usage text.
 extern const char *const usageText;
 
-/// Parses the command line (without the program name); empty if any argument is invalid or missing, even if it is
-/// repeated correctly. Ports are decimal numbers from 1 to 65535, the target is an IPv4 address in four parts.
+/// Parses the command line (without the program name); empty if an argument is invalid, also if a valid one follows, or
+/// if a port is missing. Ports are decimal numbers from 1 to 65535, the target is an IPv4 address in four parts.
 [[nodiscard]] std::optional<Arguments> parseArguments(const QStringList &words);

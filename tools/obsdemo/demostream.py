@@ -26,8 +26,8 @@ class DemoError(Exception):
 
 
 def prepare(folder: pathlib.Path) -> pathlib.Path:
-    """Creates an empty folder and deletes that of an earlier demo; from then on SIGINT and SIGTERM raise KeyboardInterrupt, so
-    that all programs are ended. Returns the absolute path."""
+    """Creates an empty folder, after deleting that of an earlier demo, and returns its absolute path. Afterwards SIGINT and
+    SIGTERM raise KeyboardInterrupt, so that all programs are ended."""
     for ending in (signal.SIGINT, signal.SIGTERM):
         signal.signal(ending, signal.default_int_handler)
     folder = folder.resolve()

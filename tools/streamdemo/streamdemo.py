@@ -114,7 +114,7 @@ def stream_for(seconds):
         if bond.stop() != 0 or engine.stop() != 0:
             raise Failed("bondsender or enginehost failed")
     except subprocess.TimeoutExpired:
-        raise Failed(f"the listener did not notice the end of the stream, see {FOLDER / 'listener.log'}") from None
+        raise Failed(f"the listener did not end after the stream, see {FOLDER / 'listener.log'}") from None
     finally:
         for process in filter(None, (encoder, listener)):
             if process.poll() is None:
@@ -136,7 +136,7 @@ def grab_picture(seconds):
 def main():
     """Runs the demonstration and returns the exit code."""
     parser = argparse.ArgumentParser(description="A bonded stream through the receiver, without OBS.")
-    parser.add_argument("--seconds", type=seconds_option, default=12, help="length of the stream (12)")
+    parser.add_argument("--seconds", type=seconds_option, default=12, help="length of the stream in seconds (%(default)s)")
     options = parser.parse_args()
     FOLDER.mkdir(parents=True, exist_ok=True)
     try:
