@@ -12,6 +12,7 @@ shared=("$project" "$cacheHome")
 
 mountBelowRoot() {
     local folder
+    set -e
     mount --make-rprivate /
     mount -t proc proc "$root/proc"
     mount --rbind /sys "$root/sys"
@@ -21,6 +22,7 @@ mountBelowRoot() {
         mkdir -p "$root$folder"
         mount --bind "$folder" "$root$folder"
     done
+    set +e
 }
 
 # A seccomp filter: clone3 (435) fails with ENOSYS (38), other calls are allowed. libc then creates threads with clone. Proot
