@@ -29,22 +29,12 @@ using Clock = std::chrono::steady_clock;
 using Datagram = std::vector<std::uint8_t>;
 
 constexpr int exitUsage = 2;
-constexpr std::size_t registrationBytes = 258;
-constexpr std::uint8_t registrationType = 0x92;
 constexpr std::uint8_t reg1 = 0x00;
 constexpr std::uint8_t reg2 = 0x01;
 constexpr int batchSize = 32; // datagrams per system call
 // Descriptors besides those of the sources, for example standard output.
 constexpr int otherDescriptors = 64;
 constexpr int smallestBuffer = 1; // responses are ignored; the system rounds this up
-
-void check(bool good, const char *what)
-{
-    if (!good) {
-        std::perror(what);
-        std::exit(EXIT_FAILURE);
-    }
-}
 
 std::vector<int> openSources(int count)
 {

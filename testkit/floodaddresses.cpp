@@ -15,20 +15,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t registrationBytes = 258;
-constexpr std::uint8_t registrationType = 0x92;
 constexpr std::uint32_t firstAddress = 0x7f010000; // 127.1.0.0
 constexpr std::uint32_t addressCount = 0x00fe0000; // up to 127.254.255.255
 constexpr int receiveBufferBytes = 4 * 1024 * 1024;
 constexpr std::chrono::seconds keepaliveInterval(5);
-
-void check(bool good, const char *what)
-{
-    if (!good) {
-        std::perror(what);
-        std::exit(EXIT_FAILURE);
-    }
-}
 
 /// Buffer for one IP_PKTINFO control message.
 struct PacketInfo
@@ -43,6 +33,14 @@ Clock::time_point due(Clock::time_point start, std::uint64_t number, double rate
 }
 
 } // namespace
+
+void check(bool good, const char *what)
+{
+    if (!good) {
+        std::perror(what);
+        std::exit(EXIT_FAILURE);
+    }
+}
 
 AddressFlood::AddressFlood(const sockaddr_in &floodedPort)
     : socket(::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)), target(floodedPort)

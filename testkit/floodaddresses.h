@@ -4,9 +4,17 @@
 #include <netinet/in.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
+
+/// Size of REG1 and REG2 in bytes, and the first byte of all registration packets.
+inline constexpr std::size_t registrationBytes = 258;
+inline constexpr std::uint8_t registrationType = 0x92;
+
+/// Ends the program with \a what and the text of errno unless \a good.
+void check(bool good, const char *what);
 
 /// Sends from many addresses of 127.0.0.0/8 through one socket: IP_PKTINFO sets each datagram's source address (ip(7)).
 /// Ends the program with a message on errors.

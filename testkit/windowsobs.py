@@ -11,8 +11,6 @@ from teststream import Picture
 from timelimits import PICTURE_TIMEOUT_S
 from wait import wait_until
 
-LISTEN_PORT = 5000
-TARGET_PORT = 5002
 SOURCE = "Tarvoline SRTLA"
 REPAIR = "Quelle reparieren"
 UNLOADED = "[Tarvoline SRTLA] Plugin sicher entladen"

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""The built plug-in in the real OBS: ports, source, desktop, installation, waiting for the picture."""
+"""The built plug-in in the real OBS: source, desktop, installation, waiting for the picture."""
 
 import atexit
 import os
@@ -14,9 +14,6 @@ from .desktop import Desktop
 from .home import MODULE, ObsHome
 from .scenes import SOURCE
 from .session import ObsSession
-
-LISTEN_PORT = 5000
-TARGET_PORT = 5002
 
 _PROJECT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build" / "linux"))

@@ -9,10 +9,7 @@ import threading
 import time
 
 from timelimits import PROGRAM_TIMEOUT_S
-
-
-class TimedOut(AssertionError):
-    """An expected event did not occur in time; the text names it."""
+from wait import TimedOut
 
 
 class Ended(AssertionError):

@@ -8,9 +8,10 @@ import unittest
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "testkit"))
 
 import obs  # noqa: E402
+from dockports import LISTEN_PORT, TARGET_PORT  # noqa: E402
 from obs.docklayout import dock_at_the_right  # noqa: E402
-from obs.plugin import (BUILD, LISTEN_PORT, SOURCE, TARGET_PORT, desktop, install, scratch,  # noqa: E402
-                        wait_for_no_picture, wait_for_picture)
+from obs.plugin import (BUILD, SOURCE, desktop, install, scratch, wait_for_no_picture,  # noqa: E402
+                        wait_for_picture)
 from reportingcase import ReportingCase  # noqa: E402
 
 __all__ = ["BUILD", "LISTEN_PORT", "SOURCE", "TARGET_PORT", "ObsCase", "desktop", "dock_at_the_right", "install", "main",

@@ -13,7 +13,7 @@ import case
 import obs
 from obs import wait_until
 from teststream import path_with_silent_encoder
-from timelimits import OBS_TIMEOUT_S
+from timelimits import OBS_TIMEOUT_S, PICTURE_TIMEOUT_S, PROGRAM_TIMEOUT_S
 
 _DEMO = pathlib.Path(__file__).resolve().parents[2] / "tools" / "obsdemo" / "obsdemo.py"
 _PNG = b"\x89PNG\r\n\x1a\n"
@@ -48,7 +48,7 @@ class DemoTest(unittest.TestCase):
 
     def _run(self, *arguments, **environment):
         return subprocess.run(self._command(*arguments), env=self._environment(**environment), capture_output=True,
-                              text=True, timeout=300, check=False)
+                              text=True, timeout=PICTURE_TIMEOUT_S + PROGRAM_TIMEOUT_S, check=False)
 
     def test_saves_screenshots_of_the_picture(self):
         run = self._run()

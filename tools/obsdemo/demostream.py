@@ -8,10 +8,9 @@ import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "testkit"))
 
+from dockports import LISTEN_PORT  # noqa: E402
 from teststream import MobileSender  # noqa: E402
 
-LISTEN_PORT = 5000
-TARGET_PORT = 5002
 # Seven bars; the encoder requires even widths, OBS's canvas a multiple of four.
 PATTERN = (644, 362)
 PICTURE_TIMEOUT_S = 60

@@ -17,8 +17,8 @@ _PROJECT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(_PROJECT / "testkit"))
 
 import obs  # noqa: E402
-from demostream import (LISTEN_PORT, PICTURE_TIMEOUT_S, TARGET_PORT, DemoError, make_sender, no_picture,  # noqa: E402
-                        port_taken, prepare, say)
+from demostream import PICTURE_TIMEOUT_S, DemoError, make_sender, no_picture, port_taken, prepare, say  # noqa: E402
+from dockports import LISTEN_PORT, TARGET_PORT  # noqa: E402
 from obs.docklayout import dock_at_the_right  # noqa: E402
 from obs.scenes import SOURCE  # noqa: E402
 

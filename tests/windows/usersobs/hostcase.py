@@ -10,9 +10,10 @@ import unittest
 _PROJECT = pathlib.Path(__file__).resolve().parents[3]
 sys.path += [str(_PROJECT / "testkit"), str(_PROJECT / "tests" / "windows")]
 
+from dockports import LISTEN_PORT  # noqa: E402
 from reportingcase import ReportingCase  # noqa: E402
 from teststream import MobileSender  # noqa: E402
-from windowsobs import BUILD, LISTEN_PORT, UNLOADED, WindowsObs  # noqa: E402
+from windowsobs import BUILD, UNLOADED, WindowsObs  # noqa: E402
 from winemachine import WineMachine  # noqa: E402
 
 CREATED = "OBS | Neue SRT-Quelle angelegt"

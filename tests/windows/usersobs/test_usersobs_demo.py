@@ -9,9 +9,9 @@ import sys
 import unittest
 
 import hostcase
+from dockports import LISTEN_PORT
 from hostcase import STARTED
 from teststream import path_with_silent_encoder
-from windowsobs import LISTEN_PORT
 
 _DEMO = pathlib.Path(__file__).resolve().parents[3] / "tools" / "obsdemo" / "windowsdemo.py"
 _PNG = b"\x89PNG\r\n\x1a\n"

@@ -8,8 +8,8 @@ import time
 
 import hostcase
 import stream
+from dockports import LISTEN_PORT
 from hostcase import CREATED
-from windowsobs import LISTEN_PORT
 
 _MEGABITS_PER_SECOND = 8.0
 _SECONDS = 5
