@@ -17,6 +17,10 @@ if(MSVC)
     add_link_options(/INCREMENTAL:NO /OPT:REF /OPT:ICF /Brepro /PDBALTPATH:%_PDB%)
 else()
     add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        # GNU extensions and C++23, which Visual Studio does not accept, and warnings that GCC does not have.
+        add_compile_options(-Wgnu -Wc++23-extensions -Wextra-semi -Wimplicit-fallthrough -Wnon-virtual-dtor -Wunreachable-code)
+    endif()
 endif()
 add_compile_definitions(QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS)
 
