@@ -197,7 +197,7 @@ std::int64_t Load::takeDelivered()
         ++count;
         if (++sinceAck == packetsPerSrtAck) {
             sinceAck = 0;
-            listener.answer(srtAck);
+            listener.reply(srtAck);
         }
     }
     return count;

@@ -68,7 +68,7 @@ void Udp::sendTo(std::uint16_t port, std::span<const std::byte> datagram) const
     sendto(fd, datagram.data(), datagram.size(), 0, generic(address), sizeof address);
 }
 
-void Udp::answer(std::span<const std::byte> datagram) const
+void Udp::reply(std::span<const std::byte> datagram) const
 {
     sendto(fd, datagram.data(), datagram.size(), 0, generic(lastSender), sizeof lastSender);
 }

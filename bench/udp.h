@@ -19,7 +19,7 @@ public:
     [[nodiscard]] std::uint16_t port() const;
     void sendTo(std::uint16_t port, std::span<const std::byte> datagram) const;
     /// Sends to the source of the last received datagram.
-    void answer(std::span<const std::byte> datagram) const;
+    void reply(std::span<const std::byte> datagram) const;
     /// Reads a pending datagram; its size, or a negative number without one.
     std::ptrdiff_t receive(std::span<std::byte> buffer);
     /// Waits up to \a ms milliseconds for a datagram; whether one is pending.
