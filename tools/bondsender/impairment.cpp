@@ -7,7 +7,6 @@
 namespace bondsender {
 namespace {
 
-constexpr std::uint64_t bitsPerByte = 8;
 constexpr std::uint64_t microsecondsPerSecond = 1'000'000;
 
 } // namespace

@@ -11,6 +11,8 @@
 
 namespace bondsender {
 
+inline constexpr int bitsPerByte = 8;
+
 /// An interval in which a link drops all datagrams, relative to the start of the stream.
 struct Cut
 {

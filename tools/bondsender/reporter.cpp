@@ -7,18 +7,16 @@
 namespace bondsender {
 namespace {
 
-constexpr double microsecondsPerSecond = 1e6;
-constexpr double microsecondsPerMillisecond = 1e3;
-constexpr double bitsPerByte = 8;
+constexpr double bitsPerMegabit = 1e6;
 
 double seconds(Microseconds duration)
 {
-    return static_cast<double>(duration.count()) / microsecondsPerSecond;
+    return std::chrono::duration<double>(duration).count();
 }
 
 double milliseconds(Microseconds duration)
 {
-    return static_cast<double>(duration.count()) / microsecondsPerMillisecond;
+    return std::chrono::duration<double, std::milli>(duration).count();
 }
 
 std::string pathJson(const ImpairedPath::Counters &path)
@@ -101,7 +99,7 @@ void Reporter::writeLive(const Snapshot &snapshot)
     for (std::size_t index = 0; index < snapshot.links.size(); ++index) {
         const Snapshot::Row &row = snapshot.links[index];
         const double bits = static_cast<double>(row.link.sentBytes - previousBytes[index]) * bitsPerByte;
-        text += rowText(row, elapsed > 0 ? bits / elapsed / microsecondsPerSecond : 0);
+        text += rowText(row, elapsed > 0 ? bits / elapsed / bitsPerMegabit : 0);
         text += form == Form::Live ? "\x1b[K\n" : "\n"; // clears the rest of the line
         previousBytes[index] = row.link.sentBytes;
     }
