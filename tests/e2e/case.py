@@ -15,13 +15,8 @@ import stream  # noqa: E402
 _PROJECT = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("TARVOLINE_BUILD", _PROJECT / "build" / "linux"))
 
-UNDER_WINE = "TARVOLINE_UNDER_WINE" in os.environ
 # proot, used where mounts are not permitted, traces every system call of all programs in one process.
 TRACED = "TracerPid:\t0\n" not in pathlib.Path("/proc/self/status").read_text(encoding="ascii")
-# SRT drops late packets. Under Wine and proot a slower stream with more latency is independent of the machine's load. The
-# product of rate and latency must fit SRT's receive buffer of 8192 packets.
-_EASIER_STREAM = {"megabits_per_second": 16.0, "latency_ms": 5000} if UNDER_WINE or TRACED else {}
-_EASIER_OF_TWO = {"megabits_per_second": 8.0, "latency_ms": 8000} if UNDER_WINE or TRACED else {}
 
 _RETRY_INTERVAL_S = 1.0
 _RESOLUTION_S = 0.001  # of the sender's time stamps
@@ -67,10 +62,9 @@ class ProgramCase(unittest.TestCase):
         received.mkdir(exist_ok=True)
         return self.keep(stream.SrtReceiver(received, **options))
 
-    def caller(self, bond, file, *, one_of_two=False, **options):
-        """A real SRT caller that sends `file` through `bond`; `one_of_two` for two concurrent callers."""
-        easier = _EASIER_OF_TWO if one_of_two else _EASIER_STREAM
-        return self.keep(stream.SrtSender(bond.port, file, **{**easier, **options}))
+    def caller(self, bond, file, **options):
+        """A real SRT caller that sends `file` through `bond`."""
+        return self.keep(stream.SrtSender(bond.port, file, **options))
 
 
 def main():
