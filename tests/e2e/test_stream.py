@@ -8,14 +8,13 @@ import re
 from case import ProgramCase, main
 from ports import udp_drops
 
-FILE_SIZE = 20 * 1024 * 1024 + 777  # not a multiple of a packet
+FILE_SIZE = 10 * 1024 * 1024 + 777  # not a multiple of a packet
 LINKS = ["127.0.0.11", "127.0.0.12", "127.0.0.13"]
 GROUP = "3fa07c1d22e9"
 OTHER_GROUP = "a1b2c3d4e5f6"
-# SRT drops late packets. With a low rate and a high latency the result does not depend on the machine's load. Their product
-# must fit SRT's receive buffer of 8192 packets.
-ONE_STREAM = {"megabits_per_second": 16.0, "latency_ms": 5000}
-ONE_OF_TWO = {"megabits_per_second": 8.0, "latency_ms": 8000}
+# SRT drops late packets, and packets beyond its receive buffer of 8192. With a low rate, a high latency, and a product of both
+# of about half the buffer, the result does not depend on the machine's load.
+STREAM_OPTIONS = {"megabits_per_second": 8.0, "latency_ms": 6000}
 
 
 def up(totals, counter):
@@ -44,7 +43,7 @@ class StreamTest(ProgramCase):
         listener = self.listener(passphrase=passphrase)
         engine = self.engine(listener.port)
         bond = self.bond(engine, links, "--id", GROUP, "--seed", "1")
-        caller = self.caller(bond, file, stream_id="one", passphrase=passphrase, **ONE_STREAM)
+        caller = self.caller(bond, file, stream_id="one", passphrase=passphrase, **STREAM_OPTIONS)
         self.assertEqual(listener.exit_code(), 0, listener.tail())
         self.assertEqual(caller.exit_code(), 0, caller.tail())
         self.assert_same(file, "one")
@@ -74,7 +73,7 @@ class StreamTest(ProgramCase):
         statistics = engine.statistics()
         self.assertTrue(any(line["groups"] == 1 and line["paths"] == 3 for line in statistics))
         # After a stall a rate may be lower; the maximum is about the sent rate.
-        self.assertGreater(max(line["megabitsPerSecond"] for line in statistics), 12)
+        self.assertGreater(max(line["megabitsPerSecond"] for line in statistics), 6)
         self.assertEqual(statistics[-1], {"signal": "statisticsChanged", "groups": 0, "paths": 0,
                                           "megabitsPerSecond": 0, "packets": delivered,
                                           "bytes": statistics[-2]["bytes"]})
@@ -142,7 +141,7 @@ class StreamTest(ProgramCase):
         engine = self.engine(listener.port)
         bonds = [self.bond(engine, LINKS, "--id", GROUP),
                  self.bond(engine, ["127.0.0.21", "127.0.0.22"], "--id", OTHER_GROUP)]
-        callers = [self.caller(bond, file, stream_id=file.name, **ONE_OF_TWO)
+        callers = [self.caller(bond, file, stream_id=file.name, **STREAM_OPTIONS)
                    for bond, file in zip(bonds, (first, second))]
         engine.wait_for(lambda line: line.get("groups") == 2 and line["paths"] == 5, "two groups with five links")
         self.assertEqual(listener.exit_code(), 0, listener.tail())
